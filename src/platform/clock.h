@@ -1,0 +1,22 @@
+#pragma once
+
+#include <chrono>
+
+#include "platform/instant.h"
+
+namespace zt {
+
+/// The machine's wall clock.
+class Clock {
+ public:
+  virtual ~Clock() = default;
+
+  /// The current instant, rounded down to the second.
+  virtual Instant now() const = 0;
+
+  /// Blocks for the whole of `duration`, whatever signals arrive. Time that the machine spends
+  /// suspended counts; a change of the wall clock does not. Zero or less returns at once.
+  virtual void sleep(std::chrono::seconds duration) = 0;
+};
+
+}  // namespace zt

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <filesystem>
+
+namespace zt {
+
+/// Questions about files.
+class FileManager {
+ public:
+  virtual ~FileManager() = default;
+
+  /// Whether `path` is a regular file that this process may execute. False when it is missing or
+  /// cannot be looked at.
+  virtual bool isExecutableFile(const std::filesystem::path& path) const = 0;
+};
+
+}  // namespace zt

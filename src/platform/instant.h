@@ -1,0 +1,10 @@
+#pragma once
+
+#include <chrono>
+
+namespace zt {
+
+/// A point in time, in whole seconds of UTC since 1970, leap seconds not counted (POSIX time).
+using Instant = std::chrono::sys_seconds;
+
+}  // namespace zt

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "platform/commands.h"
+#include "platform/file_manager.h"
+#include "platform/wake_events.h"
+
+namespace zt {
+
+/// Wake events by way of the application's agent and its verbs `sched`, `cancel` and `wake`.
+/// The listing is that of /usr/bin/pmset where the machine has it, otherwise the agent's, and none
+/// where neither can be executed.
+class AgentWakeEvents final : public WakeEvents {
+ public:
+  AgentWakeEvents(Commands& commands, const FileManager& fileManager)
+      : commands_(commands), fileManager_(fileManager) {}
+
+  std::optional<std::vector<std::string>> list(const std::filesystem::path& agent) override;
+  void cancel(const std::filesystem::path& agent, const std::string& dateAndTime) override;
+  void wake(const std::filesystem::path& agent, const std::string& time) override;
+
+ private:
+  Commands& commands_;
+  const FileManager& fileManager_;
+};
+
+}  // namespace zt

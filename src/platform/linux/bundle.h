@@ -1,0 +1,19 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+namespace zt {
+
+/// What an application bundle says of itself.
+struct Bundle {
+  std::string identifier;
+  std::filesystem::path executable;  ///< `<bundle>/Contents/MacOS/<CFBundleExecutable>`
+};
+
+/// Reads Contents/Info.plist (XML or binary) of the bundle at `path`, a folder whose name ends in
+/// ".app". Gives nullopt where that is missing, unreadable, or names no identifier or executable.
+std::optional<Bundle> readBundle(const std::filesystem::path& path);
+
+}  // namespace zt

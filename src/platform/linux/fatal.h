@@ -1,0 +1,11 @@
+#pragma once
+
+#include <string_view>
+
+namespace zt {
+
+/// Ends the process abnormally after one line on standard error: what could not be done, and the
+/// text of `error`, a number of errno(3).
+[[noreturn]] void fatal(std::string_view context, int error);
+
+}  // namespace zt

@@ -1,0 +1,29 @@
+#include "platform/linux/standard_error_log.h"
+
+#include <errno.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <string>
+
+namespace zt {
+
+void StandardErrorLog::write(std::string_view message) {
+  timespec now{};
+  tm local{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  ::localtime_r(&now.tv_sec, &local);
+  std::array<char, 32> date{};
+  ::strftime(date.data(), date.size(), "%F %T", &local);
+  std::array<char, 128> heading{};
+  std::snprintf(heading.data(), heading.size(), "%s.%03ld %.64s[%d:%d] ", date.data(), now.tv_nsec / 1'000'000,
+                program_invocation_short_name, ::getpid(), ::gettid());
+
+  // One call for the whole line: entries of several threads do not mix.
+  const std::string line = std::string(heading.data()).append(message).append("\n");
+  [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.data(), line.size());
+}
+
+}  // namespace zt

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "platform/log_sinks.h"
+
+namespace zt {
+
+/// Entries on standard error, each written whole: local date and time, process name with its and
+/// the thread's number, message.
+class StandardErrorLog final : public PlainLog {
+ public:
+  void write(std::string_view message) override;
+};
+
+}  // namespace zt

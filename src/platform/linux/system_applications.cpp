@@ -1,0 +1,154 @@
+#include "platform/linux/system_applications.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <climits>
+#include <cstdint>
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <system_error>
+#include <utility>
+
+#include "platform/file_handle.h"
+#include "platform/linux/bundle.h"
+
+namespace zt {
+namespace {
+
+namespace fs = std::filesystem;
+
+/// One process, by its folder in /proc (proc(5)). The folder stays open, so that all answers are of
+/// the same process: once that has ended they are empty, whoever gets its number next.
+class Process {
+ public:
+  explicit Process(const fs::path& folder) : folder_(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
+
+  /// Empty for other users' processes, unless we are root, and for threads of the kernel.
+  fs::path executable() const {
+    std::array<char, PATH_MAX> path;
+    const auto size = ::readlinkat(descriptor(), "exe", path.data(), path.size());
+    return size < 0 ? fs::path{} : fs::path{path.data(), path.data() + size};
+  }
+
+  /// Whether `path` leads to what the process runs, which can differ for a process that lives in a
+  /// mount namespace of its own.
+  bool runs(const fs::path& path) const {
+    struct stat running {};
+    struct stat found {};
+    return ::fstatat(descriptor(), "exe", &running, 0) == 0 && ::stat(path.c_str(), &found) == 0 &&
+           running.st_dev == found.st_dev && running.st_ino == found.st_ino;
+  }
+
+  bool isOurs() const {
+    std::istringstream status(read("status"));
+    for (std::string line; std::getline(status, line);) {
+      if (!line.starts_with("Uid:")) continue;
+      uid_t real{};
+      uid_t effective{};
+      std::istringstream(line.substr(4)) >> real >> effective;
+      return real == ::getuid() && effective == ::geteuid();
+    }
+    return false;
+  }
+
+  /// In clock ticks since boot.
+  std::uint64_t startTime() const {
+    // The name, in parentheses, may hold anything; after it come fields 3 and on, 22 is the start.
+    const std::string stat = read("stat");
+    std::istringstream fields(stat.substr(stat.rfind(')') + 1));
+    std::string skipped;
+    for (int field = 3; field < 22; ++field) fields >> skipped;
+    std::uint64_t start{};
+    fields >> start;
+    return start;
+  }
+
+ private:
+  int descriptor() const { return folder_.fileDescriptor(); }
+
+  std::string read(const char* name) const {
+    FileHandle file(::openat(descriptor(), name, O_RDONLY | O_CLOEXEC));
+    std::array<char, 4096> text;
+    const auto size = ::read(file.fileDescriptor(), text.data(), text.size());
+    return size < 0 ? std::string{} : std::string{text.data(), static_cast<std::size_t>(size)};
+  }
+
+  FileHandle folder_;
+};
+
+/// The bundle whose main executable `executable` would be by its place: X.app/Contents/MacOS/name.
+std::optional<fs::path> bundleAround(const fs::path& executable) {
+  const fs::path macOS = executable.parent_path();
+  const fs::path contents = macOS.parent_path();
+  if (macOS.filename() != "MacOS" || contents.filename() != "Contents") return std::nullopt;
+  return contents.parent_path();
+}
+
+std::vector<fs::path> entriesOf(const fs::path& folder) {
+  std::vector<fs::path> entries;
+  std::error_code error;
+  for (fs::directory_iterator entry(folder, error), end; !error && entry != end; entry.increment(error)) {
+    entries.push_back(entry->path());
+  }
+  return entries;
+}
+
+}  // namespace
+
+std::vector<std::optional<fs::path>> SystemApplications::running(std::string_view bundleIdentifier) const {
+  struct Copy {
+    std::uint64_t startTime;
+    int processIdentifier;  // tells apart what was started within one tick
+    fs::path bundle;
+  };
+  std::vector<Copy> copies;
+  for (const auto& folder : entriesOf("/proc")) {
+    const std::string name = folder.filename();
+    int processIdentifier{};
+    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), processIdentifier);
+    if (error != std::errc{} || end != name.data() + name.size()) continue;
+
+    const Process process(folder);
+    const auto executable = process.executable();
+    const auto location = bundleAround(executable);
+    if (!location || !process.isOurs() || !process.runs(executable)) continue;
+    const auto bundle = readBundle(*location);
+    if (bundle && bundle->identifier == bundleIdentifier && bundle->executable == executable) {
+      copies.push_back({process.startTime(), processIdentifier, *location});
+    }
+  }
+  std::ranges::sort(copies, {}, [](const Copy& copy) { return std::pair(copy.startTime, copy.processIdentifier); });
+
+  std::vector<std::optional<fs::path>> bundles;
+  bundles.reserve(copies.size());
+  for (auto& copy : copies) bundles.emplace_back(std::move(copy.bundle));
+  return bundles;
+}
+
+std::optional<fs::path> SystemApplications::installed(std::string_view bundleIdentifier) const {
+  for (const auto& folder : folders_) {
+    auto entries = entriesOf(folder);
+    std::ranges::sort(entries);
+    for (auto& entry : entries) {
+      const auto bundle = readBundle(entry);
+      if (bundle && bundle->identifier == bundleIdentifier) return std::move(entry);
+    }
+  }
+  return std::nullopt;
+}
+
+std::vector<fs::path> SystemApplications::defaultFolders() {
+  std::vector<fs::path> folders;
+  const char* home = std::getenv("HOME");
+  if (home != nullptr && *home == '/') folders.push_back(fs::path(home) / "Applications");
+  folders.insert(folders.end(), {"/Applications", "/opt"});
+  return folders;
+}
+
+}  // namespace zt

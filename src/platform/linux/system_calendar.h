@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/calendar.h"
+
+namespace zt {
+
+/// The C library's time zone (tzset(3)): every form of TZ that `date` takes, and /etc/localtime.
+class SystemCalendar final : public Calendar {
+ public:
+  SystemCalendar() { SystemCalendar::update(); }
+
+  void update() override;
+  LocalTime localTime(Instant instant) const override;
+  LocalTimeLookup instants(LocalTime local) const override;
+};
+
+}  // namespace zt

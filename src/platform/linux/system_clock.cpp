@@ -1,0 +1,26 @@
+#include "platform/linux/system_clock.h"
+
+#include <errno.h>
+#include <time.h>
+
+#include "platform/linux/fatal.h"
+
+namespace zt {
+
+Instant SystemClock::now() const {
+  return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+}
+
+void SystemClock::sleep(std::chrono::seconds duration) {
+  timespec end;
+  if (::clock_gettime(CLOCK_BOOTTIME, &end) != 0) fatal("cannot read the clock", errno);
+  end.tv_sec += duration.count();
+  // An absolute end: what a signal interrupts goes on to the same moment.
+  int error;
+  do {
+    error = ::clock_nanosleep(CLOCK_BOOTTIME, TIMER_ABSTIME, &end, nullptr);
+  } while (error == EINTR);
+  if (error != 0) fatal("cannot sleep", error);
+}
+
+}  // namespace zt

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <string_view>
+
+namespace zt {
+
+enum class LogLevel { default_, debug, info, error, fault };
+
+/// A system log that keeps level, subsystem and category of an entry as fields of their own.
+/// Callable from any thread.
+class UnifiedLog {
+ public:
+  virtual ~UnifiedLog() = default;
+
+  virtual void write(LogLevel level, std::string_view subsystem, std::string_view category,
+                     std::string_view message) = 0;
+};
+
+/// A log of plain lines. Callable from any thread; lines do not interleave.
+class PlainLog {
+ public:
+  virtual ~PlainLog() = default;
+
+  /// Writes one entry; the sink adds date, time and process.
+  virtual void write(std::string_view message) = 0;
+};
+
+/// Where a run's messages go: to `unified` where the machine has one, otherwise to `plain`.
+struct LogSinks {
+  UnifiedLog* unified;  ///< null when there is none
+  PlainLog& plain;
+};
+
+}  // namespace zt

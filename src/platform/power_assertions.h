@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+namespace zt {
+
+/// Keeps the machine from going to sleep by itself.
+class PowerAssertions {
+ public:
+  struct Created {
+    std::int32_t result;       ///< 0 on success, otherwise the service's error number
+    std::uint32_t identifier;  ///< names the assertion to release(); valid only on success
+  };
+
+  virtual ~PowerAssertions() = default;
+
+  /// Takes an assertion that holds until it is released or this process ends. `type` is what is to
+  /// be prevented, `name` who asks, `details` why, for a person who looks.
+  virtual Created create(std::string_view type, std::string_view name, std::string_view details) = 0;
+
+  /// Gives an assertion back. Failure is not reported: the process is about to end.
+  virtual void release(std::uint32_t identifier) = 0;
+};
+
+}  // namespace zt

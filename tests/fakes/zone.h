@@ -1,0 +1,33 @@
+#pragma once
+
+#include <stdlib.h>
+#include <time.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "platform/linux/system_calendar.h"
+
+namespace zt {
+
+/// The machine's calendar in a time zone: a value of TZ, or null for none.
+struct Zone {
+  explicit Zone(const char* name) {
+    name == nullptr ? ::unsetenv("TZ") : ::setenv("TZ", name, 1);
+    calendar.update();
+  }
+
+  SystemCalendar calendar;
+};
+
+/// The instant that a text such as "2027-03-14 01:59:00 -0500" names; the seconds may be left out.
+inline Instant at(std::string text) {
+  if (text.size() == std::string("2027-03-14 01:59 -0500").size()) text.insert(16, ":00");
+  tm fields{};
+  const char* end = ::strptime(text.c_str(), "%Y-%m-%d %H:%M:%S %z", &fields);
+  if (end == nullptr || *end != '\0') throw std::invalid_argument(text);
+  const long offset = fields.tm_gmtoff;
+  return Instant{std::chrono::seconds{::timegm(&fields) - offset}};
+}
+
+}  // namespace zt
