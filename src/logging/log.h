@@ -1,0 +1,42 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "platform/log_sinks.h"
+
+namespace zt {
+
+/// Writes messages at five levels for one subsystem and category. Where the machine has a unified
+/// log, the message is stored there as it is; otherwise it goes to the plain log behind the name of
+/// its level. Callable from any thread; failures to write are not reported.
+class Log {
+ public:
+  Log() = delete;
+  /// The sinks have to outlive the log.
+  Log(std::string subsystem, std::string category, LogSinks sinks);
+
+  /// In the plain log these three are read as a format: a percent sign begins a directive.
+  void default_(std::string_view message) const;
+  void debug(std::string_view message) const;
+  void info(std::string_view message) const;
+  /// These two are printed as they are in both logs.
+  void error(std::string_view message) const;
+  void fault(std::string_view message) const;
+
+ private:
+  struct OSLog {
+    UnifiedLog& sink;
+    std::string subsystem;
+    std::string category;
+  };
+
+  void write(LogLevel level, std::string_view prefix, std::string_view message) const;
+  void writeWithFormat(LogLevel level, std::string_view format, std::string_view message) const;
+
+  std::optional<OSLog> osLog;
+  PlainLog& plain_;
+};
+
+}  // namespace zt

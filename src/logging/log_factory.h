@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "logging/log.h"
+
+namespace zt {
+
+/// Makes logs for the areas of the application. Every call makes a new one.
+class LogFactory {
+ public:
+  static Log setting(std::string category, LogSinks sinks);
+  static Log utility(std::string category, LogSinks sinks);
+  static Log volume(std::string category, LogSinks sinks);
+  static Log delegate(std::string category, LogSinks sinks);
+  static Log view(std::string category, LogSinks sinks);
+  static Log vc(std::string category, LogSinks sinks);
+  static Log helper(std::string category, LogSinks sinks);
+  static Log extension(std::string category, LogSinks sinks);
+};
+
+}  // namespace zt
