@@ -1,0 +1,139 @@
+#include "schedules/next_event.h"
+
+#include <gtest/gtest.h>
+
+#include <set>
+
+#include "driver/date_text.h"
+#include "fakes/zone.h"
+#include "schedules/matching.h"
+#include "schedules/schedule_lines.h"
+
+namespace zt {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::days;
+
+/// Without its seconds, which are none.
+std::string textOf(std::optional<Instant> date, const Calendar& calendar) {
+  return date ? dateText(*date, calendar).erase(16, 3) : "never";
+}
+
+TEST(NextRunDate, FollowsTheWallClock) {
+  struct Row {
+    const char *reason, *zone, *fields, *reference, *expected;
+  };
+  const char* newYork = "America/New_York";
+  const std::vector<Row> rows = {
+      {"over for today", "UTC0", "30 9 * * *", "2027-03-09 10:15:42 +0000", "2027-03-10 09:30 +0000"},
+      {"the reference's own minute", "UTC0", "30 9 * * *", "2027-03-09 09:30:59 +0000", "2027-03-09 09:30 +0000"},
+      {"third Monday is over", "UTC0", "30 9 15-21 * 1", "2027-03-15 09:31 +0000", "2027-04-19 09:30 +0000"},
+      {"over to a leap day", "UTC0", "0 0 * * *", "2028-02-28 00:01 +0000", "2028-02-29 00:00 +0000"},
+      {"no number", "UTC0", "* 9 * * *", "2027-03-09 00:00 +0000", "never"},
+      {"minute 75", "UTC0", "75 9 * * *", "2027-03-09 00:00 +0000", "never"},
+      {"minute -1", "UTC0", "-1 9 * * *", "2027-03-09 00:00 +0000", "never"},
+      {"hour 24", "UTC0", "0 24 * * *", "2027-03-09 00:00 +0000", "never"},
+      {"day of week 7", "UTC0", "0 9 * * 7", "2027-03-09 00:00 +0000", "never"},
+      {"day of month 15", "UTC0", "0 9 15 * *", "2027-03-09 00:00 +0000", "never"},
+      {"02:30 is skipped", newYork, "30 2 * * *", "2027-03-13 02:31 -0500", "2027-03-15 02:30 -0400"},
+      {"so is that Sunday", newYork, "30 2 * * 0", "2027-03-14 00:00 -0500", "2027-03-21 02:30 -0400"},
+      {"01:30 comes twice", newYork, "30 1 * * *", "2027-11-07 00:00 -0400", "2027-11-07 01:30 -0400"},
+      {"the second time round", newYork, "30 1 * * *", "2027-11-07 01:31 -0400", "2027-11-07 01:30 -0500"},
+      {"seen from itself", newYork, "30 1 * * *", "2027-11-07 01:30:20 -0500", "2027-11-07 01:30 -0500"},
+      {"half an hour keeps the minute", "Australia/Lord_Howe", "15 3 * * *", "2027-10-02 23:50 +1030",
+       "2027-10-03 03:15 +1100"},
+      {"midnight is skipped", "Africa/Cairo", "30 0 * * *", "2027-04-29 22:00 +0200", "2027-05-01 00:30 +0300"},
+      {"23:30 comes twice", "Africa/Cairo", "30 23 * * *", "2027-10-28 23:31 +0300", "2027-10-28 23:30 +0200"},
+      {"yesterday comes again", "XST3XDT2,M3.2.0,M11.1.0/0:01", "30 23 * * 6", "2027-11-07 00:00:30 -0200",
+       "2027-11-06 23:30 -0300"},
+  };
+  for (const auto& row : rows) {
+    const Zone zone(row.zone);
+    const auto date = lineOf(row.fields).nextRunDate(at(row.reference), zone.calendar);
+    EXPECT_EQ(textOf(date, zone.calendar), row.expected) << row.reason;
+  }
+}
+
+TEST(NextEventDate, IsTheEarliestOfAllLines) {
+  const Zone zone("Europe/Berlin");
+  const auto next = [&](const std::vector<const char*>& fields) {
+    std::vector<CrontabLine> lines;
+    std::ranges::transform(fields, std::back_inserter(lines), lineOf);
+    return textOf(nextEventDate(lines, at("2027-03-09 12:00 +0100"), zone.calendar), zone.calendar);
+  };
+  EXPECT_EQ(next({"0 8 * * *", "0 6 * * 7", "0 7 * * *"}), "2027-03-10 07:00 +0100");
+  EXPECT_EQ(next({"0 7 * * *", "0 8 * * *"}), "2027-03-10 07:00 +0100");
+  EXPECT_EQ(next({"0 6 * * 7", "* 6 * * *"}), "never");
+}
+
+/// The yardstick: minute by minute, without a thought about calendars.
+Instant scan(const CrontabLine& line, Instant reference, const Calendar& calendar) {
+  Instant minute = std::chrono::floor<std::chrono::minutes>(reference);
+  while (!runsAt(line, minute, calendar)) minute += 1min;
+  return minute;
+}
+
+/// The instants from 2026 to 2037 from which another offset holds; days in June where none does.
+std::vector<Instant> changes(const Calendar& calendar) {
+  const auto offset = [&](Instant i) { return calendar.localTime(i).time_since_epoch() - i.time_since_epoch(); };
+  std::vector<Instant> result, juneDays;
+  for (Instant i = at("2026-01-01 00:00 +0000"); i < at("2038-01-01 00:00 +0000"); i += 15min) {
+    if (offset(i) != offset(i - 15min)) result.push_back(i);
+    if ((i - at("2026-06-21 00:00 +0000")) % days{365} == 0s) juneDays.push_back(i);
+  }
+  return result.empty() ? juneDays : result;
+}
+
+/// Lines at and around the wall times that are skipped or repeated at `change`: daily, and on the
+/// weekday and the week of the month of that day.
+std::vector<CrontabLine> linesAround(Instant change, const Calendar& calendar) {
+  static constexpr std::array ranges = {"1-7", "8-14", "15-21", "22-31", "22-31"};
+  std::set<std::string> lines;
+  const auto add = [&](LocalTime local, bool dailyOnly) {
+    const auto day = std::chrono::floor<days>(local);
+    const std::chrono::hh_mm_ss time{local - day};
+    const auto start = std::to_string(time.minutes().count()) + " " + std::to_string(time.hours().count());
+    const auto weekday = std::to_string(std::chrono::weekday{day}.c_encoding());
+    const unsigned dayOfMonth{std::chrono::year_month_day{day}.day()};
+    lines.insert(start + " * * *");
+    if (dailyOnly) return;
+    lines.insert(start + " * * " + weekday);
+    lines.insert(start + " " + ranges.at((dayOfMonth - 1) / 7) + " * " + weekday);
+  };
+  for (const auto shift : {-61min, -30min, -1min, 0min, 1min, 59min, 60min}) {
+    add(calendar.localTime(change - 1s) + 1s + shift, shift != 0min);
+    add(calendar.localTime(change) + shift, shift != -30min);
+  }
+  std::vector<CrontabLine> result;
+  std::ranges::transform(lines, std::back_inserter(result), lineOf);
+  return result;
+}
+
+class NextRunDateInZone : public testing::TestWithParam<const char*> {};
+
+TEST_P(NextRunDateInZone, AgreesWithThePlainScan) {
+  const Zone zone(GetParam());
+  int compared = 0;
+  for (const auto change : changes(zone.calendar)) {
+    for (const auto& line : linesAround(change, zone.calendar)) {
+      for (const auto shift : {-48h + 7s, -61min + 0s, -30min + 59s, -1s, 0s, 29min + 1s, 61min + 0s, 25h + 0s}) {
+        const Instant reference = change + shift;
+        ASSERT_EQ(textOf(line.nextRunDate(reference, zone.calendar), zone.calendar),
+                  textOf(scan(line, reference, zone.calendar), zone.calendar))
+            << line.crontabLine() << " from " << dateText(reference, zone.calendar);
+        ++compared;
+      }
+    }
+  }
+  EXPECT_GT(compared, 300);
+}
+
+INSTANTIATE_TEST_SUITE_P(Zones, NextRunDateInZone,
+                         testing::Values("America/New_York", "America/Santiago", "America/Mexico_City", "Europe/Dublin",
+                                         "Europe/Berlin", "Africa/Casablanca", "Africa/Cairo", "Asia/Gaza",
+                                         "Asia/Kolkata", "Australia/Lord_Howe", "Antarctica/Troll", "Pacific/Auckland",
+                                         "Pacific/Apia", "CET-1CEST,M3.5.0,M10.5.0/3"));
+
+}  // namespace
+}  // namespace zt
