@@ -1,0 +1,49 @@
+#include "discovery/due_entries.h"
+
+#include <ostream>
+#include <string>
+
+#include "schedules/matching.h"
+#include "util/text.h"
+
+namespace zt {
+
+std::vector<URL> matchingSchedules(std::span<const CrontabLine> lines, Instant time, const Calendar& calendar,
+                                   Commands& commands, std::ostream& output) {
+  std::vector<const CrontabLine*> due;
+  for (const auto& line : lines) {
+    if (runsAt(line, time, calendar)) due.push_back(&line);
+  }
+  std::vector<URL> urls;
+  for (const auto* line : due) {
+    if (auto url = commandURL(*line, commands, output)) urls.push_back(*std::move(url));
+  }
+  return urls;
+}
+
+std::optional<URL> commandURL(const CrontabLine& line, Commands& commands, std::ostream& output) {
+  const auto& command = line.part(CrontabLine::command);
+  const auto fail = [&](std::string_view problem, std::string_view text, std::string_view from) {
+    // Flushed at once: a run that ends abnormally later must not take the reason along.
+    output << "ztbackupbytime: " << problem << " \"" << text << "\" " << from << " \"" << line.crontabLine() << "\"."
+           << std::endl;
+    return std::nullopt;
+  };
+
+  const auto words = split(command, ' ');
+  if (words.empty()) return fail("crontab executable had no space in it. Was", command, "from");
+
+  const std::string script = "echo -n " + std::string(words.back());
+  std::optional<std::vector<std::string>> unescaped;
+  if (script.size() < Commands::argumentLimit) unescaped = commands.shell("/bin/bash", {"-c", script});
+  if (!unescaped || unescaped->empty()) return fail("failed to unescape", command, "from");
+
+  const std::string& text = unescaped->front();
+  auto url = text.size() < Commands::argumentLimit ? URL::parse(text) : std::nullopt;
+  if (!url) {
+    return fail("unable to create URL from unescaped", text, "extracted and unescaped from");
+  }
+  return url;
+}
+
+}  // namespace zt
