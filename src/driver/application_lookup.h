@@ -1,0 +1,22 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+
+#include "logging/log.h"
+#include "platform/applications.h"
+
+namespace zt {
+
+/// The application and the programs inside it that a run uses.
+struct Application {
+  std::filesystem::path location;
+  std::filesystem::path controller;  ///< not looked for before it is started
+  std::filesystem::path agent;       ///< looked for before each use
+};
+
+/// Finds the application: the running copy that was started first, otherwise the installed one.
+/// nullopt, after an error in the log, when there is none.
+std::optional<Application> findApplication(const Applications& applications, const Log& log);
+
+}  // namespace zt

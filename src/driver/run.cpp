@@ -1,0 +1,118 @@
+#include "driver/run.h"
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+
+#include "discovery/crontab_reader.h"
+#include "discovery/due_entries.h"
+#include "driver/date_text.h"
+#include "logging/log_factory.h"
+#include "schedules/next_event.h"
+#include "schedules/wall_time.h"
+
+namespace zt {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::seconds;
+
+/// The service manager starts no job again within this time of its last start, so a run that ends
+/// sooner would only look like one that fails.
+constexpr seconds throttleInterval = 10s;
+
+std::string inSeconds(seconds duration) {
+  return std::to_string(duration.count()) + " seconds";
+}
+
+class MainLoop {
+ public:
+  MainLoop(const Services& services, const Log& log, const Application& application)
+      : services_(services),
+        log_(log),
+        controller_(application.controller),
+        wakeScheduling_(services.wakeEvents, services.fileManager, application.agent, log) {}
+
+  /// Serves the current minute. Whether another pass is needed at once, for the minute after it.
+  bool pass() {
+    services_.calendar.update();
+    const Instant now = services_.clock.now();
+    log_.info("Looking for schedules that run at " + date(now));
+    const auto lines = readCrontabLines(services_.commands);
+    const auto matches = matchingSchedules(lines, now, services_.calendar, services_.commands, services_.output);
+    log_.info("Found " + std::to_string(matches.size()) + " matching schedules.");
+
+    for (const auto& match : matches) launchController(match);
+    wakeScheduling_.cancelExisting();
+    return prepareNextEvent(lines, now);
+  }
+
+ private:
+  void launchController(const URL& match) {
+    log_.info("Spawning " + match.path());
+    services_.commands.launch(controller_, {match.absoluteString()});
+  }
+
+  /// Both looks ahead start from the minute that this pass has served, not from the clock, which
+  /// may have gone on: no minute is left out between them.
+  bool prepareNextEvent(const std::vector<CrontabLine>& lines, Instant now) {
+    const auto first = nextEventDate(lines, now + 1min, services_.calendar);
+    const auto second = nextEventDate(lines, now + 2min, services_.calendar);
+    if (!first || !second) return false;
+    log_.info("Checking one " + date(*first) + " and two " + date(*second) + " minute events.");
+    if (first != second) {
+      sleepUntilAfterMinuteOf(now);
+      return true;
+    }
+    log_.info("Next event more than 1 minute from now, setting wake, then sleeping " + inSeconds(throttleInterval) +
+              " for launchd ThrottleInterval.");
+    wakeScheduling_.set(*first, services_.calendar);
+    services_.clock.sleep(throttleInterval);
+    return false;
+  }
+
+  /// Sleeps until one second past the minute of `served`, or not at all where the work has taken that
+  /// long. Where the clock was set back to an earlier minute meanwhile, it is that minute that ends.
+  void sleepUntilAfterMinuteOf(Instant served) {
+    const auto start = startOfMinute(served, services_.calendar);
+    Instant current = services_.clock.now();
+    // A clock that is set back while we sleep shows the same minute again: it has been served.
+    do {
+      const auto second = current - std::min(start, startOfMinute(current, services_.calendar));
+      const auto duration = std::max(61s - second, 0s);
+      log_.info("Sleeping for " + inSeconds(duration) + ".");
+      services_.clock.sleep(duration);
+      current = services_.clock.now();
+    } while (current >= start && current < start + 1min);
+  }
+
+  std::string date(Instant instant) const { return dateText(instant, services_.calendar); }
+
+  const Services& services_;
+  const Log& log_;
+  std::filesystem::path controller_;
+  WakeScheduling wakeScheduling_;
+};
+
+}  // namespace
+
+int run(const Services& services) {
+  const Log log = LogFactory::helper("ztbackupbytime", services.logSinks);
+  const auto application = findApplication(services.applications, log);
+  if (!application) return 1;
+
+  log.info("Creating power assertion.");
+  const auto assertion = services.powerAssertions.create("PreventUserIdleSystemSleep", "ztbackupbytime Prompt Wake",
+                                                         "Zantrove! time-based scheduled copy check.");
+  log.info("Power asssertion created - createdAssertion = " + std::to_string(assertion.result));
+
+  MainLoop loop(services, log, *application);
+  while (loop.pass()) {
+  }
+
+  log.info("Heading out, canceling power assertion.");
+  if (assertion.result == 0) services.powerAssertions.release(assertion.identifier);
+  return 0;
+}
+
+}  // namespace zt

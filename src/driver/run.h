@@ -1,0 +1,37 @@
+#pragma once
+
+#include <iosfwd>
+
+#include "driver/application_lookup.h"
+#include "driver/wake_scheduling.h"
+#include "logging/log.h"
+#include "platform/applications.h"
+#include "platform/calendar.h"
+#include "platform/clock.h"
+#include "platform/commands.h"
+#include "platform/file_manager.h"
+#include "platform/log_sinks.h"
+#include "platform/power_assertions.h"
+#include "platform/wake_events.h"
+#include "util/url.h"
+
+namespace zt {
+
+/// What a run needs of the machine. Everything has to outlive the run.
+struct Services {
+  Clock& clock;
+  Calendar& calendar;
+  const Applications& applications;
+  const FileManager& fileManager;
+  Commands& commands;
+  PowerAssertions& powerAssertions;
+  WakeEvents& wakeEvents;
+  LogSinks logSinks;
+  std::ostream& output;  ///< for messages about entries that are due but cannot be used
+};
+
+/// One run of the tool, from start to exit. Gives the exit status: 0, or 1 when the application
+/// cannot be found.
+int run(const Services& services);
+
+}  // namespace zt

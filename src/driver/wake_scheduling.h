@@ -1,0 +1,35 @@
+#pragma once
+
+#include <filesystem>
+
+#include "logging/log.h"
+#include "platform/calendar.h"
+#include "platform/file_manager.h"
+#include "platform/wake_events.h"
+
+namespace zt {
+
+/// Replaces the wake events that this tool has set, by way of the application's agent. Without an
+/// executable agent nothing is cancelled or set; whether the agent succeeds is not looked at.
+class WakeScheduling {
+ public:
+  WakeScheduling(WakeEvents& wakeEvents, const FileManager& fileManager, std::filesystem::path agent, const Log& log)
+      : wakeEvents_(wakeEvents), fileManager_(fileManager), agent_(std::move(agent)), log_(log) {}
+
+  /// Cancels every listed event that bears the name of the tool or of the agent. Other programs'
+  /// events, and lines that are not seven words, are left alone.
+  void cancelExisting();
+
+  /// Sets the event for `date`.
+  void set(Instant date, const Calendar& calendar);
+
+ private:
+  bool agentIsExecutable() const { return fileManager_.isExecutableFile(agent_); }
+
+  WakeEvents& wakeEvents_;
+  const FileManager& fileManager_;
+  std::filesystem::path agent_;
+  const Log& log_;
+};
+
+}  // namespace zt

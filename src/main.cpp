@@ -1,0 +1,35 @@
+#include <iostream>
+
+#include "driver/run.h"
+#include "platform/linux/agent_wake_events.h"
+#include "platform/linux/no_power_assertions.h"
+#include "platform/linux/process_setup.h"
+#include "platform/linux/standard_error_log.h"
+#include "platform/linux/system_applications.h"
+#include "platform/linux/system_calendar.h"
+#include "platform/linux/system_clock.h"
+#include "platform/linux/system_file_manager.h"
+#include "platform/linux/task_commands.h"
+
+int main() {
+  zt::setUpProcess();
+
+  zt::SystemClock clock;
+  zt::SystemCalendar calendar;
+  const zt::SystemApplications applications(zt::SystemApplications::defaultFolders());
+  const zt::SystemFileManager fileManager;
+  zt::TaskCommands commands;
+  zt::NoPowerAssertions powerAssertions;
+  zt::AgentWakeEvents wakeEvents(commands, fileManager);
+  zt::StandardErrorLog plainLog;
+
+  return zt::run({.clock = clock,
+                  .calendar = calendar,
+                  .applications = applications,
+                  .fileManager = fileManager,
+                  .commands = commands,
+                  .powerAssertions = powerAssertions,
+                  .wakeEvents = wakeEvents,
+                  .logSinks = {.unified = nullptr, .plain = plainLog},
+                  .output = std::cout});
+}
