@@ -1,0 +1,186 @@
+// The built tool on a private machine (demo/private-machine): real crontab, bash, processes and zones,
+// and the sample application. The clock is the machine's own, but the zone is one in which it is
+// 12:34:05 now.
+
+#include <gtest/gtest.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+
+#include "driver/date_text.h"
+#include "fakes/zone.h"
+#include "schedules/schedule_lines.h"
+#include "util/shell.h"
+#include "util/text.h"
+
+namespace zt {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+using Texts = std::vector<std::string>;
+
+/// The output of a script.
+Texts bash(const std::string& script) {
+  Task task;
+  return shell(task, "/bin/bash", Texts{"-c", script}).value_or(Texts{"not UTF-8"});
+}
+
+std::string zoneAt(std::chrono::seconds timeOfDay) {
+  const auto now = std::chrono::system_clock::now().time_since_epoch() % 24h;
+  const std::chrono::hh_mm_ss west{std::chrono::floor<std::chrono::seconds>(now) - timeOfDay};
+  return std::string(west.is_negative() ? "TST-" : "TST+") + std::to_string(west.hours().count()) + ":" +
+         std::to_string(west.minutes().count()) + ":" + std::to_string(west.seconds().count());
+}
+
+struct Tool : testing::Test {
+  struct Outcome {
+    std::int32_t status;
+    Texts output, errors;
+  };
+
+  Tool() {
+    bash("rm -rf ~/* /var/spool/cron/crontabs/*; mkdir ~/Applications; cp -R " DEMO "/Zantrove.app ~/Applications");
+  }
+
+  /// Runs the tool; `before` is what the shell that starts it does first.
+  static Outcome run(const std::string& crontab, const std::string& before = "") {
+    std::ofstream("/var/spool/cron/crontabs/root", std::ios::binary) << crontab;
+    const Zone zone(zoneAt(12h + 34min + 5s).c_str());
+    Task task;
+    shell(task, "/bin/bash", Texts{"-c", before + " exec " TOOL " > ~/output 2> ~/errors"});
+    return {task.terminationStatus(), bash("cat ~/output"), bash("cat ~/errors")};
+  }
+
+  const fs::path home = ::getenv("HOME");
+  const fs::path controller = home / "Applications/Zantrove.app/Contents/Helpers/ztautomatedcopycontroller";
+};
+
+TEST_F(Tool, ReadsEveryDueWordAsBashDoes) {
+  struct Row {
+    const char* reason;
+    std::string command;
+    const char* argument;  // of the controller
+    const char* noURL;     // or the text that is none; with neither, there is no text at all
+  };
+  const std::vector<Row> rows = {
+      {"percent", "/ZTUtil file:///tmp/Copy%20Plan/", "file:///tmp/Copy%20Plan/", nullptr},
+      {"escapes", R"(/ZTUtil file:///tmp/100\%25\!)", "file:///tmp/100%25!", nullptr},
+      {"quotes", R"(/ZTUtil "file:///tmp/it's")", "file:///tmp/it's", nullptr},
+      {"a blank splits, escaped or not", R"(/ZTUtil file:///tmp/a\ b)", "b", nullptr},
+      {"no space: the whole field", "file:///ZTUtil", "file:///ZTUtil", nullptr},
+      {"the first line counts", R"(/ZTUtil $'one\ntwo')", "one", nullptr},
+      {"crontab prints a carriage return as an escaped r", "/ZTUtil cr\r", "crr", nullptr},
+      {"twice the same", "/ZTUtil cr\r", "crr", nullptr},
+      {"trailing space", "/ZTUtil file:///a ", nullptr, nullptr},
+      {"expands to nothing", "/ZTUtil $none", nullptr, nullptr},
+      {"not UTF-8", R"(/ZTUtil $'\xff')", nullptr, nullptr},
+      {"longer than an argument can be", "/ZTUtil " + std::string(200'000, 'a'), nullptr, nullptr},
+      {"unbalanced quote", R"(/ZTUtil "file:///a)", nullptr,
+       "/bin/bash: -c: line 1: unexpected EOF while looking for matching `\"'"},
+      {"a blank from bash", R"(/ZTUtil file:///a$'\x20'b)", nullptr, "file:///a b"},
+  };
+  Texts arguments;
+  Texts messages;
+  std::string crontab = "# ZTUtil\n34 12 * * * /ZTUtil \"\n34\t12\t*\t*\t*\t/ztutil \"\n34\t12\t*\t*\t*\t/ZTUtil\t\"\n";
+  for (const auto& row : rows) {
+    const auto line = "34\t12\t*\t*\t*\t" + row.command;
+    crontab += line + "\n";
+    const std::string from = " from \"" + line + "\".";
+    if (row.argument != nullptr) {
+      arguments.emplace_back(row.argument);
+    } else if (row.noURL != nullptr) {
+      messages.push_back("ztbackupbytime: unable to create URL from unescaped \"" + std::string(row.noURL) +
+                         "\" extracted and unescaped" + from);
+    } else {
+      messages.push_back("ztbackupbytime: failed to unescape \"" + row.command + "\"" + from);
+    }
+  }
+  for (const auto* fields : {"33 12 * * *", "75 12 * * *", "34 12 * * 7", "34 12 15 * *", "#34 12 * * *"}) {
+    crontab += lineOf(fields).crontabLine() + "\t/ZTUtil \"\n";
+  }
+  for (int i = 0; i < 1000; ++i) crontab += "0\t13\t*\t*\t*\t/ZTUtil many\n";
+
+  const auto outcome = run(crontab);
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.output, messages);
+  std::ranges::sort(arguments);
+  EXPECT_EQ(bash("LC_ALL=C sort ~/controller-arguments"), arguments);
+  EXPECT_EQ(bash("grep -c \" 13:00:00 by 'ZTAgent'$\" ~/wake-events"), Texts{"1"});
+}
+
+TEST_F(Tool, FindsNoLinesInTextThatIsNotUtf8) {
+  const auto outcome = run("34\t12\t*\t*\t*\t/ZTUtil file:///a\n# caf\xe9\n");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_TRUE(outcome.errors.at(6).ends_with("INFO: Found 0 matching schedules."));
+}
+
+TEST_F(Tool, LeavesControllersRunningWithNothingOfItsOwn) {
+  fs::remove(controller);
+  fs::create_symlink("/bin/sleep", controller);
+  EXPECT_EQ(run("34\t12\t*\t*\t*\t/ZTUtil 1000\n", "exec 7</dev/null; trap '' HUP CHLD;").status, 0);
+  const auto child = bash("pidof ztautomatedcopycontroller");
+  ASSERT_EQ(child.size(), 1U);
+  EXPECT_EQ(bash("ls /proc/" + child[0] + "/fd"), (Texts{"0", "1", "2"}));
+  // The C library has two signals of its own, which its posix_spawn(3) ignores in every child.
+  EXPECT_EQ(bash("grep -cE '^Sig(Blk|Ign):\\s*0+(18000000)?0$' /proc/" + child[0] + "/status"), Texts{"2"});
+}
+
+TEST_F(Tool, EndsAbnormallyWithoutController) {
+  fs::remove(controller);
+  const auto outcome = run("34\t12\t*\t*\t*\t/ZTUtil file:///a\n");
+  EXPECT_EQ(outcome.status, SIGABRT);
+  EXPECT_EQ(outcome.errors.back(),
+            "ztbackupbytime: cannot start " + controller.string() + ": No such file or directory");
+}
+
+TEST_F(Tool, ChoosesTheUsersOwnRunningApplication) {
+  const auto start = [this](const std::string& folder, const std::string& as) {
+    auto bundle = (home / folder / "Zantrove.app").string();
+    bash("cp -R ~/Applications ~/" + folder + " && cp -f /bin/sleep " + bundle + "/Contents/MacOS/Zantrove");
+    bash(as + " " + bundle + "/Contents/MacOS/Zantrove 99 <&- &>/dev/null &" +
+         " until pidof Zantrove | grep -qw $!; do sleep 0.01; done");
+    return bundle;
+  };
+  const auto expectUsed = [](const std::string& bundle) {
+    EXPECT_TRUE(run("").errors.at(1).ends_with("INFO: Using Zantrove! from " + bundle)) << bundle;
+  };
+  const std::string asOther = "setpriv --reuid 65534 --clear-groups";
+  if (bash(asOther + " true").empty()) {
+    start("theirs", asOther);
+  } else {
+    std::cout << "Without root's rights another user's process cannot be tried.\n";
+  }
+  expectUsed((home / "Applications/Zantrove.app").string());
+  const auto first = start("ours", "");
+  start("another", "");
+  expectUsed(first);
+
+  bash("kill $(pidof Zantrove); rm -rf ~/Applications");
+  const auto outcome = run("");
+  EXPECT_EQ(outcome.status, 1);
+  EXPECT_TRUE(outcome.errors.back().ends_with(" ERROR: Couldn't find Zantrove! application"));
+}
+
+TEST_F(Tool, TellsTheTimeThatDateTells) {
+  // The machine's zone as a plain copy of a zone file, not the usual link.
+  bash(
+      "cp -a /etc ~ && cp --remove-destination /usr/share/zoneinfo/America/St_Johns ~/etc/localtime &&"
+      " mount --bind ~/etc /etc");
+  for (const auto* form : {static_cast<const char*>(nullptr), "Europe/Berlin", ":Asia/Gaza", "", "no/such/zone",
+                           "/usr/share/zoneinfo/Australia/Lord_Howe", "CET-1CEST,M3.5.0,M10.5.0/3", "<+1245>-12:45"}) {
+    const Zone zone(form);
+    for (const auto* time : {"1700000000", "1806195599", "1806195600", "1824944400", "2145916800"}) {
+      EXPECT_EQ(dateText(Instant{std::chrono::seconds{std::stoll(time)}}, zone.calendar),
+                bash(std::string("date '+%F %T %z' -d @") + time).at(0));
+    }
+    const auto told = bash(TOOL " 2>&1 | sed -n 's/.*schedules that run at //p'").at(0);
+    EXPECT_EQ(told, bash("date '+%F %T %z' -d '" + told + "'").at(0));
+  }
+  bash("umount /etc");
+}
+
+}  // namespace
+}  // namespace zt
