@@ -4,8 +4,6 @@
 
 #include <sstream>
 
-#include "fakes/fake_clock.h"
-#include "fakes/fake_logs.h"
 #include "fakes/fake_machine.h"
 #include "fakes/zone.h"
 #include "util/text.h"
@@ -14,7 +12,6 @@ namespace zt {
 namespace {
 
 using namespace std::chrono_literals;
-using Texts = std::vector<std::string>;
 
 /// A machine at 12:34:20 on a Tuesday, with the application installed and an agent that works.
 struct Run : testing::Test {
@@ -111,7 +108,7 @@ TEST_F(Run, ServesEachMinuteOnce) {
 
 TEST_F(Run, EndsWithoutAWakeWhereNothingCanFire) {
   const Texts neverFiring{"75\t12\t*\t*\t*\tZTUtil a", "34\t12\t*\t*\t7\tZTUtil b", "34\t12\t15\t*\t*\tZTUtil c"};
-  for (const auto& crontab : {FakeCommands::Output{}, {Texts{}}, {neverFiring}}) {
+  for (const auto& crontab : {std::optional<Texts>{}, {Texts{}}, {neverFiring}}) {
     commands.crontab = crontab;
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(log.entries.size(), 9U);
@@ -158,7 +155,7 @@ TEST_F(Run, PrefersTheRunningApplication) {
 
   applications.runningCopies.front().reset();
   EXPECT_EQ(run(), 0);
-  EXPECT_EQ(log.entries.at(1), "INFO: Using Zantrove! from /opt/Z.app");
+  EXPECT_EQ(log.entries.at(1), "INFO: Using Zantrove! from /opt/Z.app") << "the first has no location";
 
   powerAssertions = {};
   applications.installedCopy.reset();

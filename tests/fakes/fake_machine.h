@@ -5,12 +5,32 @@
 #include <set>
 
 #include "platform/applications.h"
+#include "platform/clock.h"
 #include "platform/commands.h"
 #include "platform/file_manager.h"
+#include "platform/log_sinks.h"
 #include "platform/power_assertions.h"
 #include "platform/wake_events.h"
 
 namespace zt {
+
+using Texts = std::vector<std::string>;
+
+/// Stands still but for sleeps.
+struct FakeClock : Clock {
+  explicit FakeClock(Instant start) : time(start) {}
+
+  Instant now() const override { return time; }
+  void sleep(std::chrono::seconds duration) override {
+    if (sleeps.empty()) time += changeInFirstSleep;
+    sleeps.push_back(duration.count());
+    time += duration;
+  }
+
+  Instant time;
+  std::chrono::seconds changeInFirstSleep{0};  ///< as when somebody sets the clock
+  std::vector<std::int64_t> sleeps;
+};
 
 struct FakeApplications : Applications {
   std::vector<std::optional<std::filesystem::path>> running(std::string_view) const override { return runningCopies; }
@@ -28,26 +48,21 @@ struct FakeFileManager : FileManager {
 
 /// Prints the crontab, and words without their backslashes; keeps what it is asked to start.
 struct FakeCommands : Commands {
-  using Output = std::optional<std::vector<std::string>>;
-
-  Output shell(const std::string& path, const std::vector<std::string>& arguments) override {
+  std::optional<Texts> shell(const std::string& path, const Texts& arguments) override {
     commands.push_back(path + " " + arguments.at(0));
     if (whileRunning) whileRunning();
     if (path == "/usr/bin/crontab") return crontab;
-    if (scripted.contains(arguments.at(1))) return scripted.at(arguments.at(1));
     std::string word = arguments.at(1).substr(std::string("echo -n ").size());
     std::erase(word, '\\');
-    return word.empty() ? std::vector<std::string>{} : std::vector{word};
+    return word.empty() ? Texts{} : Texts{word};
   }
-  void launch(const std::string& path, const std::vector<std::string>& arguments) override {
+  void launch(const std::string& path, const Texts& arguments) override {
     launched.push_back(path + " " + arguments.at(0));
   }
 
-  Output crontab;
-  std::map<std::string, Output> scripted;  ///< by the text that bash is given
+  std::optional<Texts> crontab;
   std::function<void()> whileRunning;
-  std::vector<std::string> commands;
-  std::vector<std::string> launched;
+  Texts commands, launched;
 };
 
 struct FakePowerAssertions : PowerAssertions {
@@ -58,19 +73,18 @@ struct FakePowerAssertions : PowerAssertions {
   void release(std::uint32_t identifier) override { released.push_back(identifier); }
 
   std::int32_t result = 0;
-  std::vector<std::string> created;
+  Texts created;
   std::vector<std::uint32_t> released;
 };
 
 /// Keeps events as lines; what is set is listed from then on.
 struct FakeWakeEvents : WakeEvents {
-  std::optional<std::vector<std::string>> list(const std::filesystem::path&) override {
+  std::optional<Texts> list(const std::filesystem::path&) override {
     return hasListing ? std::optional(events) : std::nullopt;
   }
   void cancel(const std::filesystem::path& agent, const std::string& dateAndTime) override {
     calls.push_back(agent.string() + " cancel " + dateAndTime);
-    std::erase_if(events,
-                  [&](const auto& event) { return event.find(dateAndTime + " by 'ZTAgent'") != std::string::npos; });
+    std::erase_if(events, [&](const auto& event) { return event.ends_with(dateAndTime + " by 'ZTAgent'"); });
   }
   void wake(const std::filesystem::path& agent, const std::string& time) override {
     calls.push_back(agent.string() + " wake " + time);
@@ -78,8 +92,26 @@ struct FakeWakeEvents : WakeEvents {
   }
 
   bool hasListing = true;
-  std::vector<std::string> events;
-  std::vector<std::string> calls;
+  Texts events, calls;
+};
+
+struct FakeUnifiedLog : UnifiedLog {
+  struct Entry {
+    LogLevel level;
+    std::string subsystem, category, message;
+    bool operator==(const Entry&) const = default;
+  };
+  void write(LogLevel level, std::string_view subsystem, std::string_view category, std::string_view message) override {
+    entries.push_back({level, std::string(subsystem), std::string(category), std::string(message)});
+  }
+
+  std::vector<Entry> entries;
+};
+
+struct FakePlainLog : PlainLog {
+  void write(std::string_view message) override { entries.emplace_back(message); }
+
+  Texts entries;
 };
 
 }  // namespace zt

@@ -11,7 +11,6 @@
 
 #include "driver/date_text.h"
 #include "fakes/zone.h"
-#include "schedules/schedule_lines.h"
 #include "util/shell.h"
 #include "util/text.h"
 
@@ -98,8 +97,8 @@ TEST_F(Tool, ReadsEveryDueWordAsBashDoes) {
       messages.push_back("ztbackupbytime: failed to unescape \"" + row.command + "\"" + from);
     }
   }
-  for (const auto* fields : {"33 12 * * *", "75 12 * * *", "34 12 * * 7", "34 12 15 * *", "#34 12 * * *"}) {
-    crontab += lineOf(fields).crontabLine() + "\t/ZTUtil \"\n";
+  for (const auto* notDue : {"33\t12\t*\t*\t*", "75\t12\t*\t*\t*", "34\t12\t*\t*\t7", "#34\t12\t*\t*\t*"}) {
+    crontab.append(notDue).append("\t/ZTUtil \"\n");
   }
   for (int i = 0; i < 1000; ++i) crontab += "0\t13\t*\t*\t*\t/ZTUtil many\n";
 
@@ -140,8 +139,8 @@ TEST_F(Tool, ChoosesTheUsersOwnRunningApplication) {
   const auto start = [this](const std::string& folder, const std::string& as) {
     auto bundle = (home / folder / "Zantrove.app").string();
     bash("cp -R ~/Applications ~/" + folder + " && cp -f /bin/sleep " + bundle + "/Contents/MacOS/Zantrove");
-    bash(as + " " + bundle + "/Contents/MacOS/Zantrove 99 <&- &>/dev/null &" +
-         " until pidof Zantrove | grep -qw $!; do sleep 0.01; done");
+    bash(as + " " + bundle +
+         "/Contents/MacOS/Zantrove 99 <&- &>/dev/null & while ! pidof Zantrove | grep -qw $!; do :; done");
     return bundle;
   };
   const auto expectUsed = [](const std::string& bundle) {
@@ -151,7 +150,7 @@ TEST_F(Tool, ChoosesTheUsersOwnRunningApplication) {
   if (bash(asOther + " true").empty()) {
     start("theirs", asOther);
   } else {
-    std::cout << "Without root's rights another user's process cannot be tried.\n";
+    std::cout << "Another user's process: not tried, that takes root's rights.\n";
   }
   expectUsed((home / "Applications/Zantrove.app").string());
   const auto first = start("ours", "");
