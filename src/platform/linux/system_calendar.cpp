@@ -3,13 +3,13 @@
 #include <errno.h>
 #include <time.h>
 
-#include <algorithm>
+#include <set>
 
 #include "platform/linux/fatal.h"
 
 namespace zt {
 
-using std::chrono::days;
+using namespace std::chrono_literals;
 using std::chrono::seconds;
 
 void SystemCalendar::update() {
@@ -34,21 +34,21 @@ LocalTimeLookup SystemCalendar::instants(LocalTime local) const {
   const auto offsetAt = [this](Instant instant) {
     return localTime(instant).time_since_epoch() - instant.time_since_epoch();
   };
-  const seconds before = offsetAt(asUtc - days{1});
-  const seconds after = offsetAt(asUtc + days{1});
+  // The reading taken with every offset in force around it. Some rules keep an offset for a few hours
+  // only, and the date line has been moved by a day.
+  const Instant near = asUtc - offsetAt(asUtc);
+  std::set<Instant> candidates;
+  for (const auto distance : {-24h, -3h, 0h, 3h, 24h}) candidates.insert(asUtc - offsetAt(near + distance));
 
   using Kind = LocalTimeLookup::Kind;
-  if (before == after) return {Kind::unique, asUtc - before, asUtc - before};
-  const Instant withBefore = asUtc - before;
-  const Instant withAfter = asUtc - after;
-  const bool shownBefore = localTime(withBefore) == local;
-  const bool shownAfter = localTime(withAfter) == local;
-  if (shownBefore != shownAfter) {
-    const Instant only = shownBefore ? withBefore : withAfter;
-    return {Kind::unique, only, only};
-  }
-  const auto [earlier, later] = std::minmax(withBefore, withAfter);
-  return {shownBefore ? Kind::repeated : Kind::skipped, earlier, later};
+  const auto lookup = [](Kind kind, const std::set<Instant>& found) {
+    return LocalTimeLookup{kind, *found.begin(), *found.rbegin()};
+  };
+  if (candidates.size() == 1) return lookup(Kind::unique, candidates);
+  auto shown = candidates;
+  std::erase_if(shown, [&](Instant instant) { return localTime(instant) != local; });
+  if (shown.empty()) return lookup(Kind::skipped, candidates);
+  return lookup(shown.size() == 1 ? Kind::unique : Kind::repeated, shown);
 }
 
 }  // namespace zt
