@@ -102,7 +102,7 @@ TEST_F(Tool, ReadsEveryDueWordAsBashDoes) {
   }
   for (int i = 0; i < 1000; ++i) crontab += "0\t13\t*\t*\t*\t/ZTUtil many\n";
 
-  const auto outcome = run(crontab);
+  const auto outcome = run(crontab, "export LC_ALL=not_installed;");
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.output, messages);
   std::ranges::sort(arguments);
