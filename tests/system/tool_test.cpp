@@ -155,6 +155,7 @@ TEST_F(Tool, ChoosesTheUsersOwnRunningApplication) {
   expectUsed((home / "Applications/Zantrove.app").string());
   const auto first = start("ours", "");
   start("another", "");
+  bash("cp --remove-destination /bin/true " + first + "/Contents/MacOS/Zantrove");  // as an update does
   expectUsed(first);
 
   bash("kill $(pidof Zantrove); rm -rf ~/Applications");

@@ -33,16 +33,20 @@ class Process {
   fs::path executable() const {
     std::array<char, PATH_MAX> path;
     const auto size = ::readlinkat(descriptor(), "exe", path.data(), path.size());
-    return size < 0 ? fs::path{} : fs::path{path.data(), path.data() + size};
+    if (size < 0) return {};
+    std::string_view name(path.data(), static_cast<std::size_t>(size));
+    if (file().st_nlink == 0 && name.ends_with(deleted)) name.remove_suffix(deleted.size());
+    return name;
   }
 
-  /// Whether `path` leads to what the process runs, which can differ for a process that lives in a
-  /// mount namespace of its own.
+  /// Whether `path` leads to what the process runs, or to what its owner has put in the place of that
+  /// since, as an update does. Another file can stand there for a process in a mount namespace of its own.
   bool runs(const fs::path& path) const {
-    struct stat running {};
+    const struct stat running = file();
     struct stat found {};
-    return ::fstatat(descriptor(), "exe", &running, 0) == 0 && ::stat(path.c_str(), &found) == 0 &&
-           running.st_dev == found.st_dev && running.st_ino == found.st_ino;
+    if (::stat(path.c_str(), &found) != 0) return false;
+    return (running.st_dev == found.st_dev && running.st_ino == found.st_ino) ||
+           (running.st_nlink == 0 && running.st_uid == found.st_uid);
   }
 
   bool isOurs() const {
@@ -70,7 +74,16 @@ class Process {
   }
 
  private:
+  static constexpr std::string_view deleted = " (deleted)";
+
   int descriptor() const { return folder_.fileDescriptor(); }
+
+  /// Of the program, which may be without a name by now. Where that cannot be told, no file has this.
+  struct stat file() const {
+    struct stat result {};
+    if (::fstatat(descriptor(), "exe", &result, 0) != 0) result.st_nlink = 1;
+    return result;
+  }
 
   std::string read(const char* name) const {
     FileHandle file(::openat(descriptor(), name, O_RDONLY | O_CLOEXEC));

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <utility>
+
 #include "platform/applications.h"
 
 namespace zt {
