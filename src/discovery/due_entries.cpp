@@ -2,6 +2,7 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 
 #include "schedules/matching.h"
 #include "util/text.h"
@@ -35,11 +36,11 @@ std::optional<URL> commandURL(const CrontabLine& line, Commands& commands, std::
 
   const std::string script = "echo -n " + std::string(words.back());
   std::optional<std::vector<std::string>> unescaped;
-  if (script.size() < Commands::argumentLimit) unescaped = commands.shell("/bin/bash", {"-c", script});
+  if (Commands::isArgument(script)) unescaped = commands.shell("/bin/bash", {"-c", script});
   if (!unescaped || unescaped->empty()) return fail("failed to unescape", command, "from");
 
   const std::string& text = unescaped->front();
-  auto url = text.size() < Commands::argumentLimit ? URL::parse(text) : std::nullopt;
+  auto url = Commands::isArgument(text) ? URL::parse(text) : std::nullopt;
   if (!url) {
     return fail("unable to create URL from unescaped", text, "extracted and unescaped from");
   }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zt {
@@ -11,9 +12,11 @@ namespace zt {
 /// names it and the reason, and the process aborts.
 class Commands {
  public:
-  /// An argument of this many bytes or more cannot be handed to a program (execve(2), "Limits on
-  /// size of arguments and environment").
-  static constexpr std::size_t argumentLimit = std::size_t{128} * 1024;
+  /// Whether a text can be handed to a program as an argument: a longer one cannot (execve(2), "Limits on
+  /// size of arguments and environment"), and one with a NUL in it would arrive cut short.
+  static bool isArgument(std::string_view text) {
+    return text.size() < std::size_t{128} * 1024 && text.find('\0') == text.npos;
+  }
 
   virtual ~Commands() = default;
 
