@@ -53,8 +53,8 @@ class MainLoop {
     services_.commands.launch(controller_, {match.absoluteString()});
   }
 
-  /// Both looks ahead start from the minute that this pass has served, not from the clock, which
-  /// may have gone on: no minute is left out between them.
+  /// Both looks ahead start from the minute that this pass has served, not from the clock: what is due in
+  /// the minute after it is seen even where the work has gone on into that.
   bool prepareNextEvent(const std::vector<CrontabLine>& lines, Instant now) {
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
     const auto second = nextEventDate(lines, now + 2min, services_.calendar);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <utility>
 
 #include "logging/log.h"
 #include "platform/calendar.h"

@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -33,7 +34,7 @@ class Task {
   /// child that cannot be started ends this process: one line on standard error, then abort.
   void launch();
 
-  /// Blocks until the child has exited.
+  /// Blocks until the child has exited; returns at once where there is none to wait for.
   void waitUntilExit();
 
   /// The child's exit status, or the number of the signal that killed it. Valid after

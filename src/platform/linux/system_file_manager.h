@@ -4,7 +4,7 @@
 
 namespace zt {
 
-/// access(2), with the rights that this process acts with.
+/// access(2) on regular files.
 class SystemFileManager final : public FileManager {
  public:
   bool isExecutableFile(const std::filesystem::path& path) const override;

@@ -94,8 +94,10 @@ void Task::launch() {
 }
 
 void Task::waitUntilExit() {
+  const auto child = std::exchange(processIdentifier_, 0);
+  if (child == 0) return;
   int status = 0;
-  while (::waitpid(processIdentifier_, &status, 0) < 0) {
+  while (::waitpid(child, &status, 0) < 0) {
     if (errno != EINTR) fatal("cannot wait for " + launchPath_, errno);
   }
   terminationStatus_ = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
