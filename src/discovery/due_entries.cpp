@@ -11,6 +11,7 @@ namespace zt {
 
 std::vector<URL> matchingSchedules(std::span<const CrontabLine> lines, Instant time, const Calendar& calendar,
                                    Commands& commands, std::ostream& output) {
+  // All are judged before the first shell runs.
   std::vector<const CrontabLine*> due;
   for (const auto& line : lines) {
     if (runsAt(line, time, calendar)) due.push_back(&line);
@@ -31,6 +32,7 @@ std::optional<URL> commandURL(const CrontabLine& line, Commands& commands, std::
     return std::nullopt;
   };
 
+  // An empty piece is a word as well: only a split into no pieces would have none.
   const auto words = split(command, ' ');
   if (words.empty()) return fail("crontab executable had no space in it. Was", command, "from");
 

@@ -17,13 +17,15 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::seconds;
 
-/// The service manager starts no job again within this time of its last start, so a run that ends
-/// sooner would only look like one that fails.
+/// Service managers take a job that ends within this time of its start for a failing one, and hold back its
+/// next start.
 constexpr seconds throttleInterval = 10s;
 
 std::string inSeconds(seconds duration) {
   return std::to_string(duration.count()) + " seconds";
 }
+
+// The texts of the log are fixed, spelling included: people and programs search for them.
 
 class MainLoop {
  public:
@@ -33,7 +35,8 @@ class MainLoop {
         controller_(application.controller),
         wakeScheduling_(services.wakeEvents, services.fileManager, application.agent, log) {}
 
-  /// Serves the current minute. Whether another pass is needed at once, for the minute after it.
+  /// Serves the current minute. Then it sleeps into the next one, for which another pass is to be made
+  /// (true), or sets the wake event (false).
   bool pass() {
     services_.calendar.update();
     const Instant now = services_.clock.now();
@@ -44,7 +47,7 @@ class MainLoop {
 
     for (const auto& match : matches) launchController(match);
     wakeScheduling_.cancelExisting();
-    return prepareNextEvent(lines, now);
+    return stayOrSetWake(lines, now);
   }
 
  private:
@@ -55,7 +58,7 @@ class MainLoop {
 
   /// Both looks ahead start from the minute that this pass has served, not from the clock: what is due in
   /// the minute after it is seen even where the work has gone on into that.
-  bool prepareNextEvent(const std::vector<CrontabLine>& lines, Instant now) {
+  bool stayOrSetWake(const std::vector<CrontabLine>& lines, Instant now) {
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
     const auto second = nextEventDate(lines, now + 2min, services_.calendar);
     if (!first || !second) return false;
@@ -78,8 +81,8 @@ class MainLoop {
     Instant current = services_.clock.now();
     // A clock that is set back while we sleep shows the same minute again: it has been served.
     do {
-      const auto second = current - std::min(start, startOfMinute(current, services_.calendar));
-      const auto duration = std::max(61s - second, 0s);
+      const auto elapsed = current - std::min(start, startOfMinute(current, services_.calendar));
+      const auto duration = std::max(61s - elapsed, 0s);
       log_.info("Sleeping for " + inSeconds(duration) + ".");
       services_.clock.sleep(duration);
       current = services_.clock.now();

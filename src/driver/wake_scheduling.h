@@ -11,7 +11,7 @@
 namespace zt {
 
 /// Replaces the wake events that this tool has set, by way of the application's agent. Without an
-/// executable agent nothing is cancelled or set; whether the agent succeeds is not looked at.
+/// executable agent nothing is cancelled or set. The agent's exit status is not looked at.
 class WakeScheduling {
  public:
   WakeScheduling(WakeEvents& wakeEvents, const FileManager& fileManager, std::filesystem::path agent, const Log& log)

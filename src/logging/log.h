@@ -13,11 +13,11 @@ namespace zt {
 /// its level. Callable from any thread; failures to write are not reported.
 class Log {
  public:
-  Log() = delete;
   /// The sinks have to outlive the log.
   Log(std::string subsystem, std::string category, LogSinks sinks);
 
-  /// In the plain log these three are read as a format: a percent sign begins a directive.
+  /// In the plain log these three are read as a format: a percent sign begins a directive, for
+  /// which there is no argument. See expandPlainFormat().
   void default_(std::string_view message) const;
   void debug(std::string_view message) const;
   void info(std::string_view message) const;

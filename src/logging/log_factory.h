@@ -6,7 +6,8 @@
 
 namespace zt {
 
-/// Makes logs for the areas of the application. Every call makes a new one.
+/// Makes logs for the areas of the application: the subsystem is com.velmorra.Zantrove.AREA, and the category
+/// is the caller's. Every call makes a new one, for which the sinks have to stay.
 class LogFactory {
  public:
   static Log setting(std::string category, LogSinks sinks);

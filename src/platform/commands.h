@@ -12,10 +12,13 @@ namespace zt {
 /// names it and the reason, and the process aborts.
 class Commands {
  public:
-  /// Whether a text can be handed to a program as an argument: a longer one cannot (execve(2), "Limits on
-  /// size of arguments and environment"), and one with a NUL in it would arrive cut short.
+  /// The most bytes that an argument can have on Linux, without the NUL at its end (execve(2), "Limits on
+  /// size of arguments and environment").
+  static constexpr std::size_t longestArgument = std::size_t{128} * 1024 - 1;
+
+  /// Whether a text can be an argument: not longer than that, and without a NUL, which would cut it short.
   static bool isArgument(std::string_view text) {
-    return text.size() < std::size_t{128} * 1024 && text.find('\0') == text.npos;
+    return text.size() <= longestArgument && text.find('\0') == text.npos;
   }
 
   virtual ~Commands() = default;

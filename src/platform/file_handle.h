@@ -15,6 +15,7 @@ class FileHandle {
   ~FileHandle();
 
   /// The bytes that can be read now. Blocks until there are some; empty at end of file.
+  /// A read that fails ends the process: one line on standard error, then abort.
   std::string availableData();
 
   /// Closes the descriptor before its owner goes; may be called again.
@@ -27,7 +28,7 @@ class FileHandle {
   int fileDescriptor_;
 };
 
-/// An anonymous pipe. Both ends are close-on-exec.
+/// An anonymous pipe. Both ends are close-on-exec. Where none can be made, the process ends in the same way.
 class Pipe {
  public:
   Pipe();

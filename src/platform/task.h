@@ -34,7 +34,8 @@ class Task {
   /// child that cannot be started ends this process: one line on standard error, then abort.
   void launch();
 
-  /// Blocks until the child has exited; returns at once where there is none to wait for.
+  /// Blocks until the child has exited; returns at once where none was launched or it has
+  /// been waited for.
   void waitUntilExit();
 
   /// The child's exit status, or the number of the signal that killed it. Valid after

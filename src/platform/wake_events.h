@@ -7,7 +7,8 @@
 
 namespace zt {
 
-/// The machine's scheduled wake events. They are set and cancelled by the application's agent,
+/// The machine's scheduled wake events. A program behind them that is executable but cannot be started ends
+/// the process, as with Commands. They are set and cancelled by the application's agent,
 /// whose location is found anew by each run.
 class WakeEvents {
  public:

@@ -16,7 +16,8 @@ namespace zt {
 /// (never looked at), day of week, command. They are read by the application's own rules, which are
 /// stricter and simpler than those of crontab(5): see runsAt().
 ///
-/// An operation that needs a field that the line does not have stops the process.
+/// Asking for a field that the line does not have is a programming error and aborts. readCrontabLines() gives
+/// only lines that have all six.
 class CrontabLine {
  public:
   static constexpr std::size_t fieldCount = 6;
@@ -29,11 +30,11 @@ class CrontabLine {
   const std::vector<std::string>& parts() const { return parts_; }
   const std::string& part(Field field) const;
 
-  /// Whether day of week and day of month both accept the local day of `time`.
+  /// Whether day of week and day of month both accept the local day of `time`. See matching.h.
   bool runsOnDay(Instant time, const Calendar& calendar) const;
 
   /// The start of the first minute, at or after the start of the minute of `reference`, at which
-  /// the line fires; nullopt when it never does.
+  /// the line fires; nullopt when it never does. See next_event.h.
   std::optional<Instant> nextRunDate(Instant reference, const Calendar& calendar) const;
 
  private:

@@ -8,10 +8,9 @@ Instant startOfMinute(Instant instant, const Calendar& calendar) {
 }
 
 std::optional<Instant> firstInstantAt(LocalTime local, Instant notBefore, const Calendar& calendar) {
-  const auto found = calendar.instants(local);
-  if (found.kind == LocalTimeLookup::Kind::skipped) return std::nullopt;
-  if (found.earlier >= notBefore) return found.earlier;
-  if (found.later >= notBefore) return found.later;
+  for (const Instant instant : calendar.instants(local)) {
+    if (instant >= notBefore) return instant;
+  }
   return std::nullopt;
 }
 

@@ -5,8 +5,8 @@
 #include <sstream>
 
 #include "fakes/fake_machine.h"
-#include "fakes/zone.h"
 #include "util/text.h"
+#include "zone.h"
 
 namespace zt {
 namespace {

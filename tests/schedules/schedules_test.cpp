@@ -4,9 +4,9 @@
 #include <set>
 
 #include "driver/date_text.h"
-#include "fakes/zone.h"
 #include "schedules/matching.h"
 #include "schedules/next_event.h"
+#include "zone.h"
 
 namespace zt {
 namespace {

@@ -4,7 +4,7 @@
 
 namespace zt {
 
-/// Succeeds and does nothing: for machines that do not go to sleep by themselves.
+/// Stands in where there is nothing to ask: reports success and keeps nothing awake.
 class NoPowerAssertions final : public PowerAssertions {
  public:
   Created create(std::string_view /*type*/, std::string_view /*name*/, std::string_view /*details*/) override {

@@ -11,20 +11,32 @@
 
 namespace zt {
 
-void setUpProcess() {
+namespace {
+
+void openStandardStreams() {
   int descriptor;
   do {
     descriptor = ::open("/dev/null", O_RDWR);
     if (descriptor < 0) fatal("cannot open /dev/null", errno);
   } while (descriptor <= STDERR_FILENO);
   ::close(descriptor);
+}
 
-  if (const locale_t locale = ::newlocale(LC_ALL_MASK, "", nullptr)) {
+void dropUnknownLocale() {
+  const char* name = ::getenv("LC_ALL");
+  if (name == nullptr) return;
+  if (const locale_t locale = ::newlocale(LC_ALL_MASK, name, nullptr)) {
     ::freelocale(locale);
   } else {
     ::unsetenv("LC_ALL");
   }
+}
 
+}  // namespace
+
+void setUpProcess() {
+  openStandardStreams();
+  dropUnknownLocale();
   ::signal(SIGCHLD, SIG_DFL);
   ::signal(SIGPIPE, SIG_IGN);
 }

@@ -3,10 +3,10 @@
 namespace zt {
 
 /// Makes the process independent of how it was started. Call once, before anything is opened.
-/// Opens /dev/null for a standard stream that is closed, so that no pipe takes its number; drops
-/// an LC_ALL that this machine does not have, about which bash would complain ahead of every word; restores
-/// SIGCHLD, which a parent can have told to discard exit statuses; ignores SIGPIPE, so that
-/// nobody's closing the output ends a run with copies yet to start.
+/// - A standard stream that is closed becomes /dev/null, so that no pipe takes its number.
+/// - An LC_ALL that this machine does not have is dropped: bash would complain of it ahead of every word.
+/// - SIGCHLD gets its default: a parent can have had exit statuses discarded.
+/// - SIGPIPE is ignored: a reader of the output who leaves must not end a run with copies yet to start.
 void setUpProcess();
 
 }  // namespace zt

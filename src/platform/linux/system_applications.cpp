@@ -35,18 +35,19 @@ class Process {
     const auto size = ::readlinkat(descriptor(), "exe", path.data(), path.size());
     if (size < 0) return {};
     std::string_view name(path.data(), static_cast<std::size_t>(size));
-    if (file().st_nlink == 0 && name.ends_with(deleted)) name.remove_suffix(deleted.size());
+    const auto program = file();
+    if (program && program->st_nlink == 0 && name.ends_with(deleted)) name.remove_suffix(deleted.size());
     return name;
   }
 
-  /// Whether `path` leads to what the process runs, or to what its owner has put in the place of that
-  /// since, as an update does. Another file can stand there for a process in a mount namespace of its own.
+  /// Whether the process runs the file at `path`, or ran it until its owner put another in its place, as an
+  /// update does. The path alone proves nothing: the process can have a mount namespace of its own.
   bool runs(const fs::path& path) const {
-    const struct stat running = file();
+    const auto running = file();
     struct stat found {};
-    if (::stat(path.c_str(), &found) != 0) return false;
-    return (running.st_dev == found.st_dev && running.st_ino == found.st_ino) ||
-           (running.st_nlink == 0 && running.st_uid == found.st_uid);
+    if (!running || ::stat(path.c_str(), &found) != 0) return false;
+    return (running->st_dev == found.st_dev && running->st_ino == found.st_ino) ||
+           (running->st_nlink == 0 && running->st_uid == found.st_uid);
   }
 
   bool isOurs() const {
@@ -78,10 +79,10 @@ class Process {
 
   int descriptor() const { return folder_.fileDescriptor(); }
 
-  /// Of the program, which may be without a name by now. Where that cannot be told, no file has this.
-  struct stat file() const {
+  /// The file that it runs. That can have been removed since: its link count is 0 then.
+  std::optional<struct stat> file() const {
     struct stat result {};
-    if (::fstatat(descriptor(), "exe", &result, 0) != 0) result.st_nlink = 1;
+    if (::fstatat(descriptor(), "exe", &result, 0) != 0) return std::nullopt;
     return result;
   }
 

@@ -28,7 +28,7 @@ LocalTime SystemCalendar::localTime(Instant instant) const {
          seconds{fields.tm_sec};
 }
 
-LocalTimeLookup SystemCalendar::instants(LocalTime local) const {
+std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
   // mktime(3) is no help: what it answers in a repeated hour depends on the call before it.
   const Instant asUtc{local.time_since_epoch()};
   const auto offsetAt = [this](Instant instant) {
@@ -39,16 +39,10 @@ LocalTimeLookup SystemCalendar::instants(LocalTime local) const {
   const Instant near = asUtc - offsetAt(asUtc);
   std::set<Instant> candidates;
   for (const auto distance : {-24h, -3h, 0h, 3h, 24h}) candidates.insert(asUtc - offsetAt(near + distance));
-
-  using Kind = LocalTimeLookup::Kind;
-  const auto lookup = [](Kind kind, const std::set<Instant>& found) {
-    return LocalTimeLookup{kind, *found.begin(), *found.rbegin()};
-  };
-  if (candidates.size() == 1) return lookup(Kind::unique, candidates);
-  auto shown = candidates;
-  std::erase_if(shown, [&](Instant instant) { return localTime(instant) != local; });
-  if (shown.empty()) return lookup(Kind::skipped, candidates);
-  return lookup(shown.size() == 1 ? Kind::unique : Kind::repeated, shown);
+  if (candidates.size() > 1) {
+    std::erase_if(candidates, [&](Instant instant) { return localTime(instant) != local; });
+  }
+  return {candidates.begin(), candidates.end()};
 }
 
 }  // namespace zt

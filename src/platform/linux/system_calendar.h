@@ -11,7 +11,7 @@ class SystemCalendar final : public Calendar {
 
   void update() override;
   LocalTime localTime(Instant instant) const override;
-  LocalTimeLookup instants(LocalTime local) const override;
+  std::vector<Instant> instants(LocalTime local) const override;
 };
 
 }  // namespace zt
