@@ -13,35 +13,27 @@ Log::Log(std::string subsystem, std::string category, LogSinks sinks) : plain_(s
 }
 
 void Log::default_(std::string_view message) const {
-  write(LogLevel::default_, "DEFAULT: ", message);
+  write(LogLevel::default_, message, expandPlainFormat(std::string("DEFAULT: ").append(message)));
 }
 void Log::debug(std::string_view message) const {
-  write(LogLevel::debug, "DEBUG: ", message);
+  write(LogLevel::debug, message, expandPlainFormat(std::string("DEBUG: ").append(message)));
 }
 void Log::info(std::string_view message) const {
-  write(LogLevel::info, "INFO: ", message);
+  write(LogLevel::info, message, expandPlainFormat(std::string("INFO: ").append(message)));
 }
 
 void Log::error(std::string_view message) const {
-  writeWithFormat(LogLevel::error, "ERROR: %@", message);
+  write(LogLevel::error, message, expandPlainFormat("ERROR: %@", message));
 }
 void Log::fault(std::string_view message) const {
-  writeWithFormat(LogLevel::fault, "FAULT: %@", message);
+  write(LogLevel::fault, message, expandPlainFormat("FAULT: %@", message));
 }
 
-void Log::write(LogLevel level, std::string_view prefix, std::string_view message) const {
+void Log::write(LogLevel level, std::string_view message, std::string_view plainEntry) const {
   if (osLog) {
     osLog->sink.write(level, osLog->subsystem, osLog->category, message);
   } else {
-    plain_.write(expandPlainFormat(std::string(prefix).append(message)));
-  }
-}
-
-void Log::writeWithFormat(LogLevel level, std::string_view format, std::string_view message) const {
-  if (osLog) {
-    osLog->sink.write(level, osLog->subsystem, osLog->category, message);
-  } else {
-    plain_.write(expandPlainFormat(format, message));
+    plain_.write(plainEntry);
   }
 }
 

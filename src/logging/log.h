@@ -32,8 +32,7 @@ class Log {
     std::string category;
   };
 
-  void write(LogLevel level, std::string_view prefix, std::string_view message) const;
-  void writeWithFormat(LogLevel level, std::string_view format, std::string_view message) const;
+  void write(LogLevel level, std::string_view message, std::string_view plainEntry) const;
 
   std::optional<OSLog> osLog;
   PlainLog& plain_;

@@ -7,9 +7,9 @@
 
 namespace zt {
 
-/// The machine's scheduled wake events. A program behind them that is executable but cannot be started ends
-/// the process, as with Commands. They are set and cancelled by the application's agent,
-/// whose location is found anew by each run.
+/// The machine's scheduled wake events. They are set and cancelled by the application's agent, whose location is
+/// found anew by each run. A program behind them that is executable but cannot be started ends the process, as with
+/// Commands.
 class WakeEvents {
  public:
   virtual ~WakeEvents() = default;
