@@ -53,7 +53,7 @@ class MainLoop {
  private:
   void launchController(const URL& match) {
     log_.info("Spawning " + match.path());
-    services_.commands.launch(controller_, {match.absoluteString()});
+    services_.commands.spawn(controller_, {match.absoluteString()});
   }
 
   /// Both looks ahead start from the minute that this pass has served, not from the clock: what is due in

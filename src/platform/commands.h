@@ -29,7 +29,7 @@ class Commands {
                                                         const std::vector<std::string>& arguments) = 0;
 
   /// Starts a program and leaves it running.
-  virtual void launch(const std::string& path, const std::vector<std::string>& arguments) = 0;
+  virtual void spawn(const std::string& path, const std::vector<std::string>& arguments) = 0;
 };
 
 }  // namespace zt

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
-#include <utility>
 #include <variant>
 #include <vector>
 
@@ -12,44 +12,55 @@
 
 namespace zt {
 
-/// One child process: configured, then launched once. The child gets descriptors 0 to 2, default
-/// signal dispositions, an empty signal mask and this process's environment, and nothing else.
-/// It runs on when its task goes.
+/// One child process: configured, then launched once. The child gets descriptors 0 to 2, default signal
+/// dispositions, an empty signal mask and this process's environment, and nothing else.
+///
+/// A Task refers to its child, and a copy refers to the same one. The slots own the pipes and files in
+/// them until the last copy goes. The child runs on then, and so does the wait for its termination handler.
+///
+/// Setting anything after the launch, and a second launch, are programming errors and abort.
 class Task {
  public:
   /// What a standard stream of the child is: inherited, a pipe, or an open file.
   using Stream = std::variant<std::monostate, std::shared_ptr<Pipe>, std::shared_ptr<FileHandle>>;
+  using TerminationHandler = std::function<void(Task&)>;
 
-  /// `path` is executed directly: no shell, no search of PATH.
-  void setLaunchPath(std::string path) { launchPath_ = std::move(path); }
-  /// What follows the program path in the child's argument list; nullopt is nothing.
+  /// `launchPath` is executed directly: no shell, no search of PATH. `arguments` follow it in the child's
+  /// argument list; nullopt is none.
+  explicit Task(std::string launchPath = {}, std::optional<std::vector<std::string>> arguments = std::nullopt);
+
+  void setLaunchPath(std::string path);
   void setArguments(std::optional<std::vector<std::string>> arguments);
 
-  void setStandardInput(Stream stream) { standardInput_ = std::move(stream); }
-  void setStandardOutput(Stream stream) { standardOutput_ = std::move(stream); }
-  void setStandardError(Stream stream) { standardError_ = std::move(stream); }
-  const Stream& standardOutput() const { return standardOutput_; }
+  void setStandardInput(Stream stream);
+  void setStandardOutput(Stream stream);
+  void setStandardError(Stream stream);
+  const Stream& standardOutput() const;
 
-  /// Starts the child and closes this process's copies of the pipe ends that the child now has. A
-  /// child that cannot be started ends this process: one line on standard error, then abort.
+  /// Takes the place of a handler that was set before; empty is none. It is called once, on a background
+  /// thread of its own, after the child has exited, and is let go of then.
+  void setTerminationHandler(TerminationHandler handler);
+
+  /// Starts the child and closes this process's copies of the pipe ends that the child now has; files stay
+  /// open. A child that cannot be started ends this process: one line on standard error with its path and
+  /// the reason, then abort.
   void launch();
 
-  /// Blocks until the child has exited; returns at once where none was launched or it has
-  /// been waited for.
+  /// Blocks until the child has exited, on any thread and as often as wanted. A task that has not been
+  /// launched yet is waited for as well: the one before it in a chain may be about to launch it.
   void waitUntilExit();
 
-  /// The child's exit status, or the number of the signal that killed it. Valid after
-  /// waitUntilExit().
-  std::int32_t terminationStatus() const { return terminationStatus_; }
+  /// The child's exit status, or the number of the signal that killed it. Valid in the termination handler
+  /// and once waitUntilExit() has returned.
+  std::int32_t terminationStatus() const;
 
  private:
-  std::string launchPath_;
-  std::vector<std::string> arguments_;
-  Stream standardInput_;
-  Stream standardOutput_;
-  Stream standardError_;
-  std::int32_t processIdentifier_ = 0;
-  std::int32_t terminationStatus_ = 0;
+  struct State;
+
+  /// The state, as long as it may be changed.
+  State& configuration();
+
+  std::shared_ptr<State> state_;
 };
 
 }  // namespace zt

@@ -55,7 +55,7 @@ struct FakeCommands : Commands {
     std::erase(word, '\\');
     return word.empty() ? Texts{} : Texts{word};
   }
-  void launch(const std::string& path, const Texts& arguments) override {
+  void spawn(const std::string& path, const Texts& arguments) override {
     launched.push_back(path + " " + arguments.at(0));
   }
 

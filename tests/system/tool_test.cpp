@@ -12,7 +12,7 @@
 #include <iostream>
 
 #include "driver/date_text.h"
-#include "util/shell.h"
+#include "util/process_runner.h"
 #include "util/text.h"
 #include "zone.h"
 
@@ -25,8 +25,7 @@ using Texts = std::vector<std::string>;
 
 /// The output of a script.
 Texts bash(const std::string& script) {
-  Task task;
-  return shell(task, "/bin/bash", Texts{"-c", script}).value_or(Texts{"not UTF-8"});
+  return shell(Task("/bin/bash", Texts{"-c", script})).value_or(Texts{"not UTF-8"});
 }
 
 std::string zoneAt(std::chrono::seconds timeOfDay) {
@@ -54,8 +53,8 @@ struct Tool : testing::Test {
   static Outcome run(const std::string& crontab, const std::string& before = "") {
     std::ofstream("/var/spool/cron/crontabs/root", std::ios::binary) << crontab;
     const Zone zone(zoneAt(12h + 34min + 5s).c_str());
-    Task task;
-    shell(task, "/bin/bash", Texts{"-c", before + " exec " TOOL " > ~/output 2> ~/errors"});
+    const Task task("/bin/bash", Texts{"-c", before + " exec " TOOL " > ~/output 2> ~/errors"});
+    shell(task);
     return {task.terminationStatus(), bash("cat ~/output"), bash("cat ~/errors")};
   }
 

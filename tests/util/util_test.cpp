@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "util/shell.h"
 #include "util/text.h"
 #include "util/url.h"
 
@@ -37,24 +36,6 @@ TEST(URL, IsAReferenceAsTheStandardHasIt) {
     if (!url) continue;
     EXPECT_EQ(url->path(), path) << text;
     EXPECT_EQ(url->absoluteString(), text);
-  }
-}
-
-std::optional<Texts> bash(const std::string& script, std::int32_t expectedStatus = 0) {
-  Task task;
-  task.setLaunchPath("/bin/bash");
-  auto output = shell(task, std::nullopt, Texts{"-c", script});
-  EXPECT_EQ(task.terminationStatus(), expectedStatus) << script;
-  return output;
-}
-
-TEST(Shell, GivesAllOutputAsLines) {
-  EXPECT_EQ(bash(":"), Texts{});
-  EXPECT_EQ(bash("echo out; echo err >&2; echo out; exit 7", 7), (Texts{"out", "err", "out"}));
-  EXPECT_EQ(bash("echo -n a; kill -9 $$", 9), Texts{"a"});
-  EXPECT_EQ(bash("yes é | head -n 100000").value().size(), 100000U);
-  for (const auto* notUtf8 : {"a\\xff", "\\xc3", "\\xc0\\x80", "\\xed\\xa0\\x80", "\\xf4\\x90\\x80\\x80"}) {
-    EXPECT_EQ(bash(std::string("printf '") + notUtf8 + "'"), std::nullopt) << notUtf8;
   }
 }
 

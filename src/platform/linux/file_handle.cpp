@@ -2,51 +2,78 @@
 
 #include <errno.h>
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstddef>
 #include <utility>
 
+#include "platform/linux/background_thread.h"
 #include "platform/linux/fatal.h"
 
 namespace zt {
-
-FileHandle::FileHandle(FileHandle&& other) noexcept : fileDescriptor_(std::exchange(other.fileDescriptor_, -1)) {}
-
-FileHandle& FileHandle::operator=(FileHandle&& other) noexcept {
-  if (this != &other) {
-    closeFile();
-    fileDescriptor_ = std::exchange(other.fileDescriptor_, -1);
-  }
-  return *this;
-}
 
 FileHandle::~FileHandle() {
   closeFile();
 }
 
-// Not const: it moves the position from which the next call reads.
-std::string FileHandle::availableData() {  // NOLINT(readability-make-member-function-const)
+std::string FileHandle::availableData() {
   std::array<char, std::size_t{64} * 1024> buffer;
   ssize_t count;
   do {
     count = ::read(fileDescriptor_, buffer.data(), buffer.size());
   } while (count < 0 && errno == EINTR);
   if (count < 0) fatal("cannot read from a pipe or file", errno);
+  atEndOfFile_ = count == 0;
   return {buffer.data(), static_cast<std::size_t>(count)};
 }
 
+void FileHandle::setReadabilityHandler(ReadabilityHandler handler) {
+  std::jthread former;
+  {
+    const std::lock_guard lock(changingReader_);
+    former.swap(reader_);
+  }
+  former.request_stop();
+  if (former.get_id() == std::this_thread::get_id()) former.detach();
+  if (former.joinable()) former.join();
+  if (!handler) return;
+
+  const std::lock_guard lock(changingReader_);
+  reader_ = startBackgroundThread(
+      [this, handler = std::move(handler)](const std::stop_token& stop) { callWhenReadable(handler, stop); });
+}
+
+void FileHandle::callWhenReadable(const ReadabilityHandler& handler, const std::stop_token& stop) {
+  const FileHandle stopped(::eventfd(0, EFD_CLOEXEC));
+  if (stopped.fileDescriptor() < 0) fatal("cannot watch a pipe or file", errno);
+  const std::stop_callback tell(stop, [&] { ::eventfd_write(stopped.fileDescriptor(), 1); });
+
+  std::array<pollfd, 2> events{{{fileDescriptor_, POLLIN, 0}, {stopped.fileDescriptor(), POLLIN, 0}}};
+  do {
+    while (::poll(events.data(), events.size(), -1) < 0) {
+      if (errno != EINTR) fatal("cannot watch a pipe or file", errno);
+    }
+    if (stop.stop_requested()) return;
+    handler(*this);
+    // If the handler has stopped its calls, this file handle may have gone by now.
+  } while (!stop.stop_requested() && !atEndOfFile_);
+}
+
 void FileHandle::closeFile() noexcept {
+  setReadabilityHandler(nullptr);
   // Not repeated after EINTR: Linux has let go of the descriptor by then (close(2), NOTES).
   if (fileDescriptor_ >= 0) ::close(std::exchange(fileDescriptor_, -1));
 }
 
-Pipe::Pipe() : reading_(-1), writing_(-1) {
+Pipe::Pipe() : Pipe(open()) {}
+
+Pipe::Ends Pipe::open() {
   std::array<int, 2> ends;
   if (::pipe2(ends.data(), O_CLOEXEC) != 0) fatal("cannot make a pipe", errno);
-  reading_ = FileHandle(ends[0]);
-  writing_ = FileHandle(ends[1]);
+  return {.reading = ends[0], .writing = ends[1]};
 }
 
 }  // namespace zt

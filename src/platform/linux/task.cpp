@@ -1,14 +1,20 @@
 #include "platform/task.h"
 
 #include <errno.h>
+#include <fcntl.h>
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
+#include <cstdlib>
+#include <list>
+#include <mutex>
 #include <utility>
 
+#include "platform/linux/background_thread.h"
 #include "platform/linux/fatal.h"
 
 namespace zt {
@@ -34,12 +40,17 @@ class SpawnSetup {
     ::posix_spawnattr_destroy(&attributes_);
   }
 
-  void connect(int source, int target) {
-    const int error = ::posix_spawn_file_actions_adddup2(&actions_, source, target);
-    if (error != 0) fatal("cannot connect a stream of a child", error);
+  /// Makes the descriptor `source` the child's `target`. Gives 0 or the error number.
+  int connect(int source, int target) {
+    if (source <= STDERR_FILENO) {
+      // The child connects one after the other: this one may be the target of an earlier connection.
+      source = outOfTheWay_.emplace_back(::fcntl(source, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)).fileDescriptor();
+      if (source < 0) return errno;
+    }
+    return ::posix_spawn_file_actions_adddup2(&actions_, source, target);
   }
 
-  /// 0, or the error number of what failed: preparing the child or executing its program.
+  /// Gives 0, or the error number of what failed: preparing the child or executing its program.
   int spawn(pid_t& child, const char* path, char* const* arguments) {
     // Close-on-exec covers what this process opened, not what it was itself handed by its parent.
     ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
@@ -49,6 +60,7 @@ class SpawnSetup {
  private:
   posix_spawn_file_actions_t actions_;
   posix_spawnattr_t attributes_;
+  std::list<FileHandle> outOfTheWay_;
 };
 
 /// The end of the pipe that the child gets, the file, or null for an inherited stream.
@@ -60,47 +72,114 @@ FileHandle* childsEnd(const Task::Stream& stream, FileHandle& (Pipe::*end)()) {
 
 }  // namespace
 
+struct Task::State {
+  std::string launchPath;
+  std::vector<std::string> arguments;
+  Stream standardInput;
+  Stream standardOutput;
+  Stream standardError;
+  TerminationHandler terminationHandler;
+
+  std::atomic<pid_t> processIdentifier = 0;  ///< 0 before the launch
+  std::mutex waiting;                        ///< held while one thread waits for the child on behalf of all
+  bool hasExited = false;
+  std::int32_t terminationStatus = 0;
+};
+
+Task::Task(std::string launchPath, std::optional<std::vector<std::string>> arguments)
+    : state_(std::make_shared<State>()) {
+  setLaunchPath(std::move(launchPath));
+  setArguments(std::move(arguments));
+}
+
+void Task::setLaunchPath(std::string path) {
+  configuration().launchPath = std::move(path);
+}
+
 void Task::setArguments(std::optional<std::vector<std::string>> arguments) {
-  arguments_ = std::move(arguments).value_or(std::vector<std::string>{});
+  configuration().arguments = std::move(arguments).value_or(std::vector<std::string>{});
+}
+
+void Task::setStandardInput(Stream stream) {
+  configuration().standardInput = std::move(stream);
+}
+
+void Task::setStandardOutput(Stream stream) {
+  configuration().standardOutput = std::move(stream);
+}
+
+void Task::setStandardError(Stream stream) {
+  configuration().standardError = std::move(stream);
+}
+
+const Task::Stream& Task::standardOutput() const {
+  return state_->standardOutput;
+}
+
+void Task::setTerminationHandler(TerminationHandler handler) {
+  configuration().terminationHandler = std::move(handler);
 }
 
 void Task::launch() {
+  auto& state = configuration();
   struct Connection {
     const Stream& stream;
     FileHandle* end;
     int target;
   };
   const std::array<Connection, 3> connections{
-      {{standardInput_, childsEnd(standardInput_, &Pipe::fileHandleForReading), STDIN_FILENO},
-       {standardOutput_, childsEnd(standardOutput_, &Pipe::fileHandleForWriting), STDOUT_FILENO},
-       {standardError_, childsEnd(standardError_, &Pipe::fileHandleForWriting), STDERR_FILENO}}};
+      {{state.standardInput, childsEnd(state.standardInput, &Pipe::fileHandleForReading), STDIN_FILENO},
+       {state.standardOutput, childsEnd(state.standardOutput, &Pipe::fileHandleForWriting), STDOUT_FILENO},
+       {state.standardError, childsEnd(state.standardError, &Pipe::fileHandleForWriting), STDERR_FILENO}}};
 
+  int error = 0;
   SpawnSetup setup;
   for (const auto& [stream, end, target] : connections) {
-    if (end != nullptr) setup.connect(end->fileDescriptor(), target);
+    if (end != nullptr && error == 0) error = setup.connect(end->fileDescriptor(), target);
   }
 
-  std::vector<char*> arguments{launchPath_.data()};
-  for (auto& argument : arguments_) arguments.push_back(argument.data());
+  std::vector<char*> arguments{state.launchPath.data()};
+  for (auto& argument : state.arguments) arguments.push_back(argument.data());
   arguments.push_back(nullptr);
 
-  if (const int error = setup.spawn(processIdentifier_, launchPath_.c_str(), arguments.data())) {
-    fatal("cannot start " + launchPath_, error);
-  }
+  pid_t child = 0;
+  if (error == 0) error = setup.spawn(child, state.launchPath.c_str(), arguments.data());
+  if (error != 0) fatal("cannot start " + state.launchPath, error);
+
   for (const auto& [stream, end, target] : connections) {
     // Otherwise a reader of the pipe would wait for an end of file that this process holds back.
     if (std::holds_alternative<std::shared_ptr<Pipe>>(stream)) end->closeFile();
   }
+
+  const auto handler = std::exchange(state.terminationHandler, nullptr);
+  state.processIdentifier = child;
+  state.processIdentifier.notify_all();
+  if (!handler) return;
+  startBackgroundThread([task = *this, handler](const std::stop_token&) mutable {
+    task.waitUntilExit();
+    handler(task);
+  }).detach();
 }
 
 void Task::waitUntilExit() {
-  const auto child = std::exchange(processIdentifier_, 0);
-  if (child == 0) return;
+  state_->processIdentifier.wait(0);
+  const std::lock_guard lock(state_->waiting);
+  if (state_->hasExited) return;
   int status = 0;
-  while (::waitpid(child, &status, 0) < 0) {
-    if (errno != EINTR) fatal("cannot wait for " + launchPath_, errno);
+  while (::waitpid(state_->processIdentifier, &status, 0) < 0) {
+    if (errno != EINTR) fatal("cannot wait for " + state_->launchPath, errno);
   }
-  terminationStatus_ = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+  state_->terminationStatus = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+  state_->hasExited = true;
+}
+
+std::int32_t Task::terminationStatus() const {
+  return state_->terminationStatus;
+}
+
+Task::State& Task::configuration() {
+  if (state_->processIdentifier != 0) std::abort();
+  return *state_;
 }
 
 }  // namespace zt

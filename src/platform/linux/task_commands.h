@@ -9,7 +9,7 @@ class TaskCommands final : public Commands {
  public:
   std::optional<std::vector<std::string>> shell(const std::string& path,
                                                 const std::vector<std::string>& arguments) override;
-  void launch(const std::string& path, const std::vector<std::string>& arguments) override;
+  void spawn(const std::string& path, const std::vector<std::string>& arguments) override;
 };
 
 }  // namespace zt

@@ -1,0 +1,87 @@
+#include "util/process_runner.h"
+
+#include <latch>
+#include <memory>
+#include <utility>
+
+#include "util/text.h"
+
+namespace zt {
+namespace {
+
+void setCommand(Task& task, std::optional<std::string> launchPath, std::optional<std::vector<std::string>> arguments) {
+  if (launchPath) task.setLaunchPath(*std::move(launchPath));
+  if (arguments) task.setArguments(std::move(arguments));
+}
+
+/// The end from which this process reads the task's standard output; null where that is no pipe.
+FileHandle* outputOf(const Task& task) {
+  const auto* pipe = std::get_if<std::shared_ptr<Pipe>>(&task.standardOutput());
+  return pipe == nullptr ? nullptr : &(*pipe)->fileHandleForReading();
+}
+
+Task::TerminationHandler completionReader(Completion completion) {
+  return [completion = std::move(completion)](Task& task) {
+    if (!completion) return;
+    std::string text;
+    if (auto* output = outputOf(task)) text = output->availableData();
+    if (!isValidUtf8(text)) text.clear();
+    completion(text, task.terminationStatus());
+  };
+}
+
+/// What shell() collects: filled on one background thread, and complete for all once that says so.
+struct OutputBuffer {
+  std::string bytes;
+  std::latch complete{1};
+};
+
+}  // namespace
+
+std::optional<std::vector<std::string>> shell(Task task, std::optional<std::string> launchPath,
+                                              std::optional<std::vector<std::string>> arguments) {
+  setCommand(task, std::move(launchPath), std::move(arguments));
+  const auto pipe = std::make_shared<Pipe>();
+  const auto output = std::make_shared<OutputBuffer>();
+  pipe->fileHandleForReading().setReadabilityHandler([output](FileHandle& handle) {
+    const auto data = handle.availableData();
+    output->bytes += data;
+    if (data.empty()) output->complete.count_down();
+  });
+  task.setStandardOutput(pipe);
+  task.setStandardError(pipe);
+  task.setTerminationHandler([output](Task& ended) {
+    // A child's last output can arrive after its exit. Nothing of it is to be cut off.
+    output->complete.wait();
+    if (auto* handle = outputOf(ended)) handle->setReadabilityHandler(nullptr);
+  });
+  task.launch();
+  task.waitUntilExit();
+  output->complete.wait();
+  if (!isValidUtf8(output->bytes)) return std::nullopt;
+  return lines(output->bytes);
+}
+
+void spawn(Task task, std::optional<std::string> launchPath, std::optional<std::vector<std::string>> arguments) {
+  setCommand(task, std::move(launchPath), std::move(arguments));
+  task.launch();
+}
+
+Task pipe(Task upstream, Task next, Completion completion) {
+  const auto between = std::make_shared<Pipe>();
+  const auto after = std::make_shared<Pipe>();
+  upstream.setStandardOutput(between);
+  next.setStandardInput(between);
+  next.setStandardOutput(after);
+  next.setStandardError(after);
+  upstream.setTerminationHandler([next](Task&) mutable { next.launch(); });
+  if (completion) next.setTerminationHandler(completionReader(std::move(completion)));
+  return next;
+}
+
+Task complete(Task task, Completion completion) {
+  task.setTerminationHandler(completionReader(std::move(completion)));
+  return task;
+}
+
+}  // namespace zt
