@@ -3,8 +3,38 @@
 #include <utf8proc.h>
 
 #include <cstddef>
+#include <cstdlib>
+#include <memory>
 
 namespace zt {
+namespace {
+
+bool has(CompareOptions options, CompareOptions option) {
+  return (static_cast<unsigned>(options) & static_cast<unsigned>(option)) != 0;
+}
+
+/// A text as utf8proc's options make it; one that is not valid UTF-8 stays as it is.
+std::string mapped(const std::string& text, int options) {
+  utf8proc_uint8_t* result = nullptr;
+  const auto size =
+      utf8proc_map(reinterpret_cast<const utf8proc_uint8_t*>(text.data()), static_cast<utf8proc_ssize_t>(text.size()),
+                   &result, static_cast<utf8proc_option_t>(options));
+  const std::unique_ptr<utf8proc_uint8_t, decltype(&std::free)> owner(result, std::free);
+  if (size < 0) return text;
+  return {reinterpret_cast<const char*>(result), static_cast<std::size_t>(size)};
+}
+
+/// What is the same for texts that are the same under the options.
+std::string comparisonKey(std::string_view text, CompareOptions options) {
+  const int decompose = has(options, CompareOptions::literal) ? 0 : UTF8PROC_STABLE | UTF8PROC_DECOMPOSE;
+  std::string key(text);
+  // Folding takes marks for letters (U+0345), so they have to be in their order before as well as after it.
+  if (decompose != 0) key = mapped(key, decompose);
+  if (has(options, CompareOptions::caseInsensitive)) key = mapped(key, decompose | UTF8PROC_CASEFOLD);
+  return key;
+}
+
+}  // namespace
 
 std::vector<std::string_view> split(std::string_view text, char separator) {
   std::vector<std::string_view> pieces;
@@ -38,6 +68,10 @@ bool isValidUtf8(std::string_view text) {
     text.remove_prefix(static_cast<std::size_t>(length));
   }
   return true;
+}
+
+bool isSame(std::string_view a, std::string_view b, CompareOptions options) {
+  return comparisonKey(a, options) == comparisonKey(b, options);
 }
 
 }  // namespace zt

@@ -2,13 +2,15 @@
 
 #include <uriparser/Uri.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <iterator>
 #include <memory>
 
 namespace zt {
 namespace {
 
-std::string pathOf(const UriUriA& uri) {
+std::string encodedPathOf(const UriUriA& uri) {
   std::string path = uri.absolutePath != URI_FALSE ? "/" : "";
   // Behind a host every segment has its slash, the first one too.
   bool slash = uri.hostText.first != nullptr;
@@ -17,9 +19,13 @@ std::string pathOf(const UriUriA& uri) {
     path.append(segment->text.first, segment->text.afterLast);
     slash = true;
   }
-  const char* end = uriUnescapeInPlaceA(path.data());
-  path.resize(static_cast<std::size_t>(end - path.data()));
   return path;
+}
+
+std::string decoded(std::string text) {
+  const char* end = uriUnescapeInPlaceA(text.data());
+  text.resize(static_cast<std::size_t>(end - text.data()));
+  return text;
 }
 
 }  // namespace
@@ -31,7 +37,43 @@ std::optional<URL> URL::parse(std::string_view text) {
     return std::nullopt;
   }
   const std::unique_ptr<UriUriA, decltype(&uriFreeUriMembersA)> owner(&uri, uriFreeUriMembersA);
-  return URL(text, pathOf(uri));
+  return URL(text, encodedPathOf(uri));
+}
+
+std::string URL::path() const {
+  return decoded(encodedPath_);
+}
+
+std::vector<std::string> URL::pathComponents() const {
+  std::vector<std::string> components;
+  if (encodedPath_.starts_with('/')) components.emplace_back("/");
+  for (const auto name : split(encodedPath_, '/')) {
+    if (!name.empty()) components.push_back(decoded(std::string(name)));
+  }
+  return components;
+}
+
+bool URL::isEqual(const URL& other, CompareOptions options) const {
+  return pathComponents().size() == other.pathComponents().size() && startsWithPath(other, options);
+}
+
+bool URL::startsWithPath(const URL& base, CompareOptions options) const {
+  const auto ours = pathComponents();
+  const auto theirs = base.pathComponents();
+  if (ours.size() < theirs.size()) return false;
+  return std::equal(theirs.begin(), theirs.end(), ours.begin(),
+                    [options](const auto& a, const auto& b) { return isSame(a, b, options); });
+}
+
+std::vector<URL> URL::startsWithPaths(std::span<const URL> bases, CompareOptions options) const {
+  std::vector<URL> result;
+  std::ranges::copy_if(bases, std::back_inserter(result),
+                       [&](const URL& base) { return startsWithPath(base, options); });
+  return result;
+}
+
+bool URL::startsWithAnyPath(std::span<const URL> bases, CompareOptions options) const {
+  return std::ranges::any_of(bases, [&](const URL& base) { return startsWithPath(base, options); });
 }
 
 }  // namespace zt
