@@ -20,12 +20,16 @@ class FileHandle {
   ~FileHandle();
 
   /// The bytes that can be read now, at most 64 KiB. Blocks until there are some; empty at end of file.
+  /// For the readability handler alone while one is set.
   std::string availableData();
 
   /// Has `handler` called on a background thread whenever there is something to read, which it is to take
-  /// with availableData(), and a last time at end of file. Takes the place of a handler that was set
-  /// before; empty stops the calls. No call of the former handler is running when this returns, but for one
-  /// that makes the change itself.
+  /// with availableData(), and a last time at end of file. It must not throw. Takes the place of a handler
+  /// that was set before; empty stops the calls. Returns, as the destructor does, when no call of the former
+  /// handler is running any more.
+  ///
+  /// One thread at a time may set handlers. The handler itself may stop its calls, and may let go of the
+  /// file handle; to set another one there is a programming error and aborts.
   void setReadabilityHandler(ReadabilityHandler handler);
 
   /// Stops the calls and closes the descriptor before its owner goes; may be called again.
@@ -39,7 +43,7 @@ class FileHandle {
 
   int fileDescriptor_;
   bool atEndOfFile_ = false;
-  std::mutex changingReader_;  // a handler may change its own reader while that is still being stored
+  std::mutex changingReader_;  // its first call can come before it is stored here
   std::jthread reader_;
 };
 

@@ -17,6 +17,8 @@ namespace zt {
 ///
 /// A Task refers to its child, and a copy refers to the same one. The slots own the pipes and files in
 /// them until the last copy goes. The child runs on then, and so does the wait for its termination handler.
+/// A child that has exited and that neither a handler nor waitUntilExit() waits for remains a zombie until
+/// this process ends.
 ///
 /// Setting anything after the launch, and a second launch, are programming errors and abort.
 class Task {
@@ -38,16 +40,16 @@ class Task {
   const Stream& standardOutput() const;
 
   /// Takes the place of a handler that was set before; empty is none. It is called once, on a background
-  /// thread of its own, after the child has exited, and is let go of then.
+  /// thread of its own, after the child has exited, and is let go of then. It must not throw.
   void setTerminationHandler(TerminationHandler handler);
 
-  /// Starts the child and closes this process's copies of the pipe ends that the child now has; files stay
-  /// open. A child that cannot be started ends this process: one line on standard error with its path and
+  /// Starts the child and closes the pipe ends that the child now has, so that each serves one child; files
+  /// stay open. A child that cannot be started ends this process: one line on standard error with its path and
   /// the reason, then abort.
   void launch();
 
   /// Blocks until the child has exited, on any thread and as often as wanted. A task that has not been
-  /// launched yet is waited for as well: the one before it in a chain may be about to launch it.
+  /// launched yet, perhaps by the one before it in a chain, is waited for until it has been and has exited.
   void waitUntilExit();
 
   /// The child's exit status, or the number of the signal that killed it. Valid in the termination handler

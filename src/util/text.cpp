@@ -26,7 +26,7 @@ std::string mapped(const std::string& text, int options) {
 
 /// What is the same for texts that are the same under the options.
 std::string comparisonKey(std::string_view text, CompareOptions options) {
-  const int decompose = has(options, CompareOptions::literal) ? 0 : UTF8PROC_STABLE | UTF8PROC_DECOMPOSE;
+  const int decompose = has(options, CompareOptions::literal) ? 0 : UTF8PROC_DECOMPOSE;
   std::string key(text);
   // Folding takes marks for letters (U+0345), so they have to be in their order before as well as after it.
   if (decompose != 0) key = mapped(key, decompose);

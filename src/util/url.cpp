@@ -28,6 +28,10 @@ std::string decoded(std::string text) {
   return text;
 }
 
+auto matching(CompareOptions options) {
+  return [options](const std::string& a, const std::string& b) { return isSame(a, b, options); };
+}
+
 }  // namespace
 
 std::optional<URL> URL::parse(std::string_view text) {
@@ -54,15 +58,13 @@ std::vector<std::string> URL::pathComponents() const {
 }
 
 bool URL::isEqual(const URL& other, CompareOptions options) const {
-  return pathComponents().size() == other.pathComponents().size() && startsWithPath(other, options);
+  return std::ranges::equal(pathComponents(), other.pathComponents(), matching(options));
 }
 
 bool URL::startsWithPath(const URL& base, CompareOptions options) const {
   const auto ours = pathComponents();
   const auto theirs = base.pathComponents();
-  if (ours.size() < theirs.size()) return false;
-  return std::equal(theirs.begin(), theirs.end(), ours.begin(),
-                    [options](const auto& a, const auto& b) { return isSame(a, b, options); });
+  return ours.size() >= theirs.size() && std::equal(theirs.begin(), theirs.end(), ours.begin(), matching(options));
 }
 
 std::vector<URL> URL::startsWithPaths(std::span<const URL> bases, CompareOptions options) const {

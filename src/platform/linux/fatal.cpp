@@ -3,16 +3,23 @@
 #include <errno.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <mutex>
 #include <string>
 #include <system_error>
 
 namespace zt {
 
 void fatal(std::string_view context, int error) {
+  // There is one last line, whatever a path has in it and however many threads fail at a time.
+  static std::mutex ending;
+  ending.lock();
   std::string line = program_invocation_short_name;
-  line.append(": ").append(context).append(": ");
-  line.append(std::generic_category().message(error)).append("\n");
+  line.append(": ").append(context).append(": ").append(std::generic_category().message(error));
+  std::ranges::replace_if(
+      line, [](unsigned char byte) { return byte < ' '; }, '?');
+  line += '\n';
   // Nothing is left to do about a line that cannot be written.
   [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.data(), line.size());
   std::abort();

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdlib>
 #include <utility>
 
 #include "platform/linux/background_thread.h"
@@ -17,6 +18,8 @@ namespace zt {
 
 FileHandle::~FileHandle() {
   closeFile();
+  // Only where its own handler has let go of it is there still a reader, and that cannot wait for itself.
+  if (reader_.joinable()) reader_.detach();
 }
 
 std::string FileHandle::availableData() {
@@ -34,10 +37,13 @@ void FileHandle::setReadabilityHandler(ReadabilityHandler handler) {
   std::jthread former;
   {
     const std::lock_guard lock(changingReader_);
+    reader_.request_stop();
+    if (reader_.get_id() == std::this_thread::get_id()) {
+      if (handler) std::abort();
+      return;
+    }
     former.swap(reader_);
   }
-  former.request_stop();
-  if (former.get_id() == std::this_thread::get_id()) former.detach();
   if (former.joinable()) former.join();
   if (!handler) return;
 
@@ -58,7 +64,7 @@ void FileHandle::callWhenReadable(const ReadabilityHandler& handler, const std::
     }
     if (stop.stop_requested()) return;
     handler(*this);
-    // If the handler has stopped its calls, this file handle may have gone by now.
+    // A handler that has let go of this file handle has stopped its calls by that.
   } while (!stop.stop_requested() && !atEndOfFile_);
 }
 

@@ -53,7 +53,8 @@ class SpawnSetup {
   /// Gives 0, or the error number of what failed: preparing the child or executing its program.
   int spawn(pid_t& child, const char* path, char* const* arguments) {
     // Close-on-exec covers what this process opened, not what it was itself handed by its parent.
-    ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+    const int error = ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
+    if (error != 0) return error;
     return ::posix_spawn(&child, path, &actions_, &attributes_, arguments, ::environ);
   }
 
@@ -151,11 +152,11 @@ void Task::launch() {
     if (std::holds_alternative<std::shared_ptr<Pipe>>(stream)) end->closeFile();
   }
 
-  const auto handler = std::exchange(state.terminationHandler, nullptr);
+  auto handler = std::exchange(state.terminationHandler, nullptr);
   state.processIdentifier = child;
   state.processIdentifier.notify_all();
   if (!handler) return;
-  startBackgroundThread([task = *this, handler](const std::stop_token&) mutable {
+  startBackgroundThread([task = *this, handler = std::move(handler)](const std::stop_token&) mutable {
     task.waitUntilExit();
     handler(task);
   }).detach();
