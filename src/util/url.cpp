@@ -64,7 +64,7 @@ bool URL::isEqual(const URL& other, CompareOptions options) const {
 bool URL::startsWithPath(const URL& base, CompareOptions options) const {
   const auto ours = pathComponents();
   const auto theirs = base.pathComponents();
-  return ours.size() >= theirs.size() && std::equal(theirs.begin(), theirs.end(), ours.begin(), matching(options));
+  return std::ranges::mismatch(theirs, ours, matching(options)).in1 == theirs.end();
 }
 
 std::vector<URL> URL::startsWithPaths(std::span<const URL> bases, CompareOptions options) const {

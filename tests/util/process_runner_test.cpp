@@ -194,6 +194,7 @@ TEST_F(Runner, ReadabilityHandlerIsCalledUntilItIsRemovedOrAtTheEnd) {
   handle.setReadabilityHandler([&](FileHandle& readable) {
     readable.setReadabilityHandler(nullptr);
     called.release();
+    std::this_thread::sleep_for(50ms);
     EXPECT_EQ(readable.availableData(), "");
   });
   called.acquire();
