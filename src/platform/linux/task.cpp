@@ -44,8 +44,9 @@ class SpawnSetup {
   int connect(int source, int target) {
     if (source <= STDERR_FILENO) {
       // The child connects one after the other: this one may be the target of an earlier connection.
-      source = outOfTheWay_.emplace_back(::fcntl(source, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)).fileDescriptor();
+      source = ::fcntl(source, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
       if (source < 0) return errno;
+      outOfTheWay_.emplace_back(source);
     }
     return ::posix_spawn_file_actions_adddup2(&actions_, source, target);
   }
