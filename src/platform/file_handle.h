@@ -8,7 +8,7 @@
 
 namespace zt {
 
-/// Owns one open file descriptor and closes it when it goes. What fails here ends the process: one line on
+/// Takes over one open file descriptor and closes it when it goes. What fails here ends the process: one line on
 /// standard error, then abort.
 class FileHandle {
  public:
@@ -20,7 +20,7 @@ class FileHandle {
   ~FileHandle();
 
   /// The bytes that can be read now, at most 64 KiB. Blocks until there are some; empty at end of file.
-  /// For the readability handler alone while one is set.
+  /// While a readability handler is set, only that may call it.
   std::string availableData();
 
   /// Has `handler` called on a background thread whenever there is something to read, which it is to take
@@ -28,8 +28,9 @@ class FileHandle {
   /// that was set before; empty stops the calls. Returns, as the destructor does, when no call of the former
   /// handler is running any more.
   ///
-  /// One thread at a time may set handlers. The handler itself may stop its calls, and may let go of the
-  /// file handle; to set another one there is a programming error and aborts.
+  /// Handlers are set, and the file is closed, by one thread at a time. A handler may itself stop its calls
+  /// or let go of the file handle, without any wait; setting another one there is a programming error and
+  /// aborts.
   void setReadabilityHandler(ReadabilityHandler handler);
 
   /// Stops the calls and closes the descriptor before its owner goes; may be called again.
@@ -43,7 +44,7 @@ class FileHandle {
 
   int fileDescriptor_;
   bool atEndOfFile_ = false;
-  std::mutex changingReader_;  // its first call can come before it is stored here
+  std::mutex changingReader_;  // guards reader_: the new thread may stop its calls before it is stored there
   std::jthread reader_;
 };
 

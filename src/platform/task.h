@@ -16,11 +16,12 @@ namespace zt {
 /// dispositions, an empty signal mask and this process's environment, and nothing else.
 ///
 /// A Task refers to its child, and a copy refers to the same one. The slots own the pipes and files in
-/// them until the last copy goes. The child runs on then, and so does the wait for its termination handler.
+/// them until the last copy goes. The child runs on then, and a handler that is set is still called.
 /// A child that has exited and that neither a handler nor waitUntilExit() waits for remains a zombie until
 /// this process ends.
 ///
-/// Setting anything after the launch, and a second launch, are programming errors and abort.
+/// One thread at a time sets a task up and launches it. Setting anything after the launch, and a second
+/// launch, are programming errors and abort.
 class Task {
  public:
   /// What a standard stream of the child is: inherited, a pipe, or an open file.
@@ -48,8 +49,8 @@ class Task {
   /// the reason, then abort.
   void launch();
 
-  /// Blocks until the child has exited, on any thread and as often as wanted. A task that has not been
-  /// launched yet, perhaps by the one before it in a chain, is waited for until it has been and has exited.
+  /// Blocks until the child has exited, on any thread and as often as wanted. It waits for the launch as
+  /// well, as in a chain: a task that nobody launches blocks it for good.
   void waitUntilExit();
 
   /// The child's exit status, or the number of the signal that killed it. Valid in the termination handler

@@ -30,7 +30,7 @@ Task::TerminationHandler completionReader(Completion completion) {
   };
 }
 
-/// What shell() collects: filled on one background thread, and complete for all once that says so.
+/// What shell() collects: filled on one background thread, and for others to read once it is complete.
 struct OutputBuffer {
   std::string bytes;
   std::latch complete{1};
@@ -51,7 +51,7 @@ std::optional<std::vector<std::string>> shell(Task task, std::optional<std::stri
   task.setStandardOutput(pipe);
   task.setStandardError(pipe);
   task.setTerminationHandler([output](Task& ended) {
-    // A child's last output can arrive after its exit. Nothing of it is to be cut off.
+    // What a child has written, or left something behind to write, is read to its end even after its exit.
     output->complete.wait();
     if (auto* handle = outputOf(ended)) handle->setReadabilityHandler(nullptr);
   });

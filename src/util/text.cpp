@@ -9,10 +9,6 @@
 namespace zt {
 namespace {
 
-bool has(CompareOptions options, CompareOptions option) {
-  return (static_cast<unsigned>(options) & static_cast<unsigned>(option)) != 0;
-}
-
 /// A text as utf8proc's options make it; one that is not valid UTF-8 stays as it is.
 std::string mapped(const std::string& text, int options) {
   utf8proc_uint8_t* result = nullptr;
@@ -26,11 +22,11 @@ std::string mapped(const std::string& text, int options) {
 
 /// What is the same for texts that are the same under the options.
 std::string comparisonKey(std::string_view text, CompareOptions options) {
-  const int decompose = has(options, CompareOptions::literal) ? 0 : UTF8PROC_DECOMPOSE;
+  const int decompose = options.literal ? 0 : UTF8PROC_DECOMPOSE;
   std::string key(text);
-  // Folding takes marks for letters (U+0345), so they have to be in their order before as well as after it.
-  if (decompose != 0) key = mapped(key, decompose);
-  if (has(options, CompareOptions::caseInsensitive)) key = mapped(key, decompose | UTF8PROC_CASEFOLD);
+  // Before folding as well, which makes a letter of a mark (U+0345): marks do not move past a letter.
+  if (!options.literal) key = mapped(key, decompose);
+  if (options.caseInsensitive) key = mapped(key, decompose | UTF8PROC_CASEFOLD);
   return key;
 }
 

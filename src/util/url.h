@@ -15,7 +15,8 @@ namespace zt {
 ///
 /// URLs are compared as locations, by their path components alone: scheme, host, query and fragment do not
 /// count, and neither does how a character was written, percent-encoded or not. Whole components are
-/// compared, in order, as isSame() compares texts.
+/// compared, in order, as isSame() compares texts. The disk is not asked: "." and ".." are names like others,
+/// so that /a/b/../c counts as below /a/b. Everything is below a URL without a path.
 class URL {
  public:
   /// Takes the text as it is, adding no scheme and encoding nothing; nullopt when it is no URL
@@ -31,7 +32,7 @@ class URL {
   /// name (%2F) separates nothing; empty names, as after a trailing slash, are left out.
   std::vector<std::string> pathComponents() const;
 
-  /// Whether the path is written as that of a directory, with a slash at its end. The disk is not asked.
+  /// Whether the path is written as that of a directory, with a slash at its end.
   bool myHasDirectoryPath() const { return encodedPath_.ends_with('/'); }
 
   /// Whether both have the same path components.

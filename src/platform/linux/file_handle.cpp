@@ -64,7 +64,7 @@ void FileHandle::callWhenReadable(const ReadabilityHandler& handler, const std::
     }
     if (stop.stop_requested()) return;
     handler(*this);
-    // A handler that has let go of this file handle has stopped its calls by that.
+    // Where the handler has let go of this file handle, a stop has been requested and no member is left.
   } while (!stop.stop_requested() && !atEndOfFile_);
 }
 

@@ -43,7 +43,7 @@ class SpawnSetup {
   /// Makes the descriptor `source` the child's `target`. Gives 0 or the error number.
   int connect(int source, int target) {
     if (source <= STDERR_FILENO) {
-      // The child connects one after the other: this one may be the target of an earlier connection.
+      // The child connects one after the other: an earlier connection may have taken this number over.
       source = ::fcntl(source, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
       if (source < 0) return errno;
       outOfTheWay_.emplace_back(source);
@@ -83,7 +83,7 @@ struct Task::State {
   TerminationHandler terminationHandler;
 
   std::atomic<pid_t> processIdentifier = 0;  ///< 0 before the launch
-  std::mutex waiting;                        ///< held while one thread waits for the child on behalf of all
+  std::mutex waiting;                        ///< guards what follows; held through waitpid(2)
   bool hasExited = false;
   std::int32_t terminationStatus = 0;
 };
@@ -149,7 +149,7 @@ void Task::launch() {
   if (error != 0) fatal("cannot start " + state.launchPath, error);
 
   for (const auto& [stream, end, target] : connections) {
-    // Otherwise a reader of the pipe would wait for an end of file that this process holds back.
+    // Only the child is to hold its pipe ends: with ours open, a reader would never see the end of file.
     if (std::holds_alternative<std::shared_ptr<Pipe>>(stream)) end->closeFile();
   }
 
