@@ -172,10 +172,14 @@ TEST_P(NextRunDateInZone, AgreesWithThePlainScan) {
   int compared = 0;
   for (const auto change : changes(zone.calendar)) {
     for (const auto& line : linesAround(change, zone.calendar)) {
+      Instant expected{};
       for (const auto shift : {-48h + 7s, -61min + 0s, -30min + 59s, -1s, 0s, 29min + 1s, 61min + 0s, 25h + 0s}) {
         const Instant reference = change + shift;
-        ASSERT_EQ(textOf(line.nextRunDate(reference, zone.calendar), zone.calendar),
-                  textOf(scan(line, reference, zone.calendar), zone.calendar))
+        // What the scan found from an earlier reference stands until the reference has passed it.
+        if (expected < std::chrono::floor<std::chrono::minutes>(reference)) {
+          expected = scan(line, reference, zone.calendar);
+        }
+        ASSERT_EQ(textOf(line.nextRunDate(reference, zone.calendar), zone.calendar), textOf(expected, zone.calendar))
             << line.crontabLine() << " from " << dateText(reference, zone.calendar);
         ++compared;
       }
