@@ -1,8 +1,11 @@
+#include <unistd.h>
+
 #include <iostream>
 
 #include "driver/run.h"
 #include "platform/linux/agent_wake_events.h"
-#include "platform/linux/no_power_assertions.h"
+#include "platform/linux/journal_log.h"
+#include "platform/linux/logind_power_assertions.h"
 #include "platform/linux/process_setup.h"
 #include "platform/linux/standard_error_log.h"
 #include "platform/linux/system_applications.h"
@@ -19,9 +22,12 @@ int main() {
   const zt::SystemApplications applications(zt::SystemApplications::defaultFolders());
   const zt::SystemFileManager fileManager;
   zt::TaskCommands commands;
-  zt::NoPowerAssertions powerAssertions;
+  zt::LogindPowerAssertions powerAssertions;
   zt::AgentWakeEvents wakeEvents(commands, fileManager);
+  zt::JournalLog journal;
   zt::StandardErrorLog plainLog;
+  // A person at a terminal sees the run; a service manager gets entries with fields.
+  const bool toJournal = ::isatty(STDERR_FILENO) == 0 && zt::JournalLog::answers();
 
   return zt::run({.clock = clock,
                   .calendar = calendar,
@@ -30,6 +36,6 @@ int main() {
                   .commands = commands,
                   .powerAssertions = powerAssertions,
                   .wakeEvents = wakeEvents,
-                  .logSinks = {.unified = nullptr, .plain = plainLog},
+                  .logSinks = {.unified = toJournal ? &journal : nullptr, .plain = plainLog},
                   .output = std::cout});
 }

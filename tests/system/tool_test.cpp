@@ -12,7 +12,7 @@
 #include <iostream>
 
 #include "driver/date_text.h"
-#include "util/process_runner.h"
+#include "private_machine.h"
 #include "util/text.h"
 #include "zone.h"
 
@@ -21,12 +21,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
-using Texts = std::vector<std::string>;
-
-/// The output of a script.
-Texts bash(const std::string& script) {
-  return shell(Task("/bin/bash", Texts{"-c", script})).value_or(Texts{"not UTF-8"});
-}
 
 std::string zoneAt(std::chrono::seconds timeOfDay) {
   const auto now = std::chrono::system_clock::now().time_since_epoch() % 24h;
@@ -35,19 +29,13 @@ std::string zoneAt(std::chrono::seconds timeOfDay) {
          std::to_string(west.minutes().count()) + ":" + std::to_string(west.seconds().count());
 }
 
-struct Tool : testing::Test {
+struct Tool : PrivateMachine {
   struct Outcome {
     std::int32_t status;
     Texts output, errors;
   };
 
-  Tool() {
-    if (::getenv("PRIVATE_MACHINE") == nullptr) {
-      std::cerr << "These tests empty the home folder. Start them with demo/private-machine.\n";
-      std::_Exit(2);
-    }
-    bash("rm -rf ~/* /var/spool/cron/crontabs/*; mkdir ~/Applications; cp -R " DEMO "/Zantrove.app ~/Applications");
-  }
+  Tool() { bash("mkdir ~/Applications; cp -R " DEMO "/Zantrove.app ~/Applications"); }
 
   /// Runs the tool; `before` is what the shell that starts it does first.
   static Outcome run(const std::string& crontab, const std::string& before = "") {
@@ -58,7 +46,6 @@ struct Tool : testing::Test {
     return {task.terminationStatus(), bash("cat ~/output"), bash("cat ~/errors")};
   }
 
-  const fs::path home = ::getenv("HOME");
   const fs::path controller = home / "Applications/Zantrove.app/Contents/Helpers/ztautomatedcopycontroller";
 };
 

@@ -21,9 +21,13 @@ void StandardErrorLog::write(std::string_view message) {
   std::snprintf(heading.data(), heading.size(), "%s.%03ld %.64s[%d:%d] ", date.data(), now.tv_nsec / 1'000'000,
                 program_invocation_short_name, ::getpid(), ::gettid());
 
-  // One call for the whole line: entries of several threads do not mix.
   const std::string line = std::string(heading.data()).append(message).append("\n");
-  [[maybe_unused]] const auto written = ::write(STDERR_FILENO, line.data(), line.size());
+  const std::scoped_lock lock(writing_);  // a pipe takes a long line in pieces
+  for (std::string_view left = line; !left.empty();) {
+    const auto written = ::write(STDERR_FILENO, left.data(), left.size());
+    if (written < 0 && errno != EINTR) return;
+    if (written > 0) left.remove_prefix(static_cast<std::size_t>(written));
+  }
 }
 
 }  // namespace zt

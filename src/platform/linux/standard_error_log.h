@@ -1,5 +1,7 @@
 #pragma once
 
+#include <mutex>
+
 #include "platform/log_sinks.h"
 
 namespace zt {
@@ -9,6 +11,9 @@ namespace zt {
 class StandardErrorLog final : public PlainLog {
  public:
   void write(std::string_view message) override;
+
+ private:
+  std::mutex writing_;
 };
 
 }  // namespace zt

@@ -1,0 +1,80 @@
+#include "platform/linux/logind_power_assertions.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <systemd/sd-bus.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+namespace zt {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::steady_clock;
+
+constexpr auto longestWait = 2s;
+constexpr int noAnswerYet = 0;  // the descriptor of a lock is never one of the standard streams
+
+struct CloseBus {
+  void operator()(sd_bus* bus) const { ::sd_bus_close_unref(bus); }
+};
+using Bus = std::unique_ptr<sd_bus, CloseBus>;
+
+/// Leaves the lock's descriptor or a negative errno in `answer`, an int.
+int takeAnswer(sd_bus_message* message, void* answer, sd_bus_error* /*error*/) {
+  int descriptor = -1;
+  int result = -::sd_bus_message_get_errno(message);
+  if (result == 0) result = ::sd_bus_message_read(message, "h", &descriptor);
+  if (result >= 0) {
+    // The message owns what it brings.
+    result = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (result < 0) result = -errno;
+  }
+  *static_cast<int*>(answer) = result;
+  return 0;
+}
+
+/// The descriptor of a new lock, or a negative errno.
+int inhibit(const std::string& what, const std::string& who, const std::string& why) {
+  const auto end = steady_clock::now() + longestWait;
+  sd_bus* opened = nullptr;
+  int result = ::sd_bus_open_system(&opened);
+  if (result < 0) return result;
+  const Bus bus(opened);
+
+  // Not sd_bus_call(): its timeout begins when the bus has let us in, and a bus that hangs never does.
+  int answer = noAnswerYet;
+  result = ::sd_bus_call_method_async(bus.get(), nullptr, "org.freedesktop.login1", "/org/freedesktop/login1",
+                                      "org.freedesktop.login1.Manager", "Inhibit", takeAnswer, &answer, "ssss",
+                                      what.c_str(), who.c_str(), why.c_str(), "block");
+  while (result >= 0 && answer == noAnswerYet) {
+    result = ::sd_bus_process(bus.get(), nullptr);
+    if (result != 0) continue;
+    const std::chrono::microseconds left = std::chrono::floor<std::chrono::microseconds>(end - steady_clock::now());
+    if (left <= 0us) return -ETIMEDOUT;
+    result = ::sd_bus_wait(bus.get(), static_cast<std::uint64_t>(left.count()));
+    if (result == -EINTR) result = 0;
+  }
+  return result < 0 ? result : answer;
+}
+
+}  // namespace
+
+PowerAssertions::Created LogindPowerAssertions::create(std::string_view type, std::string_view name,
+                                                       std::string_view details) {
+  if (type != "PreventUserIdleSystemSleep") return {.result = -EINVAL, .identifier = 0};
+  const int lock = inhibit("idle", std::string(name), std::string(details));
+  if (lock < 0) return {.result = lock, .identifier = 0};
+  const auto identifier = static_cast<std::uint32_t>(lock);
+  locks_.try_emplace(identifier, lock);
+  return {.result = 0, .identifier = identifier};
+}
+
+void LogindPowerAssertions::release(std::uint32_t identifier) {
+  locks_.erase(identifier);
+}
+
+}  // namespace zt
