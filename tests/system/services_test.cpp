@@ -119,5 +119,100 @@ TEST_F(Services, LogindHoldsTheLockUntilItIsReleased) {
   ::unsetenv("DBUS_SYSTEM_BUS_ADDRESS");
 }
 
+TEST_F(Services, AgentArmsTimersOfTheUser) {
+  // Each records how it was called, and does what the file of its name in the home folder says.
+  for (const auto* program : {"systemd-run", "systemctl", "logger"}) {
+    fs::create_directory(home / "bin");
+    std::ofstream(home / "bin" / program) << "#!/bin/bash\n"
+                                             "{ echo \"${0##*/} $*\"; [ $1 != --journald ] || cat; } >> ~/calls\n"
+                                             "! [ -e ~/${0##*/} ] || . ~/${0##*/}\n";
+    bash("chmod +x ~/bin/*");
+  }
+  const auto armed = [](const std::string& unit, const std::string& instant) {
+    return "systemd-run --user --quiet --collect --unit=" + unit +
+           " --description=Wake for a scheduled copy --on-calendar=@" + instant +
+           " --timer-property=WakeSystem=yes --timer-property=AccuracySec=1us"
+           " --timer-property=CollectMode=inactive-or-failed --service-type=oneshot"
+           " systemctl --user --no-block start ztbackupbytime.service";
+  };
+  const auto reported = [](const std::string& message) {
+    return Texts{"logger --journald",
+                 "MESSAGE=" + message,
+                 "PRIORITY=3",
+                 "SUBSYSTEM=com.velmorra.Zantrove.Helpers",
+                 "CATEGORY=ZTAgent",
+                 "SYSLOG_IDENTIFIER=ZTAgent",
+                 "USER_UNIT=ztbackupbytime.service"};
+  };
+  const std::string unit = "ZTAgent-2097-03-05-07-03-00";
+  const auto arming = armed(unit, "4013305380");
+  const std::string clear = " " + unit + ".timer " + unit + ".service";
+  struct Row {
+    const char* reason;
+    std::string before, arguments;
+    Texts printed, calls;
+  };
+  const std::vector<Row> rows = {
+      {"as the tool writes it", "", "wake '3/5/2097 7:3:00'", {"0"}, {arming}},
+      {"local time", "export TZ=Asia/Kathmandu;", "wake '3/5/2097 7:3:00'", {"0"}, {armed(unit, "4013284680")}},
+      {"an offset with seconds", "export TZ=TST+3:4:5;", "wake '3/5/2097 7:3:00'", {"0"}, {armed(unit, "4013316425")}},
+      {"repeated: the first one",
+       "export TZ=CET-1CEST,M3.5.0,M10.5.0/3;",
+       "wake '10/27/2097 2:30:0'",
+       {"0"},
+       {armed("ZTAgent-2097-10-27-02-30-00", "4033672200")}},
+      {"skipped",
+       "export TZ=CET-1CEST,M3.5.0,M10.5.0/3;",
+       "wake '3/31/2097 2:30:0'",
+       {"ZTAgent: no wake event at 2097-03-31 02:30:00: the clocks skip that time.", "1"},
+       reported("no wake event at 2097-03-31 02:30:00: the clocks skip that time.")},
+      {"passed",
+       "",
+       "wake '3/5/2026 7:3:00'",
+       {"ZTAgent: no wake event at 2026-03-05 07:03:00: that time has passed.", "1"},
+       reported("no wake event at 2026-03-05 07:03:00: that time has passed.")},
+      {"no time",
+       "",
+       "wake $'2/30/2097\n7:3:00'",
+       {"ZTAgent: '2/30/2097 7:3:00' is no date and time such as 3/5/2027 7:3:00.", "1"},
+       reported("'2/30/2097 7:3:00' is no date and time such as 3/5/2027 7:3:00.")},
+      {"something is left of that name",
+       "echo '[ -e ~/again ] || { touch ~/again; exit 1; }' > ~/systemd-run;",
+       "wake '3/5/2097 7:3:00'",
+       {"0"},
+       {arming, "systemctl --user stop" + clear, "systemctl --user reset-failed" + clear, arming}},
+      {"as it is listed", "", "cancel '03/05/2097 07:03:00'", {"0"}, {"systemctl --user stop " + unit + ".timer"}},
+      {"nothing to cancel",
+       "echo 'exit 5' > ~/systemctl;",
+       "cancel '03/05/2097 07:03:00' 2> /dev/null",
+       {"1"},
+       {"systemctl --user stop " + unit + ".timer", "logger --journald"}},
+      {"timers of others are not listed",
+       "echo 'echo ZTAgent-2027-03-05-07-03-00.timer loaded active; echo ZTAgent-x.timer loaded;"
+       " echo ZTAgent-2028-12-31-23-59-59.timer loaded' > ~/systemctl;",
+       "sched",
+       {"[0] wake at 03/05/2027 07:03:00 by 'ZTAgent'", "[1] wake at 12/31/2028 23:59:59 by 'ZTAgent'", "0"},
+       {"systemctl --user list-units --plain --no-legend --full --state=waiting ZTAgent-*.timer"}},
+      {"usage", "", "wake 2> /dev/null", {"2"}, {}},
+  };
+  const auto calls = [](std::size_t most) {
+    return bash("touch ~/calls; head -n " + std::to_string(most) + " ~/calls");
+  };
+  const std::string agent = "PATH=~/bin:$PATH " AGENT " ";
+  for (const auto& row : rows) {
+    bash("rm -f ~/calls ~/systemctl ~/systemd-run");
+    EXPECT_EQ(bash("export TZ=UTC; " + row.before + agent + row.arguments + "; echo $?"), row.printed) << row.reason;
+    EXPECT_EQ(calls(row.calls.size()), row.calls) << row.reason;
+  }
+
+  bash("echo 'exit 1' > ~/systemd-run; rm ~/calls");
+  const auto printed = bash("TZ=UTC " + agent + "wake '3/5/2097 7:3:00'; echo $?");
+  ASSERT_EQ(printed.size(), 2U);
+  EXPECT_TRUE(
+      printed[0].starts_with("ZTAgent: no wake event at 2097-03-05 07:03:00: systemd could not arm the timer."));
+  EXPECT_EQ(printed[1], "1");
+  EXPECT_EQ(bash("sed -n 6p ~/calls"), Texts{"MESSAGE" + printed[0].substr(7).replace(0, 2, "=")});
+}
+
 }  // namespace
 }  // namespace zt
