@@ -22,8 +22,11 @@ Plist readPlist(const std::filesystem::path& path) {
   if (!std::filesystem::is_regular_file(path, error)) return none;
   std::ifstream file(path, std::ios::binary);
   const std::string data{std::istreambuf_iterator<char>(file), {}};
+  const auto size = static_cast<std::uint32_t>(data.size());
+  // Not plist_from_memory(): its parameters differ from one release of libplist to the next.
+  const auto parse = plist_is_binary(data.data(), size) != 0 ? plist_from_bin : plist_from_xml;
   plist_t root = nullptr;
-  plist_from_memory(data.data(), static_cast<std::uint32_t>(data.size()), &root);
+  parse(data.data(), size, &root);
   return {root, plist_free};
 }
 
