@@ -1,0 +1,38 @@
+# What is installed where, and the Debian package made of it.
+include(GNUInstallDirs)
+
+# Manual pages and the changelog are installed compressed.
+set(compressed)
+foreach(file ZTAgent.1 changelog ztbackupbytime.1)
+  set(source ${PROJECT_SOURCE_DIR}/packaging/${file})
+  set(archive ${PROJECT_BINARY_DIR}/packaging/${file}.gz)
+  add_custom_command(OUTPUT ${archive} DEPENDS ${source}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/packaging
+    COMMAND gzip -9 --no-name --stdout ${source} > ${archive} VERBATIM)
+  list(APPEND compressed ${archive})
+endforeach()
+add_custom_target(compressed_documents ALL DEPENDS ${compressed})
+
+install(TARGETS ztbackupbytime)
+install(PROGRAMS agent/ZTAgent TYPE BIN)
+install(FILES ${PROJECT_BINARY_DIR}/packaging/ZTAgent.1.gz ${PROJECT_BINARY_DIR}/packaging/ztbackupbytime.1.gz
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
+install(FILES README.md packaging/copyright ${PROJECT_BINARY_DIR}/packaging/changelog.gz TYPE DOC)
+install(DIRECTORY docs TYPE DOC)
+# systemd looks below lib, whatever the architecture's own folder for libraries is.
+install(FILES packaging/ztbackupbytime.service packaging/ztbackupbytime.timer DESTINATION lib/systemd/user)
+install(DIRECTORY packaging/user@.service.d DESTINATION lib/systemd/system)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "The ztbackupbytime developers <developers@ztbackupbytime.invalid>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "cron | cron-daemon, dbus-user-session, libpam-systemd, systemd")
+set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "\
+A timer of the user's systemd runs the tool about once a minute. It reads
+the user's crontab, starts the application's copy controller once for
+every schedule that is due, and has the machine wake for the next one.")
+include(CPack)
