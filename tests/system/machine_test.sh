@@ -1,0 +1,232 @@
+#!/bin/bash
+# machine_test.sh PACKAGE [--suspend] [--no-permission]: installs the package on this machine and lets a user made
+# for the purpose live with it for about six minutes. What this machine cannot do is skipped, with the reason. Needs
+# root. The user goes at the end, and so does the package if it was not there before.
+#   --suspend        suspends the machine as well: two minutes later it has to wake by itself
+#   --no-permission  keeps the right to wake the machine from the user (before systemd 254)
+set -u
+cd "$(dirname "$(realpath "$0")")/../.." || exit
+
+package=$1
+shift
+suspend='' no_permission=''
+for option; do
+  case $option in
+    --suspend) suspend=yes ;;
+    --no-permission) no_permission=yes ;;
+    *) echo "unknown option $option" >&2; exit 2 ;;
+  esac
+done
+
+good=0 bad=0 skipped=0
+check() {  # check WHAT COMMAND...: what the command says has to be so
+  local what=$1 output
+  shift
+  if output=$("$@" 2>&1); then
+    good=$((good + 1)); echo "ok: $what"
+  else
+    bad=$((bad + 1)); echo "NOT OK: $what: $*"; [ -z "$output" ] || echo "  | ${output//$'\n'/$'\n'  | }"
+  fi
+}
+skip() {
+  skipped=$((skipped + 1)); echo "skipped: $1"
+}
+finish() {
+  echo "$good passed, $bad failed, $skipped skipped"
+  [ "$bad" = 0 ]
+  exit
+}
+same() { [ "$1" = "$2" ] || { printf 'expected: %s\nfound:    %s\n' "$1" "$2"; return 1; }; }
+within() { (($1 <= $2 && $2 <= $3)) || { echo "$2 is not from $1 to $3"; return 1; }; }
+wait_for() {  # wait_for SECONDS COMMAND...
+  local end=$((SECONDS + $1))
+  shift
+  until "$@" > /dev/null 2>&1; do [ "$SECONDS" -lt "$end" ] || return 1; sleep 0.2; done
+}
+
+user=ztprobe
+masked=/etc/systemd/system/user@.service.d/ztbackupbytime.conf
+leave_nothing() {
+  set +e
+  if id "$user" > /dev/null 2>&1; then
+    loginctl disable-linger "$user"
+    systemctl stop "user@$(id -u "$user").service"
+    pkill -KILL -u "$user"
+    crontab -r -u "$user" 2> /dev/null
+    userdel --remove "$user" 2> /dev/null
+  fi
+  [ ! "$no_permission" ] || rm -f "$masked"
+  [ "$was_installed" ] || dpkg --purge ztbackupbytime
+} > /dev/null
+
+# Installing
+if id "$user" > /dev/null 2>&1; then echo "There is a user $user already." >&2; exit 1; fi
+was_installed=$(dpkg-query -W -f '${Version}' ztbackupbytime 2> /dev/null)
+trap leave_nothing EXIT
+check "the package is installed" \
+  apt-get install -qq --no-install-recommends --reinstall --allow-downgrades "$(realpath "$package")"
+start_as_nobody() { setpriv --reuid=65534 --regid=65534 --clear-groups env HOME=/nonexistent timeout 20 ztbackupbytime; }
+check "the tool starts" within 0 "$(start_as_nobody > /dev/null 2>&1; echo $?)" 1
+check "the agent explains itself" grep -q '^usage: ZTAgent wake' <(ZTAgent --help)
+check "the units are sound" same "" "$({
+  XDG_RUNTIME_DIR=/run systemd-analyze verify --man=no --user ztbackupbytime.timer
+  systemd-analyze verify --man=no user@1.service
+} 2>&1 | grep ztbackupbytime)"
+if [ ! -d /run/systemd/system ]; then
+  skip "timer, journal, inhibitor, waking: systemd does not run this machine"
+  finish
+fi
+version=$(systemctl --version | sed -n '1s/^systemd \([0-9]*\).*/\1/p')
+echo "This is systemd $version."
+
+# The user
+if [ "$no_permission" ]; then
+  mkdir -p "${masked%/*}" && ln -s /dev/null "$masked" && systemctl daemon-reload
+fi
+check "systemd has read the new drop-in" same no "$(systemctl show --value --property NeedDaemonReload user@0.service)"
+useradd --create-home --shell /bin/bash "$user"
+uid=$(id -u "$user")
+home=$(getent passwd "$user" | cut -d: -f6)
+as_user() {
+  runuser -u "$user" -- env -i HOME="$home" PATH="$PATH" XDG_RUNTIME_DIR="/run/user/$uid" LC_ALL=C.UTF-8 "$@"
+}
+loginctl enable-linger "$user"
+check "the user's systemd runs" wait_for 60 as_user systemctl --user is-active default.target
+as_user mkdir -p "$home/Applications"
+cp -R demo/Zantrove.app "$home/Applications/"
+contents=$home/Applications/Zantrove.app/Contents
+ln -sf /usr/bin/ZTAgent "$contents/MacOS/ZTAgent"
+# This controller takes three minutes for a copy.
+cat > "$contents/Helpers/ztautomatedcopycontroller" <<'TEXT'
+#!/bin/bash
+echo "start $1 $(date +%s)" >> ~/copies
+sleep 180
+echo "end $1 $(date +%s)" >> ~/copies
+TEXT
+chown -R "$user:" "$home/Applications"
+
+entry() {  # entry INSTANT WORD
+  printf '%s\t*\t*\t%s\tZTUtil %s\n' "$(date -d "@$1" '+%-M	%-H')" "$(date -d "@$1" +%w)" "$2"
+}
+minute_after() { echo $((($(date +%s) / 60 + $1) * 60)); }
+sleep_until() { sleep $(($1 > $(date +%s) ? $1 - $(date +%s) : 0)); }
+starts() { sed -n "s|^start $1 ||p" "$home/copies"; }
+starts_once_at() {  # starts_once_at INSTANT WORD
+  same 1 "$(starts "$2" | wc -l)" && within "$1" "$(starts "$2")" $(($1 + 59))
+}
+controllers() { pgrep -u "$user" -fc "^/bin/bash $contents/Helpers/"; }
+entries() { as_user journalctl --user --unit ztbackupbytime --no-pager --output "$@"; }
+entry_has() {  # entry_has TEXT...: an entry of the journal has all of them in its JSON form
+  local found text
+  found=$(entries json)
+  for text; do found=$(grep -F -- "$text" <<< "$found") || { echo "no $text"; return 1; }; done
+}
+state() { as_user systemctl --user show --value --property ActiveState ztbackupbytime.service; }
+runs() { [ "$(state)" = activating ]; }
+rests() { [ "$(state)" = inactive ]; }
+has_inhibitor() {
+  systemd-inhibit --list --no-legend --no-pager |
+    grep -q "^ztbackupbytime Prompt Wake *$uid *$user .* idle  *Zantrove! time-based scheduled copy check. *block"
+}
+events() { as_user ZTAgent sched; }
+only_event_is_at() {
+  local line
+  line="[0] wake at $(date -d "@$1" '+%m/%d/%Y %T') by 'ZTAgent'"
+  same "$line" "$(events)"
+}
+set_timer() {  # set_timer UNIT [PROPERTY]: a timer for tomorrow
+  as_user systemd-run --user --quiet --collect --unit="$1" --on-calendar="@$(minute_after 1440)" \
+    --timer-property=CollectMode=inactive-or-failed ${2:+"--timer-property=$2"} true
+}
+# How long after the end of one run the next one began, in seconds, one line each.
+pauses() {
+  entries short-unix | awk '/Looking for Zantrove!/ && end { print int($1 - end) } /Heading out/ { end = $1 }'
+}
+
+can_wake=yes
+set_timer probe WakeSystem=yes || can_wake=''
+as_user systemctl --user stop probe.timer 2> /dev/null
+if [ "$no_permission" ]; then
+  check "without the drop-in no timer wakes the machine" same "" "$can_wake"
+elif compgen -G '/sys/class/rtc/*/wakealarm' > /dev/null; then
+  check "timers of the user can wake the machine" same yes "$can_wake"
+fi
+set_timer foreign
+set_timer ZTAgent-foreign
+
+# Two schedules in two minutes that follow one another
+while [ "$(date +%-S)" -ge 40 ]; do sleep 1; done
+one=$(minute_after 2) two=$(minute_after 3) tomorrow=$(minute_after 1450)
+{ entry "$one" file:///one; entry "$two" file:///two; entry "$tomorrow" file:///three; } | crontab -u "$user" -
+as_user systemctl --user --quiet enable --now ztbackupbytime.timer
+check "the timer starts the tool at once" wait_for 5 runs
+check "during the run logind lists the inhibitor" wait_for 5 has_inhibitor
+wait_for 30 rests
+check "it goes with the run" same no "$(has_inhibitor && echo yes || echo no)"
+if [ "$can_wake" ]; then
+  check "a wake event is set for the first copy" only_event_is_at "$one"
+else
+  skip "wake events: no timer of this user can wake this machine"
+  check "the journal says so" entry_has '"CATEGORY":"ZTAgent"' '"PRIORITY":"3"' "could not arm the timer"
+  [ ! "$no_permission" ] || check "and what to do" entry_has CAP_WAKE_ALARM "systemctl restart user@$uid.service"
+fi
+
+echo "The copies are due at $(date -d "@$one" +%T) and $(date -d "@$two" +%T)."
+sleep_until $((two + 5))
+check "the first copy started once, in its minute" starts_once_at "$one" file:///one
+check "the second copy started once, in its minute" starts_once_at "$two" file:///two
+check "the run ends" wait_for 30 rests
+check "both controllers live on" same 2 "$(controllers)"
+[ ! "$can_wake" ] || check "the wake event is replaced by tomorrow's" only_event_is_at "$tomorrow"
+entry $((tomorrow + 60)) file:///three | crontab -u "$user" -
+[ ! "$can_wake" ] || check "a change of the crontab replaces it" wait_for 90 only_event_is_at $((tomorrow + 60))
+sleep_until $((two + 190))
+check "both copies ended three minutes later, and no other started" same \
+  "end file:///one end file:///two start file:///one start file:///two" \
+  "$(sed 's/ [0-9]*$//' "$home/copies" | sort | xargs)"
+check "timers of others stand" as_user systemctl --user is-active foreign.timer ZTAgent-foreign.timer
+
+for message in "Looking for Zantrove!" "Power asssertion created - createdAssertion = 0" "Found 1 matching schedules." \
+  "Spawning /one" "Heading out, canceling power assertion."; do
+  check "the journal has \"$message\"" entry_has "\"MESSAGE\":\"$message\"" '"PRIORITY":"6"' \
+    '"SUBSYSTEM":"com.velmorra.Zantrove.Helpers"' '"CATEGORY":"ztbackupbytime"' '"SYSLOG_IDENTIFIER":"ztbackupbytime"' \
+    '"_SYSTEMD_USER_UNIT":"ztbackupbytime.service"'
+done
+pauses=$(pauses)
+check "there were at least four runs" within 3 "$(wc -w <<< "$pauses")" 100
+for pause in $pauses; do check "the timer waited for a minute" within 0 "$pause" 63; done
+
+# Asleep
+if [ ! "$suspend" ]; then
+  skip "suspend: not asked for (--suspend)"
+  finish
+elif ! grep -qw mem /sys/power/state; then
+  skip "suspend: this machine cannot"
+  finish
+fi
+sleeps() { cat /sys/power/suspend_stats/success; }
+slept_before=$(sleeps)
+while [ "$(date +%-S)" -ge 40 ]; do sleep 1; done
+due=$(minute_after 4) after=$(minute_after 7)
+{ entry "$due" file:///asleep; entry "$after" file:///after; } | crontab -u "$user" -
+if [ "$can_wake" ]; then
+  check "the wake event is set" wait_for 90 only_event_is_at "$due"
+else
+  wait_for 90 runs
+  rtcwake --mode no --time $((due + 75)) > /dev/null  # somebody opens the lid, too late
+fi
+wait_for 30 rests
+echo "Going to sleep at $(date +%T). A copy is due at $(date -d "@$due" +%T)."
+systemctl suspend
+has_slept() { [ "$(sleeps)" -gt "$slept_before" ]; }
+check "the machine slept and is awake again" wait_for 400 has_slept
+echo "Awake at $(date +%T)."
+if [ "$can_wake" ]; then
+  sleep_until $((due + 45))
+  check "the copy started once, in its minute" starts_once_at "$due" file:///asleep
+else
+  check "nothing woke the machine for the copy: it did not start" same "" "$(starts file:///asleep)"
+fi
+sleep_until $((after + 30))
+check "the next copy started once, in its minute" starts_once_at "$after" file:///after
+finish
