@@ -3,9 +3,10 @@ include(GNUInstallDirs)
 
 # Manual pages and the changelog are installed compressed.
 set(compressed)
-foreach(file ZTAgent.1 changelog ztbackupbytime.1)
+foreach(file ZTAgent.1 debian/changelog ztbackupbytime.1)
   set(source ${PROJECT_SOURCE_DIR}/packaging/${file})
-  set(archive ${PROJECT_BINARY_DIR}/packaging/${file}.gz)
+  cmake_path(GET file FILENAME name)
+  set(archive ${PROJECT_BINARY_DIR}/packaging/${name}.gz)
   add_custom_command(OUTPUT ${archive} DEPENDS ${source}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/packaging
     COMMAND gzip -9 --no-name --stdout ${source} > ${archive} VERBATIM)
@@ -17,7 +18,7 @@ install(TARGETS ztbackupbytime)
 install(PROGRAMS agent/ZTAgent TYPE BIN)
 install(FILES ${PROJECT_BINARY_DIR}/packaging/ZTAgent.1.gz ${PROJECT_BINARY_DIR}/packaging/ztbackupbytime.1.gz
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES README.md packaging/copyright ${PROJECT_BINARY_DIR}/packaging/changelog.gz TYPE DOC)
+install(FILES README.md packaging/debian/copyright ${PROJECT_BINARY_DIR}/packaging/changelog.gz TYPE DOC)
 install(DIRECTORY docs TYPE DOC)
 # systemd looks below lib, whatever the architecture's own folder for libraries is.
 install(FILES packaging/ztbackupbytime.service packaging/ztbackupbytime.timer DESTINATION lib/systemd/user)
@@ -30,7 +31,10 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "cron | cron-daemon, dbus-user-session, libpam-systemd, systemd")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "cron | cron-daemon, dbus-user-session, libpam-systemd, polkitd | policykit-1, systemd")
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
+  ${PROJECT_SOURCE_DIR}/packaging/debian/postinst ${PROJECT_SOURCE_DIR}/packaging/debian/postrm)
 set(CPACK_DEBIAN_PACKAGE_DESCRIPTION "\
 A timer of the user's systemd runs the tool about once a minute. It reads
 the user's crontab, starts the application's copy controller once for

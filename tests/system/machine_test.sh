@@ -1,10 +1,11 @@
 #!/bin/bash
 # machine_test.sh PACKAGE [--suspend] [--no-permission]: installs the package on this machine and lets a user made
 # for the purpose live with it for about six minutes. What this machine cannot do is skipped, with the reason. Needs
-# root. The user goes at the end, and so does the package if it was not there before.
+# root. User and package go at the end; it refuses to begin where they are there already.
 #   --suspend        suspends the machine as well: two minutes later it has to wake by itself
-#   --no-permission  keeps the right to wake the machine from the user (before systemd 254)
+#   --no-permission  keeps the right to wake the machine from the user; before systemd 254
 set -u
+unset TZ  # the user's systemd knows only the machine's zone
 cd "$(dirname "$(realpath "$0")")/../.." || exit
 
 package=$1
@@ -46,51 +47,64 @@ wait_for() {  # wait_for SECONDS COMMAND...
 
 user=ztprobe
 masked=/etc/systemd/system/user@.service.d/ztbackupbytime.conf
+has_systemd='' version=0
+if [ -d /run/systemd/system ]; then
+  has_systemd=yes
+  version=$(systemctl --version | sed -n '1s/^systemd \([0-9]*\).*/\1/p')
+fi
+
+refuse() { echo "$0: $1" >&2; exit 2; }
+! id "$user" > /dev/null 2>&1 || refuse "there is a user $user already"
+! dpkg-query -W ztbackupbytime > /dev/null 2>&1 || refuse "ztbackupbytime is installed already: remove it first"
+[ ! "$no_permission" ] || [ ! -e "$masked" ] || refuse "$masked is there already"
+[ ! "$no_permission" ] || [ "$version" -lt 254 ] || refuse "since systemd 254 users may always wake the machine"
 leave_nothing() {
-  set +e
-  if id "$user" > /dev/null 2>&1; then
+  if [ "$has_systemd" ]; then
     loginctl disable-linger "$user"
     systemctl stop "user@$(id -u "$user").service"
     pkill -KILL -u "$user"
-    crontab -r -u "$user" 2> /dev/null
-    userdel --remove "$user" 2> /dev/null
+    crontab -r -u "$user"
+    userdel --remove "$user"
   fi
   [ ! "$no_permission" ] || rm -f "$masked"
-  [ "$was_installed" ] || dpkg --purge ztbackupbytime
-} > /dev/null
+  dpkg --purge ztbackupbytime
+} > /dev/null 2>&1
+
+# The user
+trap leave_nothing EXIT
+if [ "$has_systemd" ]; then
+  echo "This is systemd $version."
+  useradd --create-home --shell /bin/bash "$user" || exit
+  uid=$(id -u "$user")
+  home=$(getent passwd "$user" | cut -d: -f6)
+  loginctl enable-linger "$user"
+  check "a user's systemd runs" wait_for 60 systemctl is-active "user@$uid.service"
+  if [ "$no_permission" ]; then mkdir -p "${masked%/*}" && ln -s /dev/null "$masked"; fi
+fi
 
 # Installing
-if id "$user" > /dev/null 2>&1; then echo "There is a user $user already." >&2; exit 1; fi
-was_installed=$(dpkg-query -W -f '${Version}' ztbackupbytime 2> /dev/null)
-trap leave_nothing EXIT
-check "the package is installed" \
-  apt-get install -qq --no-install-recommends --reinstall --allow-downgrades "$(realpath "$package")"
+check "the package is installed" apt-get install -qq --no-install-recommends "$(realpath "$package")"
+[ "$bad" = 0 ] || finish
 start_as_nobody() { setpriv --reuid=65534 --regid=65534 --clear-groups env HOME=/nonexistent timeout 20 ztbackupbytime; }
 check "the tool starts" within 0 "$(start_as_nobody > /dev/null 2>&1; echo $?)" 1
 check "the agent explains itself" grep -q '^usage: ZTAgent wake' <(ZTAgent --help)
 check "the units are sound" same "" "$({
-  XDG_RUNTIME_DIR=/run systemd-analyze verify --man=no --user ztbackupbytime.timer
+  XDG_RUNTIME_DIR=/run systemd-analyze verify --man=no --user ztbackupbytime.timer || echo ztbackupbytime
   systemd-analyze verify --man=no user@1.service
 } 2>&1 | grep ztbackupbytime)"
-if [ ! -d /run/systemd/system ]; then
+if [ ! "$has_systemd" ]; then
   skip "timer, journal, inhibitor, waking: systemd does not run this machine"
   finish
 fi
-version=$(systemctl --version | sed -n '1s/^systemd \([0-9]*\).*/\1/p')
-echo "This is systemd $version."
+drop_ins() { systemctl show --value --property DropInPaths "user@$uid.service"; }
+[ "$no_permission" ] ||
+  check "systemd has read the drop-in" grep -q user@.service.d/ztbackupbytime.conf <(drop_ins)
+systemctl restart "user@$uid.service"
 
-# The user
-if [ "$no_permission" ]; then
-  mkdir -p "${masked%/*}" && ln -s /dev/null "$masked" && systemctl daemon-reload
-fi
-check "systemd has read the new drop-in" same no "$(systemctl show --value --property NeedDaemonReload user@0.service)"
-useradd --create-home --shell /bin/bash "$user"
-uid=$(id -u "$user")
-home=$(getent passwd "$user" | cut -d: -f6)
+# Living with it
 as_user() {
   runuser -u "$user" -- env -i HOME="$home" PATH="$PATH" XDG_RUNTIME_DIR="/run/user/$uid" LC_ALL=C.UTF-8 "$@"
 }
-loginctl enable-linger "$user"
 check "the user's systemd runs" wait_for 60 as_user systemctl --user is-active default.target
 as_user mkdir -p "$home/Applications"
 cp -R demo/Zantrove.app "$home/Applications/"
@@ -184,7 +198,15 @@ sleep_until $((two + 190))
 check "both copies ended three minutes later, and no other started" same \
   "end file:///one end file:///two start file:///one start file:///two" \
   "$(sed 's/ [0-9]*$//' "$home/copies" | sort | xargs)"
-check "timers of others stand" as_user systemctl --user is-active foreign.timer ZTAgent-foreign.timer
+if [ "$can_wake" ]; then
+  wait_for 30 rests
+  as_user ZTAgent wake "$(date -d '3 seconds' '+%-m/%-d/%Y %-H:%-M:%-S')"
+  check "a wake event starts the tool" wait_for 8 runs
+  wait_for 30 rests
+  check "and gives way to tomorrow's" only_event_is_at $((tomorrow + 60))
+fi
+foreign_timers() { as_user systemctl --user is-active foreign.timer ZTAgent-foreign.timer | xargs; }
+check "timers of others stand" same "active active" "$(foreign_timers)"
 
 for message in "Looking for Zantrove!" "Power asssertion created - createdAssertion = 0" "Found 1 matching schedules." \
   "Spawning /one" "Heading out, canceling power assertion."; do
@@ -197,36 +219,45 @@ check "there were at least four runs" within 3 "$(wc -w <<< "$pauses")" 100
 for pause in $pauses; do check "the timer waited for a minute" within 0 "$pause" 63; done
 
 # Asleep
+sleeps() { cat /sys/power/suspend_stats/success; }
+slept_before=$(sleeps 2> /dev/null)
+has_slept() { [ "$(sleeps)" -gt "$slept_before" ]; }
+go_to_sleep() {
+  while [ "$(date +%-S)" -ge 40 ]; do sleep 1; done
+  due=$(minute_after 4) after=$(minute_after 7)
+  { entry "$due" file:///asleep; entry "$after" file:///after; } | crontab -u "$user" -
+  if [ "$can_wake" ]; then
+    check "the wake event is set" wait_for 90 only_event_is_at "$due"
+  else
+    wait_for 90 runs
+    echo $((due + 75)) > /sys/class/rtc/rtc0/wakealarm  # somebody opens the lid, too late
+  fi
+  wait_for 30 rests
+  echo "Going to sleep at $(date +%T). A copy is due at $(date -d "@$due" +%T)."
+  systemctl suspend
+  check "the machine slept and is awake again" wait_for 400 has_slept
+  echo "Awake at $(date +%T)."
+  if [ "$can_wake" ]; then
+    sleep_until $((due + 45))
+    check "the copy started once, in its minute" starts_once_at "$due" file:///asleep
+    check "it was the wake event that started it" within "$due" "$(starts file:///asleep)" $((due + 30))
+  else
+    check "nothing woke the machine for the copy: it did not start" same "" "$(starts file:///asleep)"
+  fi
+  sleep_until $((after + 30))
+  check "the next copy started once, in its minute" starts_once_at "$after" file:///after
+}
 if [ ! "$suspend" ]; then
   skip "suspend: not asked for (--suspend)"
-  finish
 elif ! grep -qw mem /sys/power/state; then
   skip "suspend: this machine cannot"
-  finish
-fi
-sleeps() { cat /sys/power/suspend_stats/success; }
-slept_before=$(sleeps)
-while [ "$(date +%-S)" -ge 40 ]; do sleep 1; done
-due=$(minute_after 4) after=$(minute_after 7)
-{ entry "$due" file:///asleep; entry "$after" file:///after; } | crontab -u "$user" -
-if [ "$can_wake" ]; then
-  check "the wake event is set" wait_for 90 only_event_is_at "$due"
 else
-  wait_for 90 runs
-  rtcwake --mode no --time $((due + 75)) > /dev/null  # somebody opens the lid, too late
+  go_to_sleep
 fi
+
+# Ending it
 wait_for 30 rests
-echo "Going to sleep at $(date +%T). A copy is due at $(date -d "@$due" +%T)."
-systemctl suspend
-has_slept() { [ "$(sleeps)" -gt "$slept_before" ]; }
-check "the machine slept and is awake again" wait_for 400 has_slept
-echo "Awake at $(date +%T)."
-if [ "$can_wake" ]; then
-  sleep_until $((due + 45))
-  check "the copy started once, in its minute" starts_once_at "$due" file:///asleep
-else
-  check "nothing woke the machine for the copy: it did not start" same "" "$(starts file:///asleep)"
-fi
-sleep_until $((after + 30))
-check "the next copy started once, in its minute" starts_once_at "$after" file:///after
+as_user systemctl --user --quiet disable --now ztbackupbytime.timer
+check "no wake event outlives the timer" same "" "$(events)"
+check "timers of others still stand" same "active active" "$(foreign_timers)"
 finish

@@ -25,8 +25,11 @@ void StandardErrorLog::write(std::string_view message) {
   const std::scoped_lock lock(writing_);  // a pipe takes a long line in pieces
   for (std::string_view left = line; !left.empty();) {
     const auto written = ::write(STDERR_FILENO, left.data(), left.size());
-    if (written < 0 && errno != EINTR) return;
-    if (written > 0) left.remove_prefix(static_cast<std::size_t>(written));
+    if (written > 0) {
+      left.remove_prefix(static_cast<std::size_t>(written));
+    } else if (written == 0 || errno != EINTR) {
+      return;
+    }
   }
 }
 
