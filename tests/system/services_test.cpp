@@ -121,90 +121,75 @@ TEST_F(Services, LogindHoldsTheLockUntilItIsReleased) {
 
 TEST_F(Services, AgentArmsTimersOfTheUser) {
   // Each records how it was called, and does what the file of its name in the home folder says.
-  for (const auto* program : {"systemd-run", "systemctl", "logger"}) {
-    fs::create_directory(home / "bin");
-    std::ofstream(home / "bin" / program) << "#!/bin/bash\n"
-                                             "{ echo \"${0##*/} $*\"; [ $1 != --journald ] || cat; } >> ~/calls\n"
-                                             "! [ -e ~/${0##*/} ] || . ~/${0##*/}\n";
-    bash("chmod +x ~/bin/*");
-  }
-  const auto armed = [](const std::string& unit, const std::string& instant) {
-    return "systemd-run --user --quiet --collect --unit=" + unit +
+  bash(R"(mkdir ~/bin; cat > ~/bin/systemctl <<'TEXT'; chmod +x ~/bin/*
+#!/bin/bash
+{ echo "${0##*/} $*"; [ $1 != --journald ] || cat; } >> ~/calls
+! [ -e ~/${0##*/} ] || . ~/${0##*/}
+TEXT
+cp ~/bin/systemctl ~/bin/systemd-run; cp ~/bin/systemctl ~/bin/logger)");
+  const std::string unit = "ZTAgent-2097-03-05-07-03-00";
+  const auto armed = [&](const std::string& instant, const std::string& name) {
+    return "systemd-run --user --quiet --collect --unit=" + name +
            " --description=Wake for a scheduled copy --on-calendar=@" + instant +
            " --timer-property=WakeSystem=yes --timer-property=AccuracySec=1us"
            " --timer-property=CollectMode=inactive-or-failed --timer-property=PartOf=ztbackupbytime.timer"
            " --service-type=oneshot systemctl --user --no-block start ztbackupbytime.service";
   };
-  const auto reported = [](const std::string& message, Texts calls = {}) {
-    calls.insert(calls.end(),
-                 {"logger --journald", "MESSAGE=" + message, "PRIORITY=3", "SUBSYSTEM=com.velmorra.Zantrove.Helpers",
-                  "CATEGORY=ZTAgent", "SYSLOG_IDENTIFIER=ZTAgent", "USER_UNIT=ztbackupbytime.service"});
-    return calls;
+  const auto failed = [](const std::string& message, const Texts& calls = {}) {
+    Texts all = {"ZTAgent: " + message, "1"};
+    all.insert(all.end(), calls.begin(), calls.end());
+    all.insert(all.end(),
+               {"logger --journald", "MESSAGE=" + message, "PRIORITY=3", "SUBSYSTEM=com.velmorra.Zantrove.Helpers",
+                "CATEGORY=ZTAgent", "SYSLOG_IDENTIFIER=ZTAgent", "USER_UNIT=ztbackupbytime.service"});
+    return all;
   };
-  const std::string unit = "ZTAgent-2097-03-05-07-03-00";
-  const auto arming = armed(unit, "4013305380");
-  const std::string clear = " " + unit + ".timer " + unit + ".service";
+  const auto arm = armed("4013305380", unit);
+  const auto stop = "systemctl --user stop " + unit + ".timer";
+  const auto stopBoth = stop + " " + unit + ".service";
+  const auto reset = "systemctl --user reset-failed " + unit + ".timer " + unit + ".service";
+  const std::string list = "systemctl --user list-units --plain --no-legend --full --state=waiting ZTAgent-*.timer";
+  const std::string wake = "wake '3/5/2097 7:3:00'";
+  const std::string cancel = "cancel '03/05/2097 07:03:00'";
+  const std::string summerTime = "TZ=CET-1CEST,M3.5.0,M10.5.0/3";
+  const std::string none = "no wake event at 2097-03-05 07:03:00";
   struct Row {
     const char* reason;
     std::string before, arguments;
-    Texts printed, calls;
+    Texts outcome;  // what it printed, its exit status, the calls
   };
   const std::vector<Row> rows = {
-      {"as the tool writes it", "", "wake '3/5/2097 7:3:00'", {"0"}, {arming}},
-      {"local time", "export TZ=Asia/Kathmandu;", "wake '3/5/2097 7:3:00'", {"0"}, {armed(unit, "4013284680")}},
-      {"an offset with seconds", "export TZ=TST+3:8:9;", "wake '3/5/2097 7:3:00'", {"0"}, {armed(unit, "4013316669")}},
+      {"as the tool writes it", "", wake, {"0", arm}},
+      {"local time", "TZ=Asia/Kathmandu", wake, {"0", armed("4013284680", unit)}},
+      {"an offset with seconds", "TZ=TST+3:8:9", wake, {"0", armed("4013316669", unit)}},
       {"repeated: the first one",
-       "export TZ=CET-1CEST,M3.5.0,M10.5.0/3;",
+       summerTime,
        "wake '10/27/2097 2:30:0'",
-       {"0"},
-       {armed("ZTAgent-2097-10-27-02-30-00", "4033672200")}},
-      {"skipped",
-       "export TZ=CET-1CEST,M3.5.0,M10.5.0/3;",
-       "wake '3/31/2097 2:30:0'",
-       {"ZTAgent: no wake event at 2097-03-31 02:30:00: the clocks skip that time.", "1"},
-       reported("no wake event at 2097-03-31 02:30:00: the clocks skip that time.")},
-      {"passed",
-       "",
-       "wake '3/5/2026 7:3:00'",
-       {"ZTAgent: no wake event at 2026-03-05 07:03:00: that time has passed.", "1"},
-       reported("no wake event at 2026-03-05 07:03:00: that time has passed.")},
-      {"no time",
-       "",
-       "wake $'2/30/2097\n7:3:00'",
-       {"ZTAgent: '2/30/2097 7:3:00' is no date and time such as 3/5/2027 7:3:00.", "1"},
-       reported("'2/30/2097 7:3:00' is no date and time such as 3/5/2027 7:3:00.")},
+       {"0", armed("4033672200", "ZTAgent-2097-10-27-02-30-00")}},
+      {"skipped", summerTime, "wake '3/31/2097 2:30:0'",
+       failed("no wake event at 2097-03-31 02:30:00: the clocks skip that time.")},
+      {"passed", "", "wake 3/5/2026\\ 7:3:00", failed("no wake event at 2026-03-05 07:03:00: that time has passed.")},
+      {"no time", "", "wake $'2/30/2097\\n7:3:00'",
+       failed("'2/30/2097 7:3:00' is no date and time such as 3/5/2027 7:3:00.")},
       {"something is left of that name",
-       "echo '[ -e ~/again ] || { touch ~/again; exit 1; }' > ~/systemd-run;",
-       "wake '3/5/2097 7:3:00'",
-       {"0"},
-       {arming, "systemctl --user stop" + clear, "systemctl --user reset-failed" + clear, arming}},
-      {"as it is listed", "", "cancel '03/05/2097 07:03:00'", {"0"}, {"systemctl --user stop " + unit + ".timer"}},
-      {"cannot be armed",
-       "echo 'echo No bus.; exit 1' > ~/systemd-run;",
-       "wake '3/5/2097 7:3:00' 2> /dev/null",
-       {"1"},
-       reported("no wake event at 2097-03-05 07:03:00: systemd could not arm the timer. No bus.",
-                {arming, "systemctl --user stop" + clear, "systemctl --user reset-failed" + clear, arming})},
-      {"nothing to cancel",
-       "echo 'echo Not loaded.; exit 5' > ~/systemctl;",
-       "cancel '03/05/2097 07:03:00' 2> /dev/null",
-       {"1"},
-       reported("no wake event at 2097-03-05 07:03:00 is cancelled. Not loaded.",
-                {"systemctl --user stop " + unit + ".timer"})},
+       "echo '[ -e ~/again ] || { touch ~/again; exit 1; }' > ~/systemd-run",
+       wake,
+       {"0", arm, stopBoth, reset, arm}},
+      {"cannot be armed", "echo 'echo No bus.; exit 1' > ~/systemd-run", wake,
+       failed(none + ": systemd could not arm the timer. No bus.", {arm, stopBoth, reset, arm})},
+      {"as it is listed", "", cancel, {"0", stop}},
+      {"nothing to cancel", "echo 'echo Not loaded.; exit 5' > ~/systemctl", cancel,
+       failed(none + " is cancelled. Not loaded.", {stop})},
       {"timers of others are not listed",
-       "echo 'echo ZTAgent-2027-03-05-07-03-00.timer loaded active; echo ZTAgent-x.timer loaded;"
-       " echo ZTAgent-2028-12-31-23-59-59.timer loaded' > ~/systemctl;",
+       "echo 'echo ZTAgent-2027-03-05-07-03-00.timer loaded; echo ZTAgent-x.timer loaded;"
+       " echo ZTAgent-2028-12-31-23-59-59.timer loaded' > ~/systemctl",
        "sched",
-       {"[0] wake at 03/05/2027 07:03:00 by 'ZTAgent'", "[1] wake at 12/31/2028 23:59:59 by 'ZTAgent'", "0"},
-       {"systemctl --user list-units --plain --no-legend --full --state=waiting ZTAgent-*.timer"}},
-      {"usage", "", "wake 2> /dev/null", {"2"}, {}},
+       {"[0] wake at 03/05/2027 07:03:00 by 'ZTAgent'", "[1] wake at 12/31/2028 23:59:59 by 'ZTAgent'", "0", list}},
+      {"usage", "", "wake 2> /dev/null", {"2"}},
   };
   for (const auto& row : rows) {
-    bash("rm -f ~/calls ~/systemctl ~/systemd-run");
-    const auto printed =
-        bash("export TZ=UTC; " + row.before + " PATH=~/bin:$PATH " AGENT " " + row.arguments + "; echo $?");
-    EXPECT_EQ(printed, row.printed) << row.reason;
-    EXPECT_EQ(bash("cat ~/calls 2> /dev/null"), row.calls) << row.reason;
+    const auto outcome = bash("rm -f ~/calls ~/systemctl ~/systemd-run; export TZ=UTC; " + row.before +
+                              "\nPATH=~/bin:$PATH " AGENT " " + row.arguments + "; echo $?; cat ~/calls 2> /dev/null");
+    EXPECT_EQ(outcome, row.outcome) << row.reason;
   }
 }
 
