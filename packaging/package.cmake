@@ -1,24 +1,24 @@
 # What is installed where, and the Debian package made of it.
 include(GNUInstallDirs)
 
-# Manual pages and the changelog are installed compressed.
-set(compressed)
-foreach(file ZTAgent.1 debian/changelog ztbackupbytime.1)
-  set(source ${PROJECT_SOURCE_DIR}/packaging/${file})
-  cmake_path(GET file FILENAME name)
-  set(archive ${PROJECT_BINARY_DIR}/packaging/${name}.gz)
-  add_custom_command(OUTPUT ${archive} DEPENDS ${source}
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/packaging
-    COMMAND gzip -9 --no-name --stdout ${source} > ${archive} VERBATIM)
-  list(APPEND compressed ${archive})
-endforeach()
-add_custom_target(compressed_documents ALL DEPENDS ${compressed})
+# Installs files compressed, as the manual pages and the changelog are.
+function(install_compressed destination)
+  foreach(source ${ARGN})
+    cmake_path(GET source FILENAME name)
+    set(archive ${PROJECT_BINARY_DIR}/packaging/${name}.gz)
+    add_custom_command(OUTPUT ${archive} DEPENDS ${source}
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/packaging
+      COMMAND gzip -9 --no-name --stdout ${PROJECT_SOURCE_DIR}/${source} > ${archive} VERBATIM)
+    add_custom_target(compress-${name} ALL DEPENDS ${archive})
+    install(FILES ${archive} DESTINATION ${destination})
+  endforeach()
+endfunction()
 
 install(TARGETS ztbackupbytime)
 install(PROGRAMS agent/ZTAgent TYPE BIN)
-install(FILES ${PROJECT_BINARY_DIR}/packaging/ZTAgent.1.gz ${PROJECT_BINARY_DIR}/packaging/ztbackupbytime.1.gz
-  DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-install(FILES README.md packaging/debian/copyright ${PROJECT_BINARY_DIR}/packaging/changelog.gz TYPE DOC)
+install_compressed(${CMAKE_INSTALL_MANDIR}/man1 packaging/ZTAgent.1 packaging/ztbackupbytime.1)
+install_compressed(${CMAKE_INSTALL_DOCDIR} packaging/debian/changelog)
+install(FILES README.md packaging/debian/copyright TYPE DOC)
 install(DIRECTORY docs TYPE DOC)
 # systemd looks below lib, whatever the architecture's own folder for libraries is.
 install(FILES packaging/ztbackupbytime.service packaging/ztbackupbytime.timer DESTINATION lib/systemd/user)

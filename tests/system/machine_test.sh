@@ -1,6 +1,6 @@
 #!/bin/bash
 # machine_test.sh PACKAGE [--suspend] [--no-permission]: installs the package on this machine and lets a user made
-# for the purpose live with it for about six minutes. What this machine cannot do is skipped, with the reason. Needs
+# for the purpose live with it for about seven minutes. What this machine cannot do is skipped, with the reason. Needs
 # root. User and package go at the end; it refuses to begin where they are there already.
 #   --suspend        suspends the machine as well: two minutes later it has to wake by itself
 #   --no-permission  keeps the right to wake the machine from the user; before systemd 254
@@ -66,7 +66,7 @@ leave_nothing() {
     crontab -r -u "$user"
     userdel --remove "$user"
   fi
-  [ ! "$no_permission" ] || rm -f "$masked"
+  [ ! "$no_permission" ] || { rm -f "$masked"; rmdir "${masked%/*}"; }
   dpkg --purge ztbackupbytime
 } > /dev/null 2>&1
 
@@ -199,24 +199,20 @@ check "both copies ended three minutes later, and no other started" same \
   "end file:///one end file:///two start file:///one start file:///two" \
   "$(sed 's/ [0-9]*$//' "$home/copies" | sort | xargs)"
 if [ "$can_wake" ]; then
-  wait_for 30 rests
+  wait_for 90 runs; wait_for 30 rests  # the periodic timer is a minute away now
   as_user ZTAgent wake "$(date -d '3 seconds' '+%-m/%-d/%Y %-H:%-M:%-S')"
   check "a wake event starts the tool" wait_for 8 runs
   wait_for 30 rests
   check "and gives way to tomorrow's" only_event_is_at $((tomorrow + 60))
 fi
-foreign_timers() { as_user systemctl --user is-active foreign.timer ZTAgent-foreign.timer | xargs; }
-check "timers of others stand" same "active active" "$(foreign_timers)"
 
-for message in "Looking for Zantrove!" "Power asssertion created - createdAssertion = 0" "Found 1 matching schedules." \
-  "Spawning /one" "Heading out, canceling power assertion."; do
+for message in "Found 1 matching schedules." "Power asssertion created - createdAssertion = 0"; do
   check "the journal has \"$message\"" entry_has "\"MESSAGE\":\"$message\"" '"PRIORITY":"6"' \
     '"SUBSYSTEM":"com.velmorra.Zantrove.Helpers"' '"CATEGORY":"ztbackupbytime"' '"SYSLOG_IDENTIFIER":"ztbackupbytime"' \
     '"_SYSTEMD_USER_UNIT":"ztbackupbytime.service"'
 done
-pauses=$(pauses)
-check "there were at least four runs" within 3 "$(wc -w <<< "$pauses")" 100
-for pause in $pauses; do check "the timer waited for a minute" within 0 "$pause" 63; done
+check "there were at least three pauses between runs" within 3 "$(pauses | wc -l)" 20
+check "the longest was a minute" within 58 "$(pauses | sort -n | tail -n 1)" 63
 
 # Asleep
 sleeps() { cat /sys/power/suspend_stats/success; }
@@ -256,8 +252,15 @@ else
 fi
 
 # Ending it
-wait_for 30 rests
+foreign_timers() { as_user systemctl --user is-active foreign.timer ZTAgent-foreign.timer | xargs; }
+as_user systemctl --user --no-block start ztbackupbytime.service
+wait_for 5 runs && sleep 2
 as_user systemctl --user --quiet disable --now ztbackupbytime.timer
-check "no wake event outlives the timer" same "" "$(events)"
-check "timers of others still stand" same "active active" "$(foreign_timers)"
+check "stopping the timer cancels the wake event" same "" "$(events)"
+check "timers of others stand" same "active active" "$(foreign_timers)"
+wait_for 30 rests
+if [ "$can_wake" ]; then
+  as_user ZTAgent wake "$(date -d '3 seconds' '+%-m/%-d/%Y %-H:%-M:%-S')"
+  check "without the timer a wake event starts nothing" same "" "$(wait_for 8 runs && echo started)"
+fi
 finish

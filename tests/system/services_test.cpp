@@ -133,7 +133,8 @@ cp ~/bin/systemctl ~/bin/systemd-run; cp ~/bin/systemctl ~/bin/logger)");
            " --description=Wake for a scheduled copy --on-calendar=@" + instant +
            " --timer-property=WakeSystem=yes --timer-property=AccuracySec=1us"
            " --timer-property=CollectMode=inactive-or-failed --timer-property=PartOf=ztbackupbytime.timer"
-           " --service-type=oneshot systemctl --user --no-block start ztbackupbytime.service";
+           " --property=Requisite=ztbackupbytime.timer --service-type=oneshot systemctl --user --no-block start "
+           "ztbackupbytime.service";
   };
   const auto failed = [](const std::string& message, const Texts& calls = {}) {
     Texts all = {"ZTAgent: " + message, "1"};
@@ -167,7 +168,7 @@ cp ~/bin/systemctl ~/bin/systemd-run; cp ~/bin/systemctl ~/bin/logger)");
        {"0", armed("4033672200", "ZTAgent-2097-10-27-02-30-00")}},
       {"skipped", summerTime, "wake '3/31/2097 2:30:0'",
        failed("no wake event at 2097-03-31 02:30:00: the clocks skip that time.")},
-      {"passed", "", "wake 3/5/2026\\ 7:3:00", failed("no wake event at 2026-03-05 07:03:00: that time has passed.")},
+      {"passed", "", "wake 3/5/1997\\ 7:3:00", failed("no wake event at 1997-03-05 07:03:00: that time has passed.")},
       {"no time", "", "wake $'2/30/2097\\n7:3:00'",
        failed("'2/30/2097 7:3:00' is no date and time such as 3/5/2027 7:3:00.")},
       {"something is left of that name",

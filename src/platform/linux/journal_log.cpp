@@ -1,6 +1,6 @@
 #include "platform/linux/journal_log.h"
 
-// Where in the source an entry was written is nothing that a reader of the journal asks for.
+// Readers of the journal have no use for the place in the source.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <errno.h>
 #include <sys/socket.h>
