@@ -106,6 +106,15 @@ as_user() {
   runuser -u "$user" -- env -i HOME="$home" PATH="$PATH" XDG_RUNTIME_DIR="/run/user/$uid" LC_ALL=C.UTF-8 "$@"
 }
 check "the user's systemd runs" wait_for 60 as_user systemctl --user is-active default.target
+entries() { as_user journalctl --user --unit ztbackupbytime --no-pager --output "$@"; }
+entry_has() {  # entry_has TEXT...: an entry of the journal has all of them in its JSON form
+  local found text
+  found=$(entries json)
+  for text; do found=$(grep -F -- "$text" <<< "$found") || { echo "no $text"; return 1; }; done
+}
+as_user systemctl --user start ztbackupbytime.service 2> /dev/null
+check "without an application the journal says so" wait_for 5 \
+  entry_has "\"MESSAGE\":\"Couldn't find Zantrove! application\"" '"PRIORITY":"3"'
 as_user mkdir -p "$home/Applications"
 cp -R demo/Zantrove.app "$home/Applications/"
 contents=$home/Applications/Zantrove.app/Contents
@@ -129,12 +138,6 @@ starts_once_at() {  # starts_once_at INSTANT WORD
   same 1 "$(starts "$2" | wc -l)" && within "$1" "$(starts "$2")" $(($1 + 59))
 }
 controllers() { pgrep -u "$user" -fc "^/bin/bash $contents/Helpers/"; }
-entries() { as_user journalctl --user --unit ztbackupbytime --no-pager --output "$@"; }
-entry_has() {  # entry_has TEXT...: an entry of the journal has all of them in its JSON form
-  local found text
-  found=$(entries json)
-  for text; do found=$(grep -F -- "$text" <<< "$found") || { echo "no $text"; return 1; }; done
-}
 state() { as_user systemctl --user show --value --property ActiveState ztbackupbytime.service; }
 runs() { [ "$(state)" = activating ]; }
 rests() { [ "$(state)" = inactive ]; }

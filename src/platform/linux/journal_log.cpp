@@ -7,10 +7,11 @@
 #include <sys/un.h>
 #include <syslog.h>
 #include <systemd/sd-journal.h>
+#include <systemd/sd-login.h>
 #include <unistd.h>
 
-#include <array>
-#include <string>
+#include <cstdlib>
+#include <vector>
 
 #include "platform/file_handle.h"
 
@@ -35,6 +36,13 @@ int priority(LogLevel level) {
 
 }  // namespace
 
+JournalLog::JournalLog() {
+  char* unit = nullptr;
+  if (::sd_pid_get_user_unit(0, &unit) < 0) return;
+  unit_ = unit;
+  std::free(unit);
+}
+
 bool JournalLog::answers() {
   const FileHandle socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   const sockaddr_un journal = {.sun_family = AF_UNIX, .sun_path = "/run/systemd/journal/socket"};
@@ -43,15 +51,16 @@ bool JournalLog::answers() {
 
 void JournalLog::write(LogLevel level, std::string_view subsystem, std::string_view category,
                        std::string_view message) {
-  std::array fields = {
+  std::vector<std::string> fields = {
       std::string("MESSAGE=").append(message),
       "PRIORITY=" + std::to_string(priority(level)),
       std::string("SUBSYSTEM=").append(subsystem),
       std::string("CATEGORY=").append(category),
       std::string("SYSLOG_IDENTIFIER=") + program_invocation_short_name,
   };
-  std::array<iovec, fields.size()> parts;
-  for (std::size_t i = 0; i < fields.size(); ++i) parts[i] = {fields[i].data(), fields[i].size()};
+  if (!unit_.empty()) fields.push_back("USER_UNIT=" + unit_);
+  std::vector<iovec> parts;
+  for (auto& field : fields) parts.push_back({field.data(), field.size()});
   ::sd_journal_sendv(parts.data(), static_cast<int>(parts.size()));
 }
 
