@@ -10,6 +10,7 @@
 #include <systemd/sd-login.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <vector>
 
@@ -59,8 +60,8 @@ void JournalLog::write(LogLevel level, std::string_view subsystem, std::string_v
       std::string("SYSLOG_IDENTIFIER=") + program_invocation_short_name,
   };
   if (!unit_.empty()) fields.push_back("USER_UNIT=" + unit_);
-  std::vector<iovec> parts;
-  for (auto& field : fields) parts.push_back({field.data(), field.size()});
+  std::vector<iovec> parts(fields.size());
+  std::ranges::transform(fields, parts.begin(), [](auto& field) { return iovec{field.data(), field.size()}; });
   ::sd_journal_sendv(parts.data(), static_cast<int>(parts.size()));
 }
 
