@@ -162,7 +162,7 @@ cp ~/bin/systemctl ~/bin/systemd-run; cp ~/bin/systemctl ~/bin/logger)");
   const std::vector<Row> rows = {
       {"as the tool writes it", "", wake, {"0", arm}},
       {"local time", "TZ=Asia/Kathmandu", wake, {"0", armed("4013284680", unit)}},
-      {"an offset with seconds", "TZ=TST+3:8:9", wake, {"0", armed("4013316669", unit)}},
+      {"an offset with seconds", "TZ=TST+9:8:9", wake, {"0", armed("4013338269", unit)}},
       {"repeated: the first one",
        summerTime,
        "wake '10/27/2097 2:30:0'",
