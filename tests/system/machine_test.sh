@@ -146,7 +146,7 @@ has_inhibitor() {
     grep -q "^ztbackupbytime Prompt Wake *$uid *$user .* idle  *Zantrove! time-based scheduled copy check. *block"
 }
 inhibitor_appears() { wait_for 5 has_inhibitor || { entries cat | grep createdAssertion; return 1; }; }
-events() { as_user ZTAgent sched; }
+events() { as_user ZTAgent sched 2>&1; }
 only_event_is_at() {
   local line
   line="[0] wake at $(date -d "@$1" '+%m/%d/%Y %T') by 'ZTAgent'"
@@ -262,10 +262,10 @@ foreign_timers() { as_user systemctl --user is-active foreign.timer ZTAgent-fore
 as_user systemctl --user --no-block start ztbackupbytime.service
 wait_for 5 runs && sleep 2
 as_user systemctl --user --quiet disable --now ztbackupbytime.timer
-check "stopping the timer cancels the wake event" same "" "$(events)"
 check "timers of others stand" same "active active" "$(foreign_timers)"
-wait_for 30 rests
 if [ "$can_wake" ]; then
+  check "stopping the timer cancels the wake event" same "" "$(events)"
+  wait_for 30 rests
   as_user ZTAgent wake "$(date -d '3 seconds' '+%-m/%-d/%Y %-H:%-M:%-S')"
   check "without the timer a wake event starts nothing" same "" "$(wait_for 8 runs && echo started)"
 fi
