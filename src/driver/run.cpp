@@ -35,8 +35,8 @@ class MainLoop {
         controller_(application.controller),
         wakeScheduling_(services.wakeEvents, services.fileManager, application.agent, log) {}
 
-  /// Serves the current minute. Then it sleeps into the next one, for which another pass is to be made
-  /// (true), or sets the wake event (false).
+  /// Serves the current minute. Then it sleeps into the next one, for which another pass is to be made (true), or
+  /// sets the wake event and waits out the throttle interval. Gives whether another pass is to be made.
   bool pass() {
     services_.calendar.update();
     const Instant now = services_.clock.now();
@@ -71,7 +71,9 @@ class MainLoop {
               " for launchd ThrottleInterval.");
     wakeScheduling_.set(*first, services_.calendar);
     services_.clock.sleep(throttleInterval);
-    return false;
+    // A machine that was put to sleep meanwhile is woken by that event, which starts no second run beside this one. The
+    // clock may ring a second early.
+    return services_.clock.now() + 1s >= *first;
   }
 
   /// Sleeps until one second past the minute of `served`, or not at all where the work has taken that

@@ -106,6 +106,30 @@ TEST_F(Run, ServesEachMinuteOnce) {
   }
 }
 
+TEST_F(Run, LooksAgainWhereItsWakeEventCameWhileItWaited) {
+  struct Row {
+    const char* reason;
+    const char* waitEnds;
+    std::vector<std::int64_t> sleeps;
+    std::size_t copies;
+  };
+  const std::vector<Row> rows = {
+      {"woken by it", "2027-03-10 00:05:03 +0100", {10, 10}, 1},
+      {"a second early", "2027-03-10 00:04:59 +0100", {10, 2, 10}, 1},
+      {"by somebody, before", "2027-03-10 00:04:58 +0100", {10}, 0},
+      {"too late for that copy", "2027-03-10 00:06:00 +0100", {10, 10}, 0},
+  };
+  commands.crontab = {tomorrow};
+  for (const auto& row : rows) {
+    clock = FakeClock(at("2027-03-09 12:34:20 +0100"));
+    clock.changeInFirstSleep = at(row.waitEnds) - clock.time - 10s;
+    commands.launched.clear();
+    EXPECT_EQ(run(), 0) << row.reason;
+    EXPECT_EQ(clock.sleeps, row.sleeps) << row.reason;
+    EXPECT_EQ(commands.launched.size(), row.copies) << row.reason;
+  }
+}
+
 TEST_F(Run, EndsWithoutAWakeWhereNothingCanFire) {
   const Texts neverFiring{"75\t12\t*\t*\t*\tZTUtil a", "34\t12\t*\t*\t7\tZTUtil b", "34\t12\t15\t*\t*\tZTUtil c"};
   for (const auto& crontab : {std::optional<Texts>{}, {Texts{}}, {neverFiring}}) {
