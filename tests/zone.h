@@ -3,12 +3,21 @@
 #include <stdlib.h>
 #include <time.h>
 
+#include <array>
 #include <stdexcept>
 #include <string>
 
 #include "platform/linux/system_calendar.h"
 
 namespace zt {
+
+/// Zones in which there is something to get wrong: changes of half an hour and at midnight, reversed and cancelled
+/// ones, offsets that hold for a day, and rules that are no file.
+inline constexpr std::array zoneNames = {
+    "America/New_York", "America/Santiago",           "America/Mexico_City", "Europe/Dublin",
+    "Europe/Berlin",    "Africa/Casablanca",          "Africa/Cairo",        "Asia/Gaza",
+    "Asia/Kolkata",     "Australia/Lord_Howe",        "Antarctica/Troll",    "Pacific/Auckland",
+    "Pacific/Apia",     "CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT,0/0,J365/25", "AAA0BBB,J100/0,J101/0"};
 
 /// The machine's calendar in a time zone: a value of TZ, or null for none.
 struct Zone {

@@ -1,0 +1,144 @@
+#include "crontab.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <array>
+
+namespace zt::simulation {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct Field {
+  const char* text;
+  unsigned days;  ///< that it accepts
+};
+
+constexpr unsigned all = 0x7F;
+constexpr std::array<Field, 10> weekdayFields{{{"*", all},
+                                               {"*", all},
+                                               {"*", all},
+                                               {"0", 1},
+                                               {"1", 2},
+                                               {"6", 0x40},
+                                               {"1,3,5", 0x2A},
+                                               {"1-5", 0x22},  // has the digits of Monday and Friday
+                                               {"0,6", 0x41},
+                                               {"*/2", 4}}};
+constexpr std::array<Field, 9> ordinalFields{{{"*", all},
+                                              {"*", all},
+                                              {"*", all},
+                                              {"*", all},
+                                              {"1-7", 1},
+                                              {"8-14", 2},
+                                              {"15-21", 4},
+                                              {"22-31", 0x18},
+                                              {"1-7,15-21", 5}}};
+
+constexpr std::array brokenMinutes = {"*", "0,30", "*/5", "75", "60", "-1", "", " 5", "#0", "0x5"};
+constexpr std::array brokenHours = {"*", "24", "-1", "9-17", "", "99999999999999999999"};
+constexpr std::array brokenWeekdays = {"7", "8", "", "Mon", "* "};
+constexpr std::array brokenOrdinals = {"15", "22-28", "", "1", "** "};
+
+tm localFields(Minute minute) {
+  const time_t time = std::chrono::sys_seconds{minute}.time_since_epoch().count();
+  tm fields{};
+  ::localtime_r(&time, &fields);
+  return fields;
+}
+
+/// A number as the application may write it.
+std::string number(Random& random, int value) {
+  const std::string digits = std::to_string(value);
+  const auto form = random.below(12);
+  return std::string(form == 0 ? "+" : form == 1 ? "00" : "").append(digits);
+}
+
+template <typename Schedule>
+bool fires(const Schedule& schedule, const tm& local) {
+  return schedule.minute == local.tm_min && schedule.hour == local.tm_hour &&
+         (schedule.weekdays >> local.tm_wday & 1U) != 0 && (schedule.ordinals >> ((local.tm_mday - 1) / 7) & 1U) != 0;
+}
+
+}  // namespace
+
+void Crontab::drawLine(Random& random, int minute, int hour) {
+  const auto& weekday = random.pick(weekdayFields);
+  const auto& ordinal = random.pick(ordinalFields);
+  const std::string name = std::to_string(text_.size());
+  std::array<std::string, 6> fields = {number(random, minute),
+                                       number(random, hour),
+                                       ordinal.text,
+                                       random.oneIn(2) ? "*" : "2",  // nobody looks at the month
+                                       weekday.text,
+                                       "'/Z.app/ZTUtil' start file:///Copies/no\\%20" + name};
+  Schedule schedule{minute, hour, weekday.days, ordinal.days, "file:///Copies/no%20" + name};
+  bool isSchedule = true;
+  char separator = '\t';
+  if (random.oneIn(5)) {
+    const auto kind = random.below(9);
+    isSchedule = kind > 6;
+    if (kind == 0) fields[0] = random.pick(brokenMinutes);
+    if (kind == 1) fields[1] = random.pick(brokenHours);
+    if (kind == 2) fields[2] = random.pick(brokenOrdinals);
+    if (kind == 3) fields[4] = random.pick(brokenWeekdays);
+    if (kind == 4) separator = ' ';
+    if (kind == 5) fields[5] += "\tmore";
+    if (kind == 6) fields[5] = "ztutil file:///Copies/other";
+    // These two fire like others, and the machine is woken for them: only then it shows that there is nothing to start.
+    if (kind == 7) fields[5] = "ZTUtil start ";
+    if (kind == 8) fields[5] = "ZTUtil file:///Copies[";
+    schedule.url.clear();
+  }
+  std::string line = fields[0];
+  for (std::size_t field = 1; field < fields.size(); ++field) line.append(1, separator).append(fields[field]);
+  text_.push_back(line);
+  if (isSchedule) schedules_.push_back(schedule);
+}
+
+Crontab Crontab::draw(Random& random) {
+  Crontab crontab;
+  crontab.text_ = {"# m h dom mon dow command", "MAILTO=\"\"",
+                   "17 *\t* * *\tcd / && run-parts --report /etc/cron.hourly"};
+  const auto anyMinute = [&] { return static_cast<int>(random.below(60)); };
+  if (random.oneIn(10)) {
+    for (int hour = 0; hour < 24; ++hour) crontab.drawLine(random, anyMinute(), hour);
+    return crontab;
+  }
+  // Many are close together, and in the hours in which clocks change.
+  int time = 0;
+  for (auto left = random.below(16); left > 0; --left) {
+    if (random.oneIn(2)) {
+      time = static_cast<int>(random.oneIn(3) ? random.below(4 * 60) : random.below(24 * 60));
+    } else {
+      time = static_cast<int>((time + random.below(4)) % (24 * 60));
+    }
+    crontab.drawLine(random, time % 60, time / 60);
+  }
+  return crontab;
+}
+
+std::vector<std::string> Crontab::dueAt(Minute minute) const {
+  const tm local = localFields(minute);
+  std::vector<std::string> urls;
+  for (const auto& schedule : schedules_) {
+    if (fires(schedule, local) && !schedule.url.empty()) urls.push_back(schedule.url);
+  }
+  return urls;
+}
+
+std::optional<Minute> Crontab::next(Minute from) const {
+  if (schedules_.empty()) return std::nullopt;
+  if (from < scannedFrom_ || from > found_) {
+    const auto isDue = [this](Minute minute) {
+      const tm local = localFields(minute);
+      return std::ranges::any_of(schedules_, [&](const auto& schedule) { return fires(schedule, local); });
+    };
+    scannedFrom_ = from;
+    for (found_ = from; !isDue(found_);) found_ += 1min;
+  }
+  return found_;
+}
+
+}  // namespace zt::simulation

@@ -1,0 +1,159 @@
+#include "judge.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <cstdio>
+
+namespace zt::simulation {
+
+using namespace std::chrono_literals;
+using std::chrono::seconds;
+
+std::string localTime(Moment moment, const char* format) {
+  const time_t time = std::chrono::floor<seconds>(moment).time_since_epoch().count();
+  tm local{};
+  ::localtime_r(&time, &local);
+  std::array<char, 64> result{};
+  ::strftime(result.data(), result.size(), format, &local);
+  return result.data();
+}
+
+namespace {
+
+std::string text(Moment moment) {
+  return localTime(moment, "%F %T %z");
+}
+
+}  // namespace
+
+void Judge::note(Moment now, std::string_view what) {
+  auto& [moment, note] = history_.at(notes_++ % history_.size());
+  moment = now;
+  note = what;
+}
+
+void Judge::otherViolation(const std::string& what) {
+  ++figures_.other;
+  tell(what);
+}
+
+void Judge::tell(const std::string& violation) {
+  if (!report_.empty()) return;
+  report_ = violation + "\nThe machine's last minutes:\n";
+  for (std::size_t i = notes_ < history_.size() ? 0 : notes_ - history_.size(); i < notes_; ++i) {
+    const auto& [moment, note] = history_.at(i % history_.size());
+    report_.append("  ").append(text(moment)).append("  ").append(note).append("\n");
+  }
+}
+
+void Judge::runBegins() {
+  ++figures_.runs;
+  running_ = true;
+  provided_.reset();
+}
+
+void Judge::passBegins(Moment now, std::shared_ptr<const Crontab> crontab) {
+  endPass();
+  pass_ = Pass{std::chrono::floor<std::chrono::minutes>(now), std::move(crontab), {}};
+}
+
+void Judge::sleepAnnounced(seconds duration) {
+  if (announced_) otherViolation("a sleep was announced and did not come");
+  announced_ = duration;
+}
+
+void Judge::toolSleeps(seconds duration) {
+  if (announced_ != duration) otherViolation("the tool sleeps " + std::to_string(duration.count()) + " s unannounced");
+  announced_.reset();
+  if (pass_) pass_->slept = true;
+}
+
+void Judge::copyStarted(Moment now, const std::string& url) {
+  if (!pass_ || pass_->slept) {
+    ++figures_.early;
+    tell(url + " was started outside of a look at the crontab");
+    return;
+  }
+  pass_->started.push_back(url);
+  // Only programs take time within a pass, or the machine's own sleep. A copy that is late by them is not lost.
+  if (now >= pass_->minute + 1min) ++figures_.late;
+}
+
+void Judge::endPass() {
+  if (!pass_) return;
+  const auto due = pass_->crontab->dueAt(pass_->minute);
+  const bool again = pass_->minute == lastMinute_;
+  if (!again) figures_.due += std::ssize(due);
+  if (again && !due.empty()) {
+    figures_.doubled += std::ssize(pass_->started);
+    tell("what is due at " + text(pass_->minute) + " was started twice, by two looks at the crontab");
+  } else if (pass_->started == due) {
+    figures_.startedOnce += std::ssize(due);
+  } else {
+    for (const auto& url : due) {
+      const auto times = std::ranges::count(pass_->started, url);
+      ++(times == 0 ? figures_.missed : times == 1 ? figures_.startedOnce : figures_.doubled);
+    }
+    figures_.early +=
+        std::ranges::count_if(pass_->started, [&](const auto& url) { return std::ranges::count(due, url) == 0; });
+    std::string what = "due at " + text(pass_->minute) + ":";
+    for (const auto& url : due) what.append(" ").append(url);
+    what += "; started:";
+    for (const auto& url : pass_->started) what.append(" ").append(url);
+    tell(what);
+  }
+  lastMinute_ = pass_->minute;
+  pass_.reset();
+}
+
+void Judge::runEnds(Moment now, int status, bool assertionHeld, const std::optional<std::vector<Moment>>& armed) {
+  const auto check = [this](bool holds, const std::string& what) {
+    if (!holds) otherViolation(what);
+  };
+  check(status == 0, "the run ended with status " + std::to_string(status));
+  check(!assertionHeld, "the assertion is still held");
+  check(!announced_, "a sleep was announced and did not come");
+  announced_.reset();
+  if (armed && pass_) {
+    const auto next = pass_->crontab->next(pass_->minute + 1min);
+    std::string what = "armed:";
+    for (const auto moment : *armed) what.append(" ").append(text(moment));
+    what += "; next: " + (next ? text(*next) : "never");
+    check(next ? *armed == std::vector<Moment>{*next} && *next > now : armed->empty(), what);
+    provided_ = pass_->crontab;
+  }
+  check(pass_.has_value(), "the run ended without a look at the crontab");
+  endPass();
+  running_ = false;
+}
+
+void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce) {
+  using Event = MinuteRecord::Event;
+  if (record.served) return;
+  const auto due = std::ssize(inForce.dueAt(minute));
+  if (due == 0) return;
+  figures_.due += due;
+
+  const bool awakeThroughout = before.awake + record.awake == 2min;
+  const bool heldUp = before.free + record.free < 75s;
+  const bool changed = before.crontabChanged || record.crontabChanged;
+  const bool hadTime = awakeThroughout && !heldUp && !changed;
+  const bool wokenInTime = (record.event == Event::startedTool && record.freeSinceEvent >= 3s) ||
+                           (record.event == Event::whileToolRan && record.freeSinceEvent >= 12s);
+  const bool asleep = record.awake == 0s;
+  if (hadTime || wokenInTime || (asleep && provided_.get() == &inForce)) {
+    figures_.missed += due;
+    tell("what was due at " + text(minute) + " was not started");
+  } else if (asleep) {
+    (running_ ? figures_.asleepInRun : figures_.asleepUnset) += due;
+  } else if (record.event == Event::whileToolEnded) {
+    figures_.ending += due;
+  } else if (awakeThroughout && heldUp) {
+    figures_.heldUp += due;
+  } else {
+    figures_.awakeTooShort += due;
+  }
+}
+
+}  // namespace zt::simulation

@@ -1,0 +1,245 @@
+#include "machine.h"
+
+#include <time.h>
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <utility>
+
+namespace zt::simulation {
+
+using namespace std::chrono_literals;
+using std::chrono::days;
+using std::chrono::floor;
+using std::chrono::minutes;
+
+namespace {
+
+constexpr auto* listed = "%m/%d/%Y %H:%M:%S";  ///< how the listing writes a time
+
+}  // namespace
+
+Machine::Machine(Random random, Timer timer, Judge& judge)
+    : random_(random),
+      timer_(timer),
+      judge_(judge),
+      now_(std::chrono::sys_days{std::chrono::year{2026} / 1 / 1} + random_.between(0ms, days{3650})),
+      end_(now_ + days{365}),
+      tick_(floor<minutes>(now_)),
+      crontab_(std::make_shared<Crontab>(Crontab::draw(random_))) {
+  personComesOrGoesAt_ = random_.oneIn(25) ? Moment::max() : now_;  // some machines are always on
+  idleTimeIsOverAt_ = wakesAt_ = Moment::max();
+  crontabChangesAt_ = now_ + random_.about(days{1});
+  for (Fault* fault : {&inhibitor_, &listing_, &agent_}) fault->changesAt = now_ + random_.about(fault->typical);
+  for (auto left = random_.below(3); left > 0; --left) addForeignEvent();
+}
+
+bool Machine::untilStart() {
+  while (now_ < end_) {
+    if (awake_ && (startIsAsked_ || now_ >= timerElapsesAt())) {
+      if (!startIsAsked_) tick_ = floor<minutes>(now_) + 1min;
+      startIsAsked_ = false;
+      toolRuns_ = true;
+      note("the tool is started");
+      return true;
+    }
+    hop(awake_ ? timerElapsesAt() : Moment::max());
+  }
+  return false;
+}
+
+void Machine::toolEnds() {
+  note("the tool has ended");
+  toolRuns_ = toolIsEnding = false;
+  timerElapses_ = awakeFor_ + 60s + random_.between(0ms, 999ms);
+}
+
+Moment Machine::timerElapsesAt() const {
+  return std::max(now_, timer_ == Timer::calendar ? tick_ : now_ + (timerElapses_ - awakeFor_));
+}
+
+void Machine::work(milliseconds duration) {
+  programRuns_ = true;
+  for (const auto over = awakeFor_ + duration; awakeFor_ < over || !awake_;) {
+    hop(awake_ ? now_ + (over - awakeFor_) : Moment::max());
+  }
+  programRuns_ = false;
+}
+
+void Machine::sleepUntil(Moment moment) {
+  while (now_ < moment || !awake_) hop(awake_ ? moment : Moment::max());
+}
+
+std::shared_ptr<const Crontab> Machine::readCrontab() {
+  record_.served = true;
+  return crontab_;
+}
+
+milliseconds Machine::programDuration() {
+  if (random_.oneIn(20'000)) return random_.between(20s, 90s);
+  if (random_.oneIn(200)) return random_.between(1s, 8s);
+  if (random_.oneIn(50)) return random_.between(50ms, 1s);
+  return random_.between(1ms, 20ms);
+}
+
+/// Lets time pass until the next thing happens on the machine, but not beyond `target`.
+void Machine::hop(Moment target) {
+  std::function<void()> happens = [] {};
+  const auto consider = [&](Moment moment, auto what) {
+    if (moment > target) return;
+    target = std::max(moment, now_);
+    happens = what;
+  };
+  consider(personComesOrGoesAt_, [this] { personComesOrGoes(); });
+  consider(crontabChangesAt_, [this] { changeCrontab(); });
+  consider(inhibitor_.changesAt, [this] { change(inhibitor_, "the inhibitor"); });
+  consider(listing_.changesAt, [this] { change(listing_, "the listing"); });
+  consider(agent_.changesAt, [this] { change(agent_, "the agent"); });
+  if (awake_) {
+    consider(idleTimeIsOverAt_, [this] { idleTimeIsOver(); });
+    for (std::size_t i = 0; i < wakeEvents.size(); ++i) consider(wakeEvents[i].at, [this, i] { comeDue(i); });
+  } else {
+    consider(wakesAt_, [this] { wakeUp("by its clock"); });
+  }
+  passTo(target);
+  happens();
+}
+
+void Machine::passTo(Moment moment) {
+  while (now_ < moment) {
+    const Minute minute = floor<minutes>(now_);
+    const Moment next = std::min(moment, Moment{minute + 1min});
+    if (awake_) {
+      awakeFor_ += next - now_;
+      record_.awake += next - now_;
+      if (!programRuns_) {
+        record_.free += next - now_;
+        if (record_.event != MinuteRecord::Event::none) record_.freeSinceEvent += next - now_;
+      }
+    }
+    now_ = next;
+    if (now_ == minute + 1min) {
+      judge_.minuteEnds(minute, before_, record_, *crontab_);
+      before_ = record_;
+      record_ = {};
+    }
+  }
+}
+
+void Machine::personComesOrGoes() {
+  personIsThere_ = !personIsThere_;
+  if (personIsThere_) {
+    if (!awake_) wakeUp("by its person");
+    personComesOrGoesAt_ = now_ + (random_.oneIn(3) ? random_.between(2s, 3min) : random_.about(15min));
+    idleTimeIsOverAt_ = Moment::max();
+    return;
+  }
+  personComesOrGoesAt_ = now_ + (random_.oneIn(4) ? random_.between(1s, 2min) : random_.about(5h));
+  if (random_.oneIn(2)) {
+    idleFor(random_.between(1min, 10min));
+  } else {
+    fallAsleep("its lid is closed");
+  }
+}
+
+void Machine::idleFor(milliseconds duration) {
+  idleTimeIsOverAt_ = now_ + duration;
+}
+
+void Machine::idleTimeIsOver() {
+  if (assertionHeld) {
+    idleFor(random_.between(1s, 30s));
+  } else {
+    fallAsleep("it is idle");
+  }
+}
+
+void Machine::fallAsleep(const char* why) {
+  note(std::string("the machine falls asleep: ") + why);
+  awake_ = false;
+  idleTimeIsOverAt_ = wakesAt_ = Moment::max();
+  for (const auto& event : wakeEvents) wakesAt_ = std::min(wakesAt_, event.at);
+  // The clock rings up to a second before, and waking takes a while.
+  if (wakesAt_ != Moment::max()) {
+    wakesAt_ = std::max(wakesAt_ + random_.between(-1s, 5s), now_ + random_.between(500ms, 4s));
+  }
+}
+
+void Machine::wakeUp(const char* why) {
+  note(std::string("the machine wakes, ") + why);
+  awake_ = true;
+  wakesAt_ = Moment::max();
+  if (!personIsThere_) idleFor(random_.between(5s, 2min));
+}
+
+void Machine::comeDue(std::size_t wakeEvent) {
+  using Event = MinuteRecord::Event;
+  const WakeEvent event = wakeEvents.at(wakeEvent);
+  wakeEvents.erase(wakeEvents.begin() + static_cast<std::ptrdiff_t>(wakeEvent));
+  if (!event.ours) {
+    note("another program's wake event");
+    addForeignEvent();
+    return;
+  }
+  note("our wake event of " + event.when);
+  // A start that is asked for while the service runs is taken for the one that runs.
+  record_.event = !toolRuns_ ? Event::startedTool : toolIsEnding ? Event::whileToolEnded : Event::whileToolRan;
+  record_.freeSinceEvent = 0s;
+  startIsAsked_ = !toolRuns_;
+}
+
+void Machine::changeCrontab() {
+  crontabChangesAt_ = now_ + random_.about(days{1});
+  if (!awake_) return;
+  note("the crontab is changed");
+  crontab_ = std::make_shared<Crontab>(Crontab::draw(random_));
+  record_.crontabChanged = true;
+}
+
+void Machine::change(Fault& fault, const char* name) {
+  fault.failing = !fault.failing;
+  fault.changesAt = now_ + random_.about(fault.failing ? 20min : fault.typical);
+  agentIsMissing_ = random_.oneIn(2);
+  note(std::string(name) + (fault.failing ? " fails from now on" : " works again"));
+}
+
+void Machine::addForeignEvent() {
+  const Moment at = floor<minutes>(now_ + random_.about(days{2})) + 1min;
+  wakeEvents.push_back({at, localTime(at, listed), false});
+}
+
+void Machine::setWakeEvent(const std::string& time) {
+  tm fields{};
+  if (::strptime(time.c_str(), "%m/%d/%Y %H:%M:00", &fields) == nullptr) {
+    judge_.otherViolation("the agent cannot read " + time);
+    return;
+  }
+  const Moment asUtc{std::chrono::seconds{::timegm(&fields)}};
+  std::array<char, 32> when{};
+  ::strftime(when.data(), when.size(), listed, &fields);
+  // The first instant to come at which the clock shows that time: with one of the offsets of the hours around it.
+  std::optional<Moment> at;
+  for (auto distance = -15h; distance <= 15h; distance += 1h) {
+    const time_t near = floor<std::chrono::seconds>(asUtc + distance).time_since_epoch().count();
+    tm local{};
+    ::localtime_r(&near, &local);
+    const Moment candidate = asUtc - std::chrono::seconds{local.tm_gmtoff};
+    if (candidate > now_ && (!at || candidate < *at) && localTime(candidate, listed) == when.data()) at = candidate;
+  }
+  if (!at) {
+    note("the agent: that time has passed");
+  } else if (std::ranges::none_of(wakeEvents, [&](const auto& event) { return event.ours && event.at == *at; })) {
+    wakeEvents.push_back({*at, when.data(), true});
+  }
+}
+
+std::vector<Moment> Machine::ownWakeEvents() const {
+  std::vector<Moment> result;
+  for (const auto& event : wakeEvents) {
+    if (event.ours) result.push_back(event.at);
+  }
+  return result;
+}
+
+}  // namespace zt::simulation

@@ -1,0 +1,108 @@
+// Runs the tool on machines that live in memory, a year for each, and holds what it does against what the crontabs
+// mean.
+
+#include <unistd.h>
+
+#include <array>
+#include <charconv>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <iostream>
+#include <string>
+#include <string_view>
+
+#include "tool.h"
+#include "zone.h"
+
+namespace zt::simulation {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto* usage =
+    R"(usage: simulate [--years N] [--seed S] [--calendar-timer]
+
+Runs the tool on N (20) simulated machines, a year on each. The machines are drawn from the seeds S (1), S+1, and so on;
+--seed S --years 1 repeats one of them alone. It ends with status 1 when a copy was missed, doubled or early.
+
+  --calendar-timer  starts the tool at full minutes, and after a run that a full minute fell into at once. Copies are
+                    doubled then: which is why the tool has another timer, and shows that doubled copies are noticed
+)";
+
+std::array<char, 64> stuck;
+
+/// A search that does not end is a fault as well, and nothing else would stop it.
+extern "C" void tellThatItIsStuck(int) {
+  [[maybe_unused]] const auto written = ::write(STDERR_FILENO, stuck.data(), std::strlen(stuck.data()));
+  ::_exit(1);
+}
+
+/// Gives what went wrong, or nothing.
+std::string liveThroughAYear(std::uint64_t seed, Timer timer, Figures& figures) {
+  std::snprintf(stuck.data(), stuck.size(), "seed %llu: a run does not end\n", static_cast<unsigned long long>(seed));
+  ::alarm(300);
+
+  Random random(seed);
+  const char* name = random.pick(zoneNames);
+  Zone zone(name);
+  Judge judge(figures);
+  Machine machine(random, timer, judge);
+  try {
+    while (machine.untilStart()) runTool(machine, judge, zone.calendar);
+  } catch (const RunWithoutEnd&) {
+    judge.otherViolation("a run does not end");
+  }
+  ++figures.machineYears;
+  return judge.report().empty() ? "" : "seed " + std::to_string(seed) + ", " + name + ": " + judge.report();
+}
+
+void print(const Figures& f) {
+  std::cout << f.machineYears << " machine-years, " << f.runs << " runs, " << f.due << " minutes due: " << f.startedOnce
+            << " started once (" << f.late << " of them late), " << f.missed << " missed, " << f.doubled << " doubled, "
+            << f.early << " early, " << f.other << " other violations.\n"
+            << "Lost without a fault of the tool: " << f.asleepInRun << " asleep since the middle of a run, "
+            << f.asleepUnset << " asleep with no event set, " << f.awakeTooShort << " awake too short a time, "
+            << f.heldUp << " held up by a program, " << f.ending << " put to sleep while a run ended." << std::endl;
+}
+
+bool read(const char* text, std::uint64_t& number) {
+  const std::string_view digits = text == nullptr ? "" : text;
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  return error == std::errc{} && end == digits.data() + digits.size();
+}
+
+int main(char** arguments) {
+  std::uint64_t years = 20, seed = 1;
+  Timer timer = Timer::sinceLastEnd;
+  for (auto** argument = arguments + 1; *argument != nullptr; ++argument) {
+    const std::string_view name = *argument;
+    if (name == "--help") {
+      std::cout << usage;
+      return 0;
+    }
+    if (name == "--calendar-timer") {
+      timer = Timer::calendar;
+    } else if (!(name == "--years" && read(*++argument, years)) && !(name == "--seed" && read(*++argument, seed))) {
+      std::cerr << usage;
+      return 2;
+    }
+  }
+  std::signal(SIGALRM, tellThatItIsStuck);
+  Figures figures;
+  for (std::uint64_t year = 0; year < years; ++year) {
+    const bool isFirst = figures.violations() == 0;
+    const auto wrong = liveThroughAYear(seed + year, timer, figures);
+    if (isFirst && !wrong.empty()) std::cout << wrong << std::endl;
+  }
+  print(figures);
+  return figures.violations() == 0 ? 0 : 1;
+}
+
+}  // namespace
+}  // namespace zt::simulation
+
+int main(int, char** arguments) {
+  return zt::simulation::main(arguments);
+}

@@ -1,0 +1,138 @@
+#include "tool.h"
+
+#include <algorithm>
+#include <charconv>
+#include <sstream>
+
+#include "driver/run.h"
+
+namespace zt::simulation {
+namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::floor;
+using std::chrono::seconds;
+using Texts = std::vector<std::string>;
+
+const std::filesystem::path application = "/opt/Z.app";
+
+/// What a run asks of the machine, and what became of its wake events.
+class Services final : public Clock,
+                       public Applications,
+                       public FileManager,
+                       public Commands,
+                       public PowerAssertions,
+                       public WakeEvents,
+                       public UnifiedLog,
+                       public PlainLog {
+ public:
+  Services(Machine& machine, Judge& judge) : machine_(machine), judge_(judge) {}
+
+  bool wakeEventsWorked() const { return wakeEventsWorked_; }
+
+  Instant now() const override { return floor<seconds>(machine_.now()); }
+  void sleep(seconds duration) override {
+    judge_.toolSleeps(duration);
+    machine_.sleepUntil(machine_.now() + duration);
+  }
+
+  std::vector<std::optional<std::filesystem::path>> running(std::string_view) const override { return {}; }
+  std::optional<std::filesystem::path> installed(std::string_view) const override { return application; }
+
+  bool isExecutableFile(const std::filesystem::path&) const override {
+    return works(machine_.agentWorks()) || !machine_.agentIsMissing();
+  }
+
+  std::optional<Texts> shell(const std::string& path, const Texts& arguments) override {
+    if (path == "/usr/bin/crontab") {
+      const auto crontab = machine_.readCrontab();
+      judge_.passBegins(machine_.now(), crontab);
+      program();
+      return crontab->text();
+    }
+    program();
+    std::string word = arguments.at(1).substr(std::string_view("echo -n ").size());
+    std::erase(word, '\\');
+    return word.empty() ? Texts{} : Texts{word};
+  }
+  void spawn(const std::string&, const Texts& arguments) override {
+    machine_.note("copy started: " + arguments.front());
+    judge_.copyStarted(machine_.now(), arguments.front());
+    machine_.work(1ms);
+  }
+
+  Created create(std::string_view, std::string_view, std::string_view) override {
+    program();
+    machine_.assertionHeld = machine_.inhibitorWorks();
+    return {.result = machine_.inhibitorWorks() ? 0 : -16, .identifier = 1};
+  }
+  void release(std::uint32_t) override { machine_.assertionHeld = false; }
+
+  std::optional<Texts> list(const std::filesystem::path&) override {
+    program();
+    cancellable_.clear();
+    if (!works(machine_.listingWorks())) return std::nullopt;
+    Texts lines{"Scheduled power events:"};
+    for (const auto& event : machine_.wakeEvents) {
+      lines.push_back(" [" + std::to_string(lines.size()) + "]  wake at " + event.when + " by " +
+                      (event.ours ? "'ZTAgent'" : "'somebody'"));
+      if (event.ours) cancellable_.push_back(event.when);
+    }
+    return lines;
+  }
+  void cancel(const std::filesystem::path&, const std::string& dateAndTime) override {
+    if (std::erase(cancellable_, dateAndTime) == 0) judge_.otherViolation(dateAndTime + " is not ours to cancel");
+    program();
+    if (!works(machine_.agentWorks())) return;
+    std::erase_if(machine_.wakeEvents, [&](const auto& event) { return event.ours && event.when == dateAndTime; });
+  }
+  void wake(const std::filesystem::path&, const std::string& time) override {
+    program();
+    if (works(machine_.agentWorks())) machine_.setWakeEvent(time);
+  }
+
+  void write(LogLevel, std::string_view, std::string_view, std::string_view message) override {
+    machine_.note(message);
+    const auto announcement = message.find("leeping ");
+    if (announcement == message.npos) return;
+    const auto number = message.find_first_of("-0123456789", announcement);
+    std::int64_t value{};
+    std::from_chars(message.data() + number, message.data() + message.size(), value);
+    judge_.sleepAnnounced(seconds{value});
+  }
+  void write(std::string_view) override {}
+
+ private:
+  void program() {
+    if (++programs_ > 10'000) throw RunWithoutEnd();
+    machine_.work(machine_.programDuration());
+  }
+  bool works(bool whether) const {
+    wakeEventsWorked_ = wakeEventsWorked_ && whether;
+    return whether;
+  }
+
+  Machine& machine_;
+  Judge& judge_;
+  Texts cancellable_;
+  int programs_ = 0;
+  mutable bool wakeEventsWorked_ = true;  ///< isExecutableFile() notes it too
+};
+
+}  // namespace
+
+void runTool(Machine& machine, Judge& judge, Calendar& calendar) {
+  judge.runBegins();
+  machine.work(machine.random().between(3ms, machine.random().oneIn(100) ? 2s : 30ms));  // to load it
+  Services services(machine, judge);
+  std::ostringstream output;
+  const int status = run(
+      {services, calendar, services, services, services, services, services, LogSinks{&services, services}, output});
+  judge.runEnds(machine.now(), status, machine.assertionHeld,
+                services.wakeEventsWorked() ? std::optional(machine.ownWakeEvents()) : std::nullopt);
+  machine.toolIsEnding = true;
+  machine.work(2ms);
+  machine.toolEnds();
+}
+
+}  // namespace zt::simulation
