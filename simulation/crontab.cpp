@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdint>
 
 namespace zt::simulation {
 namespace {
@@ -107,14 +108,15 @@ Crontab Crontab::draw(Random& random) {
     return crontab;
   }
   // Many are close together, and in the hours in which clocks change.
-  int time = 0;
+  constexpr std::int64_t day = 24L * 60;
+  std::int64_t time = 0;
   for (auto left = random.below(16); left > 0; --left) {
     if (random.oneIn(2)) {
-      time = static_cast<int>(random.oneIn(3) ? random.below(4 * 60) : random.below(24 * 60));
+      time = random.below(random.oneIn(3) ? 4L * 60 : day);
     } else {
-      time = static_cast<int>((time + random.below(4)) % (24 * 60));
+      time = (time + random.below(4)) % day;
     }
-    crontab.drawLine(random, time % 60, time / 60);
+    crontab.drawLine(random, static_cast<int>(time % 60), static_cast<int>(time / 60));
   }
   return crontab;
 }

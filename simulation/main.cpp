@@ -74,7 +74,8 @@ bool read(const char* text, std::uint64_t& number) {
 }
 
 int main(char** arguments) {
-  std::uint64_t years = 20, seed = 1;
+  std::uint64_t years = 20;
+  std::uint64_t seed = 1;
   Timer timer = Timer::sinceLastEnd;
   for (auto** argument = arguments + 1; *argument != nullptr; ++argument) {
     const std::string_view name = *argument;
