@@ -25,7 +25,8 @@ constexpr auto* usage =
     R"(usage: simulate [--years N] [--seed S] [--calendar-timer]
 
 Runs the tool on N (20) simulated machines, a year on each. The machines are drawn from the seeds S (1), S+1, and so on;
---seed S --years 1 repeats one of them alone. It ends with status 1 when a copy was missed, doubled or early.
+--seed S --years 1 repeats one of them alone. It ends with status 1 when a copy was missed, doubled or early, or anything
+else was not as it should be. docs/simulation.md describes the machines, and which losses are not the tool's fault.
 
   --calendar-timer  starts the tool at full minutes, and after a run that a full minute fell into at once. Copies are
                     doubled then: which is why the tool has another timer, and shows that doubled copies are noticed

@@ -222,39 +222,41 @@ check "the longest was a minute" within 58 "$(pauses | sort -n | tail -n 1)" 63
 
 # Asleep
 sleeps() { cat /sys/power/suspend_stats/success; }
-slept_before=$(sleeps 2> /dev/null)
 has_slept() { [ "$(sleeps)" -gt "$slept_before" ]; }
-go_to_sleep() {
+waits() { entries cat --lines 1 | grep -q "setting wake" && only_event_is_at "$due"; }
+go_to_sleep() {  # go_to_sleep rests|waits: between two runs, or in one that has set the event and waits for its end
   while [ "$(date +%-S)" -ge 40 ]; do sleep 1; done
   due=$(minute_after 4) after=$(minute_after 7)
-  { entry "$due" file:///asleep; entry "$after" file:///after; } | crontab -u "$user" -
+  { entry "$due" "file:///asleep/$1"; entry "$after" "file:///after/$1"; } | crontab -u "$user" -
   if [ "$can_wake" ]; then
     check "the wake event is set" wait_for 90 only_event_is_at "$due"
   else
     wait_for 90 runs
     echo $((due + 75)) > /sys/class/rtc/rtc0/wakealarm  # somebody opens the lid, too late
   fi
-  wait_for 30 rests
+  wait_for 90 "$1"
   echo "Going to sleep at $(date +%T). A copy is due at $(date -d "@$due" +%T)."
+  slept_before=$(sleeps)
   systemctl suspend
   check "the machine slept and is awake again" wait_for 400 has_slept
   echo "Awake at $(date +%T)."
   if [ "$can_wake" ]; then
     sleep_until $((due + 45))
-    check "the copy started once, in its minute" starts_once_at "$due" file:///asleep
-    check "it was the wake event that started it" within "$due" "$(starts file:///asleep)" $((due + 30))
+    check "the copy started once, in its minute" starts_once_at "$due" "file:///asleep/$1"
+    check "it was the wake event that started it" within "$due" "$(starts "file:///asleep/$1")" $((due + 30))
   else
-    check "nothing woke the machine for the copy: it did not start" same "" "$(starts file:///asleep)"
+    check "nothing woke the machine for the copy: it did not start" same "" "$(starts "file:///asleep/$1")"
   fi
   sleep_until $((after + 30))
-  check "the next copy started once, in its minute" starts_once_at "$after" file:///after
+  check "the next copy started once, in its minute" starts_once_at "$after" "file:///after/$1"
 }
 if [ ! "$suspend" ]; then
   skip "suspend: not asked for (--suspend)"
 elif ! grep -qw mem /sys/power/state; then
   skip "suspend: this machine cannot"
 else
-  go_to_sleep
+  go_to_sleep rests
+  [ ! "$can_wake" ] || go_to_sleep waits
 fi
 
 # Ending it
