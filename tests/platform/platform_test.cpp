@@ -9,6 +9,7 @@ namespace zt {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::string_literals;
 
 TEST(Applications, AreBundlesByTheirPropertyList) {
   std::string name = testing::TempDir() + "zt.XXXXXX";
@@ -26,6 +27,8 @@ TEST(Applications, AreBundlesByTheirPropertyList) {
   bundle("one/D.other", ours);
   fs::create_directories(folder / "one/E.app/Contents");
   ASSERT_EQ(::mkfifo((folder / "one/E.app/Contents/Info.plist").c_str(), 0600), 0) << "must not block";
+  bundle("one/F.app", "<string>a\0b</string>"s);
+  bundle("one/G.app", ours + std::string(std::size_t{256} * 1024, ' '));  // larger than is read
   bundle("two/Y.app", ours);
   bundle("two/X.app", ours);
   const SystemApplications applications({folder / "missing", folder / "one", folder / "two"});

@@ -3,7 +3,6 @@
 #include <plist/plist.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <memory>
@@ -13,15 +12,12 @@
 namespace zt {
 namespace {
 
+/// Far more than an application's has. In a larger one libplist, which is recursive, could go deeper than the stack.
+constexpr std::uintmax_t mostBytes = std::uintmax_t{256} * 1024;
+
 using Plist = std::unique_ptr<std::remove_pointer_t<plist_t>, decltype(&plist_free)>;
 
-Plist readPlist(const std::filesystem::path& path) {
-  Plist none(nullptr, plist_free);
-  // Opening anything else, a named pipe for one, could block for good.
-  std::error_code error;
-  if (!std::filesystem::is_regular_file(path, error)) return none;
-  std::ifstream file(path, std::ios::binary);
-  const std::string data{std::istreambuf_iterator<char>(file), {}};
+Plist parsePlist(std::string_view data) {
   const auto size = static_cast<std::uint32_t>(data.size());
   // Not plist_from_memory(): its parameters differ from one release of libplist to the next.
   const auto parse = plist_is_binary(data.data(), size) != 0 ? plist_from_bin : plist_from_xml;
@@ -33,23 +29,32 @@ Plist readPlist(const std::filesystem::path& path) {
 std::string textOf(plist_t dictionary, const char* key) {
   auto* node = plist_dict_get_item(dictionary, key);
   if (node == nullptr || plist_get_node_type(node) != PLIST_STRING) return {};
-  char* value = nullptr;
-  plist_get_string_val(node, &value);
-  const std::unique_ptr<char, decltype(&std::free)> owner(value, std::free);
-  return value == nullptr ? std::string{} : std::string{value};
+  // Not plist_get_string_val(), which ends the process where there is a NUL in the string.
+  std::uint64_t size = 0;
+  const char* text = plist_get_string_ptr(node, &size);
+  return text == nullptr ? std::string{} : std::string(text, size);
 }
 
 }  // namespace
 
 std::optional<Bundle> readBundle(const std::filesystem::path& path) {
   if (path.extension() != ".app") return std::nullopt;
-  const auto contents = path / "Contents";
-  const Plist plist = readPlist(contents / "Info.plist");
+  const auto infoPlist = path / "Contents/Info.plist";
+  std::error_code error;
+  // Opening anything else, a named pipe for one, could block for good.
+  if (!std::filesystem::is_regular_file(infoPlist, error)) return std::nullopt;
+  if (std::filesystem::file_size(infoPlist, error) > mostBytes) return std::nullopt;
+  std::ifstream file(infoPlist, std::ios::binary);
+  return readBundle(path, std::string{std::istreambuf_iterator<char>(file), {}});
+}
+
+std::optional<Bundle> readBundle(const std::filesystem::path& path, std::string_view infoPlist) {
+  const Plist plist = parsePlist(infoPlist);
   if (plist == nullptr || plist_get_node_type(plist.get()) != PLIST_DICT) return std::nullopt;
   const std::string identifier = textOf(plist.get(), "CFBundleIdentifier");
   const std::string executable = textOf(plist.get(), "CFBundleExecutable");
   if (identifier.empty() || executable.empty()) return std::nullopt;
-  return Bundle{identifier, contents / "MacOS" / executable};
+  return Bundle{identifier, path / ("Contents/MacOS/" + executable)};
 }
 
 }  // namespace zt

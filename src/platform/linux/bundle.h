@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace zt {
 
@@ -13,7 +14,10 @@ struct Bundle {
 };
 
 /// Reads Contents/Info.plist (XML or binary) of the bundle at `path`, a folder whose name ends in
-/// ".app". Gives nullopt where that is missing, unreadable, or names no identifier or executable.
+/// ".app". Gives nullopt where that is missing, unreadable, far too large, or names no identifier or executable.
 std::optional<Bundle> readBundle(const std::filesystem::path& path);
+
+/// The same with what its Info.plist holds.
+std::optional<Bundle> readBundle(const std::filesystem::path& path, std::string_view infoPlist);
 
 }  // namespace zt
