@@ -35,6 +35,7 @@ auto matching(CompareOptions options) {
 }  // namespace
 
 std::optional<URL> URL::parse(std::string_view text) {
+  if (text.empty()) text = "";  // uriparser takes no null pointer
   UriUriA uri;
   const char* error = nullptr;
   if (uriParseSingleUriExA(&uri, text.data(), text.data() + text.size(), &error) != URI_SUCCESS) {

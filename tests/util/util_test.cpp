@@ -45,6 +45,7 @@ TEST(URL, IsAReferenceAsTheStandardHasIt) {
     EXPECT_EQ(url(row.text).pathComponents(), row.components) << row.text;
     EXPECT_EQ(url(row.text).myHasDirectoryPath(), row.isDirectory) << row.text;
   }
+  EXPECT_EQ(url({}).absoluteString(), "");
   for (const auto* text : {"file:///a b", "file:///é", "file:///%zz", "file:///a\r"}) {
     EXPECT_FALSE(URL::parse(text)) << text;
   }
