@@ -1,0 +1,119 @@
+#include <algorithm>
+#include <array>
+#include <sstream>
+
+#include "discovery/crontab_reader.h"
+#include "discovery/due_entries.h"
+#include "fakes/fake_machine.h"
+#include "property.h"
+#include "schedules/matching.h"
+#include "schedules/next_event.h"
+#include "zone.h"
+
+namespace zt {
+namespace {
+
+using namespace std::chrono_literals;
+
+struct CheckedCommands : FakeCommands {
+  std::optional<Texts> shell(const std::string& path, const Texts& arguments) override {
+    require(std::ranges::all_of(arguments, isArgument), "a program is given what it can be given");
+    return FakeCommands::shell(path, arguments);
+  }
+};
+
+/// By name; the first one for unknown names.
+Zone zoneOf(std::string_view name) {
+  static constexpr std::array zones = {"America/New_York",
+                                       "UTC0",
+                                       "America/Santiago",
+                                       "Europe/Berlin",
+                                       "Africa/Casablanca",
+                                       "Africa/Cairo",
+                                       "Asia/Gaza",
+                                       "Asia/Kolkata",
+                                       "Australia/Lord_Howe",
+                                       "Antarctica/Troll",
+                                       "Pacific/Auckland",
+                                       "EST5EDT,0/0,J365/25",
+                                       "AAA0BBB,J100/0,J101/0",
+                                       "XST3XDT2,M3.2.0,M11.1.0/0:01"};
+  const auto* const zone = std::ranges::find_if(zones, [name](const char* known) { return name == known; });
+  return Zone(zone == zones.end() ? zones.front() : *zone);
+}
+
+/// Whether the line fires in none of the minutes from `start` to before `end`.
+bool isSilent(const CrontabLine& line, Instant start, Instant end, const Calendar& calendar) {
+  for (Instant minute = start; minute < end; minute += 1min) {
+    if (runsAt(line, minute, calendar)) return false;
+  }
+  return true;
+}
+
+void checkNextRun(const CrontabLine& line, Instant reference, std::optional<Instant> date, const Calendar& calendar) {
+  const Instant start = std::chrono::floor<std::chrono::minutes>(reference);
+  const Instant dayLater = start + 24h;
+  require(isSilent(line, start, std::min(date.value_or(dayLater), dayLater), calendar), "no run is missed");
+  if (!date) return;
+  require(*date >= start, "the next run is not over");
+  require(*date == std::chrono::floor<std::chrono::minutes>(*date), "a run is at the start of a minute");
+  require(runsAt(line, *date, calendar), "the line fires at its next run");
+  require(isSilent(line, std::max(dayLater, *date - 24h), *date, calendar), "nor on the day before the next one");
+  require(line.nextRunDate(*date + 59s, calendar) == date, "a run is the next one until its minute is over");
+}
+
+void checkDue(const std::vector<CrontabLine>& crontab, Instant time, const Calendar& calendar, Commands& commands) {
+  const auto isDue = [&](const CrontabLine& line) { return runsAt(line, time, calendar); };
+  std::ostringstream messages;
+  const auto urls = matchingSchedules(crontab, time, calendar, commands, messages);
+  require(std::ranges::count_if(crontab, isDue) == std::ssize(urls) + std::ssize(lines(messages.str())),
+          "each line that is due gives a URL or a message");
+  auto line = crontab.begin();
+  for (const auto& url : urls) {
+    line = std::find_if(line, crontab.end(), [&](const CrontabLine& candidate) {
+      std::string unescaped = candidate.crontabLine();
+      std::erase(unescaped, '\\');
+      return isDue(candidate) && unescaped.ends_with(url.absoluteString());
+    });
+    require(line++ != crontab.end(), "URLs come from the ends of lines that are due, in their order");
+  }
+}
+
+/// A crontab, after a line with a time zone and the time at which it is dayLater at, in seconds since 1970.
+void check(std::string_view input) {
+  std::istringstream setting{std::string(takeLine(input))};
+  std::string zoneName;
+  std::uint32_t time = 0;
+  setting >> zoneName >> time;
+  const Zone zone = zoneOf(zoneName);
+  const Calendar& calendar = zone.calendar;
+  const Instant reference =
+      std::clamp(Instant{std::chrono::seconds{time}}, at("2026-01-01 00:00 +0000"), at("2037-12-31 23:59 +0000"));
+
+  CheckedCommands commands;
+  if (isValidUtf8(input)) commands.crontab = lines(input);
+  Texts ours = commands.crontab.value_or(Texts{});
+  std::erase_if(ours, [](const std::string& line) {
+    return line.find("ZTUtil") == line.npos || std::ranges::count(line, '\t') != 5;
+  });
+  const auto crontab = readCrontabLines(commands);
+  require(std::ranges::equal(crontab, ours, {}, &CrontabLine::crontabLine),
+          "the lines with marker and fields are read");
+
+  std::optional<Instant> earliest;
+  for (const auto& line : crontab) {
+    const auto date = line.nextRunDate(reference, calendar);
+    checkNextRun(line, reference, date, calendar);
+    if (date) earliest = std::min(*date, earliest.value_or(*date));
+  }
+  require(nextEventDate(crontab, reference, calendar) == earliest, "the next event is the first of the next runs");
+  checkDue(crontab, earliest.value_or(reference), calendar, commands);
+}
+
+}  // namespace
+}  // namespace zt
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  zt::check(zt::textOf(data, size));
+  return 0;
+}

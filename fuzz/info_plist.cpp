@@ -1,0 +1,23 @@
+#include "platform/linux/bundle.h"
+#include "property.h"
+
+namespace zt {
+namespace {
+
+/// A property list.
+void check(std::string_view input) {
+  const auto bundle = readBundle("/opt/Z.app", input);
+  if (!bundle) return;
+  require(!bundle->identifier.empty(), "a bundle has an identifier");
+  const std::string folder = "/opt/Z.app/Contents/MacOS/";
+  const auto executable = bundle->executable.string();
+  require(executable.starts_with(folder) && executable.size() > folder.size(), "its executable is in its folder");
+}
+
+}  // namespace
+}  // namespace zt
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  zt::check(zt::textOf(data, size));
+  return 0;
+}

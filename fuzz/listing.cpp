@@ -1,0 +1,62 @@
+#include "driver/wake_scheduling.h"
+#include "fakes/fake_machine.h"
+#include "logging/log_factory.h"
+#include "property.h"
+#include "util/text.h"
+
+namespace zt {
+namespace {
+
+/// What stands between blanks; a tab is no blank.
+Texts wordsOf(std::string_view line) {
+  Texts words(1);
+  for (const char c : line) {
+    if (c != ' ') {
+      words.back() += c;
+    } else if (!words.back().empty()) {
+      words.emplace_back();
+    }
+  }
+  if (words.back().empty()) words.pop_back();
+  return words;
+}
+
+/// A listing of wake events.
+void check(std::string_view input) {
+  const std::string agent = "/opt/Z.app/Contents/MacOS/ZTAgent";
+  FakeWakeEvents wakeEvents;
+  wakeEvents.hasListing = isValidUtf8(input);
+  wakeEvents.events = lines(input);
+
+  Texts calls;
+  Texts messages{"Canceling any existing wake events."};
+  for (const auto& line : wakeEvents.events) {
+    const auto words = wordsOf(line);
+    const bool isOurs = line.find("ZTAgent") != line.npos || line.find("ztbackupbytime") != line.npos;
+    if (!wakeEvents.hasListing || !isOurs || words.size() != 7) continue;
+    calls.push_back(agent + " cancel " + words[3] + " " + words[4]);
+    messages.push_back("Canceling " + line);
+  }
+
+  FakeUnifiedLog unified;
+  FakePlainLog plain;
+  FakeFileManager fileManager;
+  const Log log = LogFactory::helper("fuzz", {&unified, plain});
+  WakeScheduling wakeScheduling(wakeEvents, fileManager, agent, log);
+  wakeScheduling.cancelExisting();
+  require(wakeEvents.calls.empty() && unified.entries.size() == 1, "without an agent nothing is cancelled");
+
+  fileManager.executables = {agent};
+  unified.entries.clear();
+  wakeScheduling.cancelExisting();
+  require(wakeEvents.calls == calls, "our events are cancelled, and no others");
+  require(std::ranges::equal(unified.entries, messages, {}, &FakeUnifiedLog::Entry::message), "the log has them all");
+}
+
+}  // namespace
+}  // namespace zt
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  zt::check(zt::textOf(data, size));
+  return 0;
+}
