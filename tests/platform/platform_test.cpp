@@ -3,6 +3,8 @@
 
 #include <fstream>
 
+#include "fakes/fake_machine.h"
+#include "platform/linux/agent_wake_events.h"
 #include "platform/linux/system_applications.h"
 
 namespace zt {
@@ -35,6 +37,16 @@ TEST(Applications, AreBundlesByTheirPropertyList) {
   EXPECT_EQ(applications.installed("com.velmorra.Zantrove"), folder / "two/X.app");
   EXPECT_EQ(applications.installed("com.velmorra.None"), std::nullopt);
   fs::remove_all(folder);
+}
+
+TEST(AgentWakeEvents, AreCancelledByWhatAProgramCanBeGiven) {
+  FakeCommands commands{};
+  const FakeFileManager fileManager;
+  AgentWakeEvents wakeEvents(commands, fileManager);
+  for (const auto& when : {"01/02/2030 \0"s, "01/02/2030 03:04:05"s, std::string(200'000, '1')}) {
+    wakeEvents.cancel("/ZTAgent", when);
+  }
+  EXPECT_EQ(commands.commands, Texts{"/ZTAgent cancel"});
 }
 
 }  // namespace

@@ -10,7 +10,8 @@ std::optional<std::vector<std::string>> AgentWakeEvents::list(const std::filesys
 }
 
 void AgentWakeEvents::cancel(const std::filesystem::path& agent, const std::string& dateAndTime) {
-  commands_.shell(agent, {"cancel", dateAndTime});
+  // A listing may have anything in it.
+  if (Commands::isArgument(dateAndTime)) commands_.shell(agent, {"cancel", dateAndTime});
 }
 
 void AgentWakeEvents::wake(const std::filesystem::path& agent, const std::string& time) {
