@@ -21,6 +21,8 @@ Texts wordsOf(std::string_view line) {
   return words;
 }
 
+}  // namespace
+
 /// A listing of wake events.
 void check(std::string_view input) {
   const std::string agent = "/opt/Z.app/Contents/MacOS/ZTAgent";
@@ -53,10 +55,4 @@ void check(std::string_view input) {
   require(std::ranges::equal(unified.entries, messages, {}, &FakeUnifiedLog::Entry::message), "the log has them all");
 }
 
-}  // namespace
 }  // namespace zt
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  zt::check(zt::textOf(data, size));
-  return 0;
-}

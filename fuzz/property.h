@@ -16,9 +16,8 @@ inline void require(bool holds, const char* property) {
   std::abort();
 }
 
-inline std::string_view textOf(const std::uint8_t* data, std::size_t size) {
-  return {reinterpret_cast<const char*>(data), size};
-}
+/// What a target holds every input to. Each target defines it.
+void check(std::string_view input);
 
 /// Takes the first line off an input that has several parts.
 inline std::string_view takeLine(std::string_view& input) {

@@ -65,6 +65,8 @@ void checkComparison(std::string_view a, std::string_view b) {
   require(!same || isSame(a, b, {.caseInsensitive = true}), "what is the same is so in any case");
 }
 
+}  // namespace
+
 /// A text; for comparisons its first line and the rest.
 void check(std::string_view input) {
   require(isValidUtf8(input) == decodes(input), "UTF-8 is told from what is not");
@@ -73,10 +75,4 @@ void check(std::string_view input) {
   checkComparison(line, input);
 }
 
-}  // namespace
 }  // namespace zt
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  zt::check(zt::textOf(data, size));
-  return 0;
-}

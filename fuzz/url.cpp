@@ -81,6 +81,8 @@ void checkComparison(const URL& a, const URL& b, CompareOptions options) {
   require(a.startsWithAnyPath(std::vector{b}, options) == startsWithB, "one of one URL is that one");
 }
 
+}  // namespace
+
 /// Two URLs, a line each.
 void check(std::string_view input) {
   const auto a = checkedURL(takeLine(input));
@@ -91,10 +93,4 @@ void check(std::string_view input) {
   }
 }
 
-}  // namespace
 }  // namespace zt
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  zt::check(zt::textOf(data, size));
-  return 0;
-}

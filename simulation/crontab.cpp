@@ -1,10 +1,10 @@
 #include "crontab.h"
 
-#include <time.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
+
+#include "local_time.h"
 
 namespace zt::simulation {
 namespace {
@@ -13,7 +13,7 @@ using namespace std::chrono_literals;
 
 struct Field {
   const char* text;
-  unsigned days;  ///< that it accepts
+  unsigned accepted;  ///< bits, as in Schedule
 };
 
 constexpr unsigned all = 0x7F;
@@ -42,13 +42,6 @@ constexpr std::array brokenHours = {"*", "24", "-1", "9-17", "", "99999999999999
 constexpr std::array brokenWeekdays = {"7", "8", "", "Mon", "* "};
 constexpr std::array brokenOrdinals = {"15", "22-28", "", "1", "** "};
 
-tm localFields(Minute minute) {
-  const time_t time = std::chrono::sys_seconds{minute}.time_since_epoch().count();
-  tm fields{};
-  ::localtime_r(&time, &fields);
-  return fields;
-}
-
 /// A number as the application may write it.
 std::string number(Random& random, int value) {
   const std::string digits = std::to_string(value);
@@ -56,13 +49,12 @@ std::string number(Random& random, int value) {
   return std::string(form == 0 ? "+" : form == 1 ? "00" : "").append(digits);
 }
 
-template <typename Schedule>
-bool fires(const Schedule& schedule, const tm& local) {
-  return schedule.minute == local.tm_min && schedule.hour == local.tm_hour &&
-         (schedule.weekdays >> local.tm_wday & 1U) != 0 && (schedule.ordinals >> ((local.tm_mday - 1) / 7) & 1U) != 0;
-}
-
 }  // namespace
+
+bool Crontab::Schedule::firesAt(const tm& local) const {
+  return minute == local.tm_min && hour == local.tm_hour && (weekdays >> local.tm_wday & 1U) != 0 &&
+         (ordinals >> ((local.tm_mday - 1) / 7) & 1U) != 0;
+}
 
 void Crontab::drawLine(Random& random, int minute, int hour) {
   const auto& weekday = random.pick(weekdayFields);
@@ -74,7 +66,7 @@ void Crontab::drawLine(Random& random, int minute, int hour) {
                                        random.oneIn(2) ? "*" : "2",  // nobody looks at the month
                                        weekday.text,
                                        "'/Z.app/ZTUtil' start file:///Copies/no\\%20" + name};
-  Schedule schedule{minute, hour, weekday.days, ordinal.days, "file:///Copies/no%20" + name};
+  Schedule schedule{minute, hour, weekday.accepted, ordinal.accepted, "file:///Copies/no%20" + name};
   bool isSchedule = true;
   char separator = '\t';
   if (random.oneIn(5)) {
@@ -125,7 +117,7 @@ std::vector<std::string> Crontab::dueAt(Minute minute) const {
   const tm local = localFields(minute);
   std::vector<std::string> urls;
   for (const auto& schedule : schedules_) {
-    if (fires(schedule, local) && !schedule.url.empty()) urls.push_back(schedule.url);
+    if (schedule.firesAt(local) && !schedule.url.empty()) urls.push_back(schedule.url);
   }
   return urls;
 }
@@ -135,7 +127,7 @@ std::optional<Minute> Crontab::next(Minute from) const {
   if (from < scannedFrom_ || from > found_) {
     const auto isDue = [this](Minute minute) {
       const tm local = localFields(minute);
-      return std::ranges::any_of(schedules_, [&](const auto& schedule) { return fires(schedule, local); });
+      return std::ranges::any_of(schedules_, [&](const auto& schedule) { return schedule.firesAt(local); });
     };
     scannedFrom_ = from;
     for (found_ = from; !isDue(found_);) found_ += 1min;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <time.h>
+
 #include <chrono>
 #include <cstddef>
 #include <optional>
@@ -16,7 +18,7 @@ using Minute = std::chrono::sys_time<std::chrono::minutes>;
 /// the text is never read here, and nothing of the tool's own code decides what is due.
 class Crontab {
  public:
-  /// Up to a day's worth of schedules, in the zone of TZ. One line in five is malformed, never fires, or names no URL.
+  /// Up to 24 schedules, in the zone of TZ. One line in five is malformed, never fires, or names no URL.
   static Crontab draw(Random& random);
 
   /// As `crontab -l` prints it.
@@ -34,6 +36,8 @@ class Crontab {
     int minute, hour;
     unsigned weekdays, ordinals;
     std::string url;  ///< empty when the line names none: there is nothing to start
+
+    bool firesAt(const tm& local) const;
   };
 
   void drawLine(Random& random, int minute, int hour);

@@ -1,23 +1,14 @@
 #include "judge.h"
 
-#include <time.h>
-
 #include <algorithm>
-#include <cstdio>
+#include <utility>
+
+#include "local_time.h"
 
 namespace zt::simulation {
 
 using namespace std::chrono_literals;
 using std::chrono::seconds;
-
-std::string localTime(Moment moment, const char* format) {
-  const time_t time = std::chrono::floor<seconds>(moment).time_since_epoch().count();
-  tm local{};
-  ::localtime_r(&time, &local);
-  std::array<char, 64> result{};
-  ::strftime(result.data(), result.size(), format, &local);
-  return result.data();
-}
 
 namespace {
 
@@ -83,14 +74,15 @@ void Judge::copyStarted(Moment now, const std::string& url) {
 void Judge::endPass() {
   if (!pass_) return;
   const auto due = pass_->crontab->dueAt(pass_->minute);
-  const bool again = pass_->minute == lastMinute_;
-  if (!again) figures_.due += std::ssize(due);
-  if (again && !due.empty()) {
+  looks_ = pass_->minute == lastMinute_ ? looks_ + 1 : 1;
+  if (looks_ == 1) figures_.due += std::ssize(due);
+  if (looks_ > 1 && !pass_->started.empty()) {
     figures_.doubled += std::ssize(pass_->started);
-    tell("what is due at " + text(pass_->minute) + " was started twice, by two looks at the crontab");
-  } else if (pass_->started == due) {
+    if (looks_ == 2) figures_.startedOnce -= std::ssize(due);
+    tell("what is due at " + text(pass_->minute) + " was started again, by another look at the crontab");
+  } else if (looks_ == 1 && pass_->started == due) {
     figures_.startedOnce += std::ssize(due);
-  } else {
+  } else if (looks_ == 1) {
     for (const auto& url : due) {
       const auto times = std::ranges::count(pass_->started, url);
       ++(times == 0 ? figures_.missed : times == 1 ? figures_.startedOnce : figures_.doubled);
@@ -135,10 +127,8 @@ void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRe
   if (due == 0) return;
   figures_.due += due;
 
-  const bool awakeThroughout = before.awake + record.awake == 2min;
-  const bool heldUp = before.free + record.free < 75s;
   const bool changed = before.crontabChanged || record.crontabChanged;
-  const bool hadTime = awakeThroughout && !heldUp && !changed;
+  const bool hadTime = record.awake == 1min && before.free + record.free >= 75s && !changed;
   const bool wokenInTime = (record.event == Event::startedTool && record.freeSinceEvent >= 3s) ||
                            (record.event == Event::whileToolRan && record.freeSinceEvent >= 12s);
   const bool asleep = record.awake == 0s;
@@ -149,7 +139,7 @@ void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRe
     (running_ ? figures_.asleepInRun : figures_.asleepUnset) += due;
   } else if (record.event == Event::whileToolEnded) {
     figures_.ending += due;
-  } else if (awakeThroughout && heldUp) {
+  } else if (before.awake + record.awake == 2min && !changed) {
     figures_.heldUp += due;
   } else {
     figures_.awakeTooShort += due;

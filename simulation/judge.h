@@ -7,15 +7,15 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "crontab.h"
+#include "local_time.h"
 
 namespace zt::simulation {
 
-using Moment = std::chrono::sys_time<milliseconds>;
-
-/// What has come of the copies that were due, each counted once for every minute in which it was.
+/// What has come of the minutes that were due: each counts once for every schedule that fires in it.
 struct Figures {
   std::int64_t machineYears = 0, runs = 0;
   std::int64_t due = 0, startedOnce = 0, late = 0;
@@ -32,7 +32,7 @@ struct MinuteRecord {
   enum class Event { none, startedTool, whileToolRan, whileToolEnded };
 
   milliseconds awake{};
-  milliseconds free{};            ///< awake, and the tool did not wait for a program that it had started
+  milliseconds free{};            ///< since it last woke, and the tool did not wait for a program that it had started
   milliseconds freeSinceEvent{};  ///< that, after a wake event of ours
   Event event = Event::none;      ///< the last one of ours
   bool crontabChanged = false;
@@ -57,10 +57,12 @@ class Judge {
   void runEnds(Moment now, int status, bool assertionHeld, const std::optional<std::vector<Moment>>& armed);
 
   /// `minute` is over, and `inForce` is the crontab at its end. What was due and not looked at is missed if
-  /// - the machine was awake all through this minute and the one before, in which the crontab stayed the same and the
-  ///   programs that the tool waits for took no more than 45 seconds; or
+  /// - the machine was awake to its end, and before for long enough to start the tool: 10 seconds for the last wait of
+  /// a
+  ///   run under way, 61 to the next one, and 4 to spare, besides what programs took; the crontab had stayed the same
+  ///   in this minute and the one before; or
   /// - a wake event of ours came in this minute, and the machine was awake long enough then: 3 seconds to start the
-  ///   tool, or 12 for a run under way to get through its last wait of 10 seconds, besides what programs took; or
+  ///   tool, or 12 for the last wait of a run under way, besides what programs took; or
   /// - the machine was asleep, but the last run had ended well, with the crontab that is in force.
   ///
   /// Otherwise it is not the tool that is to blame: the machine was asleep with no event that could wake it, because it
@@ -89,6 +91,7 @@ class Judge {
   Figures& figures_;
   std::optional<Pass> pass_;
   Minute lastMinute_{};  ///< that a pass has served
+  int looks_ = 0;        ///< at what is due in it
   bool running_ = false;
   std::shared_ptr<const Crontab> provided_;  ///< the crontab for which the last run has set what is to be set
   std::optional<std::chrono::seconds> announced_;
@@ -96,8 +99,5 @@ class Judge {
   std::size_t notes_ = 0;
   std::string report_;
 };
-
-/// Local date and time in a format of strftime(3).
-std::string localTime(Moment moment, const char* format);
 
 }  // namespace zt::simulation

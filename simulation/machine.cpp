@@ -1,11 +1,8 @@
 #include "machine.h"
 
-#include <time.h>
-
 #include <algorithm>
 #include <array>
 #include <functional>
-#include <utility>
 
 namespace zt::simulation {
 
@@ -50,8 +47,10 @@ bool Machine::untilStart() {
 }
 
 void Machine::toolEnds() {
+  toolIsEnding_ = true;
+  work(2ms);
   note("the tool has ended");
-  toolRuns_ = toolIsEnding = false;
+  toolRuns_ = toolIsEnding_ = false;
   timerElapses_ = awakeFor_ + 60s + random_.between(0ms, 999ms);
 }
 
@@ -69,6 +68,7 @@ void Machine::work(milliseconds duration) {
 
 void Machine::sleepUntil(Moment moment) {
   while (now_ < moment || !awake_) hop(awake_ ? moment : Moment::max());
+  hop(now_);  // a wake event that was overdue when the machine woke has come in this sleep, not after it
 }
 
 std::shared_ptr<const Crontab> Machine::readCrontab() {
@@ -170,6 +170,7 @@ void Machine::wakeUp(const char* why) {
   note(std::string("the machine wakes, ") + why);
   awake_ = true;
   wakesAt_ = Moment::max();
+  record_.free = 0ms;
   if (!personIsThere_) idleFor(random_.between(5s, 2min));
 }
 
@@ -184,7 +185,7 @@ void Machine::comeDue(std::size_t wakeEvent) {
   }
   note("our wake event of " + event.when);
   // A start that is asked for while the service runs is taken for the one that runs.
-  record_.event = !toolRuns_ ? Event::startedTool : toolIsEnding ? Event::whileToolEnded : Event::whileToolRan;
+  record_.event = !toolRuns_ ? Event::startedTool : toolIsEnding_ ? Event::whileToolEnded : Event::whileToolRan;
   record_.freeSinceEvent = 0s;
   startIsAsked_ = !toolRuns_;
 }
@@ -200,7 +201,7 @@ void Machine::changeCrontab() {
 void Machine::change(Fault& fault, const char* name) {
   fault.failing = !fault.failing;
   fault.changesAt = now_ + random_.about(fault.failing ? 20min : fault.typical);
-  agentIsMissing_ = random_.oneIn(2);
+  if (&fault == &agent_) agentIsMissing_ = random_.oneIn(2);
   note(std::string(name) + (fault.failing ? " fails from now on" : " works again"));
 }
 
@@ -221,10 +222,7 @@ void Machine::setWakeEvent(const std::string& time) {
   // The first instant to come at which the clock shows that time: with one of the offsets of the hours around it.
   std::optional<Moment> at;
   for (auto distance = -15h; distance <= 15h; distance += 1h) {
-    const time_t near = floor<std::chrono::seconds>(asUtc + distance).time_since_epoch().count();
-    tm local{};
-    ::localtime_r(&near, &local);
-    const Moment candidate = asUtc - std::chrono::seconds{local.tm_gmtoff};
+    const Moment candidate = asUtc - std::chrono::seconds{localFields(asUtc + distance).tm_gmtoff};
     if (candidate > now_ && (!at || candidate < *at) && localTime(candidate, listed) == when.data()) at = candidate;
   }
   if (!at) {

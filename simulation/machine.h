@@ -30,6 +30,7 @@ class Machine {
 
   /// The service manager waits until it has to start the tool. False when the year is over.
   bool untilStart();
+  /// The tool has done its work; the last of it is gone milliseconds later.
   void toolEnds();
 
   /// A program takes its time: seconds that the machine is asleep do not count.
@@ -57,7 +58,6 @@ class Machine {
   std::vector<Moment> ownWakeEvents() const;
 
   bool assertionHeld = false;
-  bool toolIsEnding = false;          ///< has done its work and exits
   std::vector<WakeEvent> wakeEvents;  ///< all that are armed, whoever set them
 
  private:
@@ -92,7 +92,7 @@ class Machine {
   Fault inhibitor_{std::chrono::hours{60}}, listing_{std::chrono::hours{90}}, agent_{std::chrono::hours{90}};
   bool agentIsMissing_ = false;
 
-  bool toolRuns_ = false, programRuns_ = false, startIsAsked_ = false;
+  bool toolRuns_ = false, toolIsEnding_ = false, programRuns_ = false, startIsAsked_ = false;
   milliseconds timerElapses_{};  ///< on the monotonic clock
   Moment tick_;                  ///< of the calendar timer
 

@@ -5,7 +5,6 @@
 
 #include <array>
 #include <charconv>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -19,8 +18,6 @@
 namespace zt::simulation {
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr auto* usage =
     R"(usage: simulate [--years N] [--seed S] [--calendar-timer]
 
@@ -28,8 +25,8 @@ Runs the tool on N (20) simulated machines, a year on each. The machines are dra
 --seed S --years 1 repeats one of them alone. It ends with status 1 when a copy was missed, doubled or early, or anything
 else was not as it should be. docs/simulation.md describes the machines, and which losses are not the tool's fault.
 
-  --calendar-timer  starts the tool at full minutes, and after a run that a full minute fell into at once. Copies are
-                    doubled then: which is why the tool has another timer, and shows that doubled copies are noticed
+  --calendar-timer  starts the tool at each full minute, and when one passes during a run, again as soon as that ends.
+                    Copies are doubled then: this shows that the simulation notices, and why the tool has another timer
 )";
 
 std::array<char, 64> stuck;
@@ -42,7 +39,8 @@ extern "C" void tellThatItIsStuck(int) {
 
 /// Gives what went wrong, or nothing.
 std::string liveThroughAYear(std::uint64_t seed, Timer timer, Figures& figures) {
-  std::snprintf(stuck.data(), stuck.size(), "seed %llu: a run does not end\n", static_cast<unsigned long long>(seed));
+  std::snprintf(stuck.data(), stuck.size(), "seed %llu: the year is not over after 300 seconds\n",
+                static_cast<unsigned long long>(seed));
   ::alarm(300);
 
   Random random(seed);
@@ -87,9 +85,13 @@ int main(char** arguments) {
     if (name == "--calendar-timer") {
       timer = Timer::calendar;
     } else if (!(name == "--years" && read(*++argument, years)) && !(name == "--seed" && read(*++argument, seed))) {
-      std::cerr << usage;
+      std::cerr << "simulate: cannot make sense of " << name << "\n\n" << usage;
       return 2;
     }
+  }
+  if (years == 0) {
+    std::cerr << "simulate: no years, nothing shown\n";
+    return 2;
   }
   std::signal(SIGALRM, tellThatItIsStuck);
   Figures figures;

@@ -9,7 +9,7 @@ namespace zt::simulation {
 
 using std::chrono::milliseconds;
 
-/// What is drawn for one machine: the same for the same seed.
+/// All that is drawn for one machine. The same seed and the same questions give the same answers.
 class Random {
  public:
   explicit Random(std::uint64_t seed) : engine_(seed) {}

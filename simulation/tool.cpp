@@ -1,6 +1,5 @@
 #include "tool.h"
 
-#include <algorithm>
 #include <charconv>
 #include <sstream>
 
@@ -93,9 +92,9 @@ class Services final : public Clock,
 
   void write(LogLevel, std::string_view, std::string_view, std::string_view message) override {
     machine_.note(message);
-    const auto announcement = message.find("leeping ");
-    if (announcement == message.npos) return;
-    const auto number = message.find_first_of("-0123456789", announcement);
+    // "Sleeping for N seconds." or "..., then sleeping N seconds for ..."
+    const auto number = message.find_first_of("-0123456789", message.find("leeping "));
+    if (number == message.npos) return;
     std::int64_t value{};
     std::from_chars(message.data() + number, message.data() + message.size(), value);
     judge_.sleepAnnounced(seconds{value});
@@ -130,8 +129,6 @@ void runTool(Machine& machine, Judge& judge, Calendar& calendar) {
       {services, calendar, services, services, services, services, services, LogSinks{&services, services}, output});
   judge.runEnds(machine.now(), status, machine.assertionHeld,
                 services.wakeEventsWorked() ? std::optional(machine.ownWakeEvents()) : std::nullopt);
-  machine.toolIsEnding = true;
-  machine.work(2ms);
   machine.toolEnds();
 }
 

@@ -35,8 +35,9 @@ class MainLoop {
         controller_(application.controller),
         wakeScheduling_(services.wakeEvents, services.fileManager, application.agent, log) {}
 
-  /// Serves the current minute. Then it sleeps into the next one, for which another pass is to be made (true), or
-  /// sets the wake event and waits out the throttle interval. Gives whether another pass is to be made.
+  /// Serves the current minute. Then it sleeps into the next one, or sets the wake event and waits out the throttle
+  /// interval. Gives whether another pass is to be made: always after the former, after the latter only where the event
+  /// has come meanwhile.
   bool pass() {
     services_.calendar.update();
     const Instant now = services_.clock.now();

@@ -25,6 +25,7 @@ std::string text(const Texts& done) {
   return result;
 }
 
+/// What the run prints: a buffer, so that writing to it is a call that can fail, too.
 using Output = std::stringbuf;
 
 std::string crontabLine(std::size_t pass, const std::string& word) {
@@ -110,7 +111,7 @@ struct Machine : Applications, FileManager, PowerAssertions, PlainLog, FakeClock
   void wake(const std::filesystem::path&, const std::string& when) override { does("wake " + when, !isStartable); }
 
   bool isRunning;    // the application, which is installed anyhow
-  bool isStartable;  // a program that fails: otherwise it ends the process
+  bool isStartable;  // a program that fails; one that cannot be started ends the process
   std::size_t toFail;
   mutable std::size_t callsMade = 0;
   mutable Failure failure;
@@ -188,7 +189,7 @@ TEST(FailingCalls, TakeAlongOnlyWhatDependsOnThem) {
       EXPECT_EQ(text(done), text(after(failure, undisturbed)))
           << "call " << tried + 1 << ", in pass " << failure.pass << ": " << failure.call;
     }
-    EXPECT_EQ(tried, isRunning ? 64U : 65U);
+    EXPECT_EQ(tried, isRunning ? 64U : 65U);  // where it is not running, it is asked where it is installed
   }
 }
 

@@ -54,6 +54,7 @@ std::optional<Bundle> readBundle(const std::filesystem::path& path, std::string_
   const std::string identifier = textOf(plist.get(), "CFBundleIdentifier");
   const std::string executable = textOf(plist.get(), "CFBundleExecutable");
   if (identifier.empty() || executable.empty()) return std::nullopt;
+  // Put together as text: a name that begins with a slash would otherwise replace the folder.
   return Bundle{identifier, path / ("Contents/MacOS/" + executable)};
 }
 

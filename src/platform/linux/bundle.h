@@ -17,7 +17,8 @@ struct Bundle {
 /// ".app". Gives nullopt where that is missing, unreadable, far too large, or names no identifier or executable.
 std::optional<Bundle> readBundle(const std::filesystem::path& path);
 
-/// The same with what its Info.plist holds.
+/// What the bundle at `path` says of itself if this is what its Info.plist holds. Looks at no file; for no more than
+/// the other would read.
 std::optional<Bundle> readBundle(const std::filesystem::path& path, std::string_view infoPlist);
 
 }  // namespace zt
