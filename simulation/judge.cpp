@@ -122,6 +122,7 @@ void Judge::runEnds(Moment now, int status, bool assertionHeld, const std::optio
 
 void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce) {
   using Event = MinuteRecord::Event;
+  if (record.event == Event::whileToolEnded) provided_.reset();  // what the run has set is used up
   if (record.served) return;
   const auto due = std::ssize(inForce.dueAt(minute));
   if (due == 0) return;

@@ -66,9 +66,9 @@ class Judge {
   /// - the machine was asleep, but the last run had ended well, with the crontab that is in force.
   ///
   /// Otherwise it is not the tool that is to blame: the machine was asleep with no event that could wake it, because it
-  /// was put to sleep in the middle of a run, or because the event could not be set (a fault) or not yet (a new
-  /// crontab); it was awake too short a time; a program held the tool up; or the machine was put to sleep in the
-  /// milliseconds in which a run ended, which then swallowed the start that the wake event asked for.
+  /// was put to sleep in the middle of a run, or because the event could not be set (a fault), not yet (a new crontab),
+  /// or came to nothing (as below); it was awake too short a time; a program held the tool up; or the machine was put
+  /// to sleep in the milliseconds in which a run ended, which then swallowed the start that the wake event asked for.
   void minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce);
 
   /// What is not about a copy.
