@@ -70,8 +70,8 @@ void Crontab::drawLine(Random& random, int minute, int hour) {
   bool isSchedule = true;
   char separator = '\t';
   if (random.oneIn(5)) {
-    const auto kind = random.below(9);
-    isSchedule = kind > 6;
+    const auto kind = random.below(7);
+    isSchedule = false;
     if (kind == 0) fields[0] = random.pick(brokenMinutes);
     if (kind == 1) fields[1] = random.pick(brokenHours);
     if (kind == 2) fields[2] = random.pick(brokenOrdinals);
@@ -79,9 +79,9 @@ void Crontab::drawLine(Random& random, int minute, int hour) {
     if (kind == 4) separator = ' ';
     if (kind == 5) fields[5] += "\tmore";
     if (kind == 6) fields[5] = "ztutil file:///Copies/other";
-    // These two fire like others, and the machine is woken for them: only then it shows that there is nothing to start.
-    if (kind == 7) fields[5] = "ZTUtil start ";
-    if (kind == 8) fields[5] = "ZTUtil file:///Copies[";
+  } else if (random.oneIn(20)) {
+    // Fires like others, and the machine is woken for it: only then it shows that there is nothing to start.
+    fields[5] = random.oneIn(2) ? "ZTUtil start " : "ZTUtil file:///Copies[";
     schedule.url.clear();
   }
   std::string line = fields[0];

@@ -18,7 +18,8 @@ using Minute = std::chrono::sys_time<std::chrono::minutes>;
 /// the text is never read here, and nothing of the tool's own code decides what is due.
 class Crontab {
  public:
-  /// Up to 24 schedules, in the zone of TZ. One line in five is malformed, never fires, or names no URL.
+  /// Up to 24 schedules, in the zone of TZ. One line in five is malformed or never fires, and now and then one is due
+  /// but names no URL.
   static Crontab draw(Random& random);
 
   /// As `crontab -l` prints it.

@@ -39,6 +39,13 @@ struct MinuteRecord {
   bool served = false;  ///< the tool looked at what is due in it
 };
 
+/// The wake events of ours, and whether the tool was hindered in setting them in this run.
+struct OwnWakeEvents {
+  std::vector<Moment> armed;
+  bool agentWorked = true;
+  bool listingWorked = true;  ///< otherwise there may be old ones that it could not know of
+};
+
 /// Compares what the tool does with what the crontab means.
 class Judge {
  public:
@@ -51,10 +58,9 @@ class Judge {
   /// The tool reads the crontab, in a minute that it has chosen to look at.
   void passBegins(Moment now, std::shared_ptr<const Crontab> crontab);
   void sleepAnnounced(std::chrono::seconds duration);
-  void toolSleeps(std::chrono::seconds duration);
+  void toolSleeps(Moment now, std::chrono::seconds duration, const OwnWakeEvents& wakeEvents);
   void copyStarted(Moment now, const std::string& url);
-  /// `armed` are the wake events of ours at the end, or nullopt where something hindered the tool or its agent.
-  void runEnds(Moment now, int status, bool assertionHeld, const std::optional<std::vector<Moment>>& armed);
+  void runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEvents& wakeEvents);
 
   /// `minute` is over, and `inForce` is the crontab at its end. What was due and not looked at is missed if
   /// - the machine was awake to its end, and before for long enough to start the tool: 10 seconds for the last wait of
@@ -86,6 +92,8 @@ class Judge {
   };
 
   void endPass();
+  /// Whether what is armed is the next event, as seen from the minute after the one that is looked at.
+  void checkArmed(std::optional<Minute> next, const OwnWakeEvents& wakeEvents);
   void tell(const std::string& violation);
 
   Figures& figures_;

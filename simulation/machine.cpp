@@ -67,8 +67,9 @@ void Machine::work(milliseconds duration) {
 }
 
 void Machine::sleepUntil(Moment moment) {
-  while (now_ < moment || !awake_) hop(awake_ ? moment : Moment::max());
-  hop(now_);  // a wake event that was overdue when the machine woke has come in this sleep, not after it
+  do {
+    while (now_ < moment || !awake_) hop(awake_ ? moment : Moment::max());
+  } while (hop(now_));  // a wake event that was overdue when the machine woke has come in this sleep, not after it
 }
 
 std::shared_ptr<const Crontab> Machine::readCrontab() {
@@ -77,15 +78,14 @@ std::shared_ptr<const Crontab> Machine::readCrontab() {
 }
 
 milliseconds Machine::programDuration() {
-  if (random_.oneIn(20'000)) return random_.between(20s, 90s);
+  if (random_.oneIn(5'000)) return random_.between(20s, 90s);
   if (random_.oneIn(200)) return random_.between(1s, 8s);
   if (random_.oneIn(50)) return random_.between(50ms, 1s);
   return random_.between(1ms, 20ms);
 }
 
-/// Lets time pass until the next thing happens on the machine, but not beyond `target`.
-void Machine::hop(Moment target) {
-  std::function<void()> happens = [] {};
+bool Machine::hop(Moment target) {
+  std::function<void()> happens;
   const auto consider = [&](Moment moment, auto what) {
     if (moment > target) return;
     target = std::max(moment, now_);
@@ -103,7 +103,9 @@ void Machine::hop(Moment target) {
     consider(wakesAt_, [this] { wakeUp("by its clock"); });
   }
   passTo(target);
+  if (!happens) return false;
   happens();
+  return true;
 }
 
 void Machine::passTo(Moment moment) {
@@ -162,7 +164,8 @@ void Machine::fallAsleep(const char* why) {
   for (const auto& event : wakeEvents) wakesAt_ = std::min(wakesAt_, event.at);
   // The clock rings up to a second before, and waking takes a while.
   if (wakesAt_ != Moment::max()) {
-    wakesAt_ = std::max(wakesAt_ + random_.between(-1s, 5s), now_ + random_.between(500ms, 4s));
+    const Moment soonest = now_ + random_.between(500ms, 4s);
+    wakesAt_ = std::max(wakesAt_ + random_.between(-1s, 5s), soonest);
   }
 }
 
@@ -170,7 +173,7 @@ void Machine::wakeUp(const char* why) {
   note(std::string("the machine wakes, ") + why);
   awake_ = true;
   wakesAt_ = Moment::max();
-  record_.free = 0ms;
+  before_.free = record_.free = 0ms;
   if (!personIsThere_) idleFor(random_.between(5s, 2min));
 }
 

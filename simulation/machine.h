@@ -67,7 +67,9 @@ class Machine {
     Moment changesAt{};
   };
 
-  void hop(Moment target);
+  /// Lets time pass until the next thing happens on the machine, but not beyond `target`. Gives whether it has
+  /// happened.
+  bool hop(Moment target);
   void passTo(Moment moment);
   Moment timerElapsesAt() const;
 

@@ -7,7 +7,6 @@
 #include <charconv>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -29,18 +28,20 @@ else was not as it should be. docs/simulation.md describes the machines, and whi
                     Copies are doubled then: this shows that the simulation notices, and why the tool has another timer
 )";
 
-std::array<char, 64> stuck;
+std::array<char, 64> seedText;
 
-/// A search that does not end is a fault as well, and nothing else would stop it.
-extern "C" void tellThatItIsStuck(int) {
-  [[maybe_unused]] const auto written = ::write(STDERR_FILENO, stuck.data(), std::strlen(stuck.data()));
+/// A search that does not end and a tool that aborts are faults as well, and nothing else would tell the seed.
+extern "C" void tellSeed(int signal) {
+  const std::string_view what = signal == SIGALRM ? "the year is not over after 300 seconds\n" : "the tool aborts\n";
+  for (const std::string_view text : {std::string_view(seedText.data()), what}) {
+    [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
+  }
   ::_exit(1);
 }
 
 /// Gives what went wrong, or nothing.
 std::string liveThroughAYear(std::uint64_t seed, Timer timer, Figures& figures) {
-  std::snprintf(stuck.data(), stuck.size(), "seed %llu: the year is not over after 300 seconds\n",
-                static_cast<unsigned long long>(seed));
+  std::snprintf(seedText.data(), seedText.size(), "seed %llu: ", static_cast<unsigned long long>(seed));
   ::alarm(300);
 
   Random random(seed);
@@ -93,7 +94,7 @@ int main(char** arguments) {
     std::cerr << "simulate: no years, nothing shown\n";
     return 2;
   }
-  std::signal(SIGALRM, tellThatItIsStuck);
+  for (const int signal : {SIGALRM, SIGABRT}) std::signal(signal, tellSeed);
   Figures figures;
   for (std::uint64_t year = 0; year < years; ++year) {
     const bool isFirst = figures.violations() == 0;

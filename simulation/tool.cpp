@@ -27,11 +27,12 @@ class Services final : public Clock,
  public:
   Services(Machine& machine, Judge& judge) : machine_(machine), judge_(judge) {}
 
-  bool wakeEventsWorked() const { return wakeEventsWorked_; }
+  OwnWakeEvents wakeEvents() const { return {machine_.ownWakeEvents(), agentWorked_, listingWorked_}; }
 
   Instant now() const override { return floor<seconds>(machine_.now()); }
   void sleep(seconds duration) override {
-    judge_.toolSleeps(duration);
+    checkAssertion();
+    judge_.toolSleeps(machine_.now(), duration, wakeEvents());
     machine_.sleepUntil(machine_.now() + duration);
   }
 
@@ -39,11 +40,12 @@ class Services final : public Clock,
   std::optional<std::filesystem::path> installed(std::string_view) const override { return application; }
 
   bool isExecutableFile(const std::filesystem::path&) const override {
-    return works(machine_.agentWorks()) || !machine_.agentIsMissing();
+    return agentWorks() || !machine_.agentIsMissing();
   }
 
   std::optional<Texts> shell(const std::string& path, const Texts& arguments) override {
     if (path == "/usr/bin/crontab") {
+      checkAssertion();
       const auto crontab = machine_.readCrontab();
       judge_.passBegins(machine_.now(), crontab);
       program();
@@ -63,14 +65,19 @@ class Services final : public Clock,
   Created create(std::string_view, std::string_view, std::string_view) override {
     program();
     machine_.assertionHeld = machine_.inhibitorWorks();
+    assertionRefused_ = !machine_.assertionHeld;
     return {.result = machine_.inhibitorWorks() ? 0 : -16, .identifier = 1};
   }
-  void release(std::uint32_t) override { machine_.assertionHeld = false; }
+  void release(std::uint32_t) override {
+    if (!machine_.assertionHeld) judge_.otherViolation("an assertion is released that is not held");
+    machine_.assertionHeld = false;
+  }
 
   std::optional<Texts> list(const std::filesystem::path&) override {
     program();
     cancellable_.clear();
-    if (!works(machine_.listingWorks())) return std::nullopt;
+    listingWorked_ = listingWorked_ && machine_.listingWorks();
+    if (!machine_.listingWorks()) return std::nullopt;
     Texts lines{"Scheduled power events:"};
     for (const auto& event : machine_.wakeEvents) {
       lines.push_back(" [" + std::to_string(lines.size()) + "]  wake at " + event.when + " by " +
@@ -82,12 +89,12 @@ class Services final : public Clock,
   void cancel(const std::filesystem::path&, const std::string& dateAndTime) override {
     if (std::erase(cancellable_, dateAndTime) == 0) judge_.otherViolation(dateAndTime + " is not ours to cancel");
     program();
-    if (!works(machine_.agentWorks())) return;
+    if (!agentWorks()) return;
     std::erase_if(machine_.wakeEvents, [&](const auto& event) { return event.ours && event.when == dateAndTime; });
   }
   void wake(const std::filesystem::path&, const std::string& time) override {
     program();
-    if (works(machine_.agentWorks())) machine_.setWakeEvent(time);
+    if (agentWorks()) machine_.setWakeEvent(time);
   }
 
   void write(LogLevel, std::string_view, std::string_view, std::string_view message) override {
@@ -106,16 +113,21 @@ class Services final : public Clock,
     if (++programs_ > 10'000) throw RunWithoutEnd();
     machine_.work(machine_.programDuration());
   }
-  bool works(bool whether) const {
-    wakeEventsWorked_ = wakeEventsWorked_ && whether;
-    return whether;
+  void checkAssertion() {
+    if (!machine_.assertionHeld && !assertionRefused_) judge_.otherViolation("no assertion is held");
+  }
+  bool agentWorks() const {
+    agentWorked_ = agentWorked_ && machine_.agentWorks();
+    return machine_.agentWorks();
   }
 
   Machine& machine_;
   Judge& judge_;
   Texts cancellable_;
   int programs_ = 0;
-  mutable bool wakeEventsWorked_ = true;  ///< isExecutableFile() notes it too
+  mutable bool agentWorked_ = true;  ///< isExecutableFile() notes it too
+  bool listingWorked_ = true;
+  bool assertionRefused_ = false;
 };
 
 }  // namespace
@@ -127,8 +139,7 @@ void runTool(Machine& machine, Judge& judge, Calendar& calendar) {
   std::ostringstream output;
   const int status = run(
       {services, calendar, services, services, services, services, services, LogSinks{&services, services}, output});
-  judge.runEnds(machine.now(), status, machine.assertionHeld,
-                services.wakeEventsWorked() ? std::optional(machine.ownWakeEvents()) : std::nullopt);
+  judge.runEnds(machine.now(), status, machine.assertionHeld, services.wakeEvents());
   machine.toolEnds();
 }
 

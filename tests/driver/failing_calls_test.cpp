@@ -34,7 +34,15 @@ std::string crontabLine(std::size_t pass, const std::string& word) {
 
 /// A machine with work for three passes, each of which finds two more wake events of ours. One call to it fails:
 /// any but those to the clock and the calendar, which have no way to.
-struct Machine : Applications, FileManager, PowerAssertions, PlainLog, FakeClock, FakeCommands, FakeWakeEvents, Output {
+struct Machine : Applications,
+                 FileManager,
+                 PowerAssertions,
+                 PlainLog,
+                 UnifiedLog,
+                 FakeClock,
+                 FakeCommands,
+                 FakeWakeEvents,
+                 Output {
   Machine(bool running, bool startable, std::size_t callToFail)
       : FakeClock(at("2027-03-09 12:34:20 +0000")), isRunning(running), isStartable(startable), toFail(callToFail) {
     crontab = {crontabLine(1, "file:///1st"), crontabLine(2, "a[b"), crontabLine(2, "file:///2nd"),
@@ -46,7 +54,8 @@ struct Machine : Applications, FileManager, PowerAssertions, PlainLog, FakeClock
     Zone utc("UTC0");
     std::ostream output(this);
     try {
-      const int status = zt::run({*this, utc.calendar, *this, *this, *this, *this, *this, {nullptr, *this}, output});
+      const int status = zt::run(
+          {*this, utc.calendar, *this, *this, *this, *this, *this, {isRunning ? this : nullptr, *this}, output});
       done.push_back("exit " + std::to_string(status));
     } catch (const Failure&) {
     }
@@ -82,6 +91,9 @@ struct Machine : Applications, FileManager, PowerAssertions, PlainLog, FakeClock
   }
   void release(std::uint32_t identifier) override { does("release " + std::to_string(identifier)); }
   void write(std::string_view message) override { does(std::string(message)); }
+  void write(LogLevel level, std::string_view, std::string_view, std::string_view message) override {
+    does(std::string(level == LogLevel::error ? "ERROR: " : "INFO: ").append(message));
+  }
   int sync() override {
     const std::string message = str();
     str({});
@@ -110,7 +122,7 @@ struct Machine : Applications, FileManager, PowerAssertions, PlainLog, FakeClock
   }
   void wake(const std::filesystem::path&, const std::string& when) override { does("wake " + when, !isStartable); }
 
-  bool isRunning;    // the application, which is installed anyhow
+  bool isRunning;    // the application, which is installed anyhow; then there is a unified log, too
   bool isStartable;  // a program that fails; one that cannot be started ends the process
   std::size_t toFail;
   mutable std::size_t callsMade = 0;
