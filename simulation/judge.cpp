@@ -87,32 +87,37 @@ void Judge::copyStarted(Moment now, const std::string& url) {
 
 void Judge::endPass() {
   if (!pass_) return;
-  const auto due = pass_->crontab->dueAt(pass_->minute);
-  looks_ = pass_->minute == lastMinute_ ? looks_ + 1 : 1;
-  if (looks_ == 1) figures_.due += std::ssize(due);
-  if (looks_ > 1 && !pass_->started.empty()) {
-    figures_.doubled += std::ssize(pass_->started);
-    if (looks_ == 2) figures_.startedOnce -= std::ssize(due);
-    tell("what is due at " + text(pass_->minute) + " was started again, by another look at the crontab");
-  } else if (looks_ == 1 && pass_->started == due) {
-    figures_.startedOnce += std::ssize(due);
-  } else if (looks_ == 1) {
-    const auto violations = figures_.violations();
-    for (const auto& url : due) {
-      const auto times = std::ranges::count(pass_->started, url);
-      ++(times == 0 ? figures_.missed : times == 1 ? figures_.startedOnce : figures_.doubled);
-    }
-    figures_.early +=
-        std::ranges::count_if(pass_->started, [&](const auto& url) { return std::ranges::count(due, url) == 0; });
-    std::string what = "due at " + text(pass_->minute) + ":";
-    for (const auto& url : due) what.append(" ").append(url);
-    what += "; started:";
-    for (const auto& url : pass_->started) what.append(" ").append(url);
-    if (figures_.violations() == violations) ++figures_.other;  // the order is wrong
-    tell(what);
+  const auto& [minute, crontab, started, slept] = *pass_;
+  looks_ = minute == lastMinute_ ? looks_ + 1 : 1;
+  lastMinute_ = minute;
+  if (looks_ == 1) {
+    compare(crontab->dueAt(minute), started);
+  } else if (!started.empty()) {
+    figures_.doubled += std::ssize(started);
+    if (looks_ == 2) figures_.startedOnce -= std::ssize(started);
+    tell("what is due at " + text(minute) + " was started again, by another look at the crontab");
   }
-  lastMinute_ = pass_->minute;
   pass_.reset();
+}
+
+void Judge::compare(const std::vector<std::string>& due, const std::vector<std::string>& started) {
+  figures_.due += std::ssize(due);
+  if (started == due) {
+    figures_.startedOnce += std::ssize(due);
+    return;
+  }
+  const auto violations = figures_.violations();
+  for (const auto& url : due) {
+    const auto times = std::ranges::count(started, url);
+    ++(times == 0 ? figures_.missed : times == 1 ? figures_.startedOnce : figures_.doubled);
+  }
+  figures_.early += std::ranges::count_if(started, [&](const auto& url) { return std::ranges::count(due, url) == 0; });
+  if (figures_.violations() == violations) ++figures_.other;  // the order is wrong
+  std::string what = "due at " + text(lastMinute_) + ":";
+  for (const auto& url : due) what.append(" ").append(url);
+  what += "; started:";
+  for (const auto& url : started) what.append(" ").append(url);
+  tell(what);
 }
 
 void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEvents& wakeEvents) {

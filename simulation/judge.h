@@ -92,6 +92,7 @@ class Judge {
   };
 
   void endPass();
+  void compare(const std::vector<std::string>& due, const std::vector<std::string>& started);
   /// Whether what is armed is the next event, as seen from the minute after the one that is looked at.
   void checkArmed(std::optional<Minute> next, const OwnWakeEvents& wakeEvents);
   void tell(const std::string& violation);
