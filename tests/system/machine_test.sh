@@ -2,7 +2,7 @@
 # machine_test.sh PACKAGE [--suspend] [--no-permission]: installs the package on this machine and lets a user made
 # for the purpose live with it for about seven minutes. What this machine cannot do is skipped, with the reason. Needs
 # root. User and package go at the end; it refuses to begin where they are there already.
-#   --suspend        suspends the machine as well: two minutes later it has to wake by itself
+#   --suspend        suspends the machine as well, twice, and has it wake by itself: 14 minutes more
 #   --no-permission  keeps the right to wake the machine from the user; before systemd 254
 set -u
 unset TZ  # the user's systemd knows only the machine's zone
