@@ -64,9 +64,8 @@ class Judge {
 
   /// `minute` is over, and `inForce` is the crontab at its end. What was due and not looked at is missed if
   /// - the machine was awake to its end, and before for long enough to start the tool: 10 seconds for the last wait of
-  /// a
-  ///   run under way, 61 to the next one, and 4 to spare, besides what programs took; the crontab had stayed the same
-  ///   in this minute and the one before; or
+  ///   a run under way, 61 to the next one, and 4 to spare, besides what programs took; and the crontab had stayed the
+  ///   same in this minute and the one before; or
   /// - a wake event of ours came in this minute, and the machine was awake long enough then: 3 seconds to start the
   ///   tool, or 12 for the last wait of a run under way, besides what programs took; or
   /// - the machine was asleep, but the last run had ended well, with the crontab that is in force.

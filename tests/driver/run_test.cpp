@@ -152,26 +152,6 @@ TEST_F(Run, LosesNothingElseByABrokenLine) {
   EXPECT_EQ(wakeEvents.calls, Texts{"/opt/Z.app/Contents/MacOS/ZTAgent wake 3/10/2027 12:33:00"});
 }
 
-TEST_F(Run, GoesOnWithoutAgentListingOrAssertion) {
-  commands.crontab = {now};
-  wakeEvents.events = {"[0] wake at 01/02/2030 03:04:05 by 'ZTAgent'"};
-
-  const auto executables = std::exchange(fileManager.executables, {});
-  EXPECT_EQ(run(), 0);
-  EXPECT_TRUE(wakeEvents.calls.empty());
-  EXPECT_EQ(clock.sleeps, std::vector<std::int64_t>{10});
-
-  fileManager.executables = executables;
-  wakeEvents.hasListing = false;
-  powerAssertions = {};
-  powerAssertions.result = -13;
-  EXPECT_EQ(run(), 0);
-  EXPECT_EQ(wakeEvents.calls.size(), 1U) << "the wake is set, nothing is cancelled";
-  EXPECT_EQ(log.entries.at(4), "INFO: Power asssertion created - createdAssertion = -13");
-  EXPECT_TRUE(powerAssertions.released.empty());
-  EXPECT_EQ(commands.launched.size(), 2U);
-}
-
 TEST_F(Run, PrefersTheRunningApplication) {
   applications.runningCopies = {"/home/a/First.app", "/home/a/Second.app"};
   EXPECT_EQ(run(), 0);
