@@ -8,6 +8,7 @@
 namespace zt {
 
 CrontabLine::CrontabLine(std::string line) : crontabLine_(std::move(line)) {
+  parts_.reserve(fieldCount);
   const std::string_view text = crontabLine_;
   std::size_t start = 0;
   for (auto tab = text.find('\t'); tab != text.npos; tab = text.find('\t', start)) {

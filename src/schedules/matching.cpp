@@ -1,30 +1,33 @@
 #include "schedules/matching.h"
 
+#include <algorithm>
 #include <array>
+#include <ranges>
 
 namespace zt {
 namespace {
 
-bool contains(std::string_view text, std::string_view piece) {
-  return text.find(piece) != text.npos;
+/// `weekday` is 0 for Sunday to 6.
+bool acceptsWeekday(const CrontabLine& line, unsigned weekday) {
+  const auto& dayOfWeek = line.part(CrontabLine::dayOfWeek);
+  return dayOfWeek == "*" || dayOfWeek.find(static_cast<char>('0' + weekday)) != dayOfWeek.npos;
 }
 
-/// `weekday` is 0 for Sunday to 6; `ordinal` tells which of its kind in the month it is, from 1.
-bool acceptsDay(const CrontabLine& line, unsigned weekday, unsigned ordinal) {
+/// `ordinal` tells which of its weekday in the month a day is, from 1.
+bool acceptsOrdinal(const CrontabLine& line, unsigned ordinal) {
   static constexpr std::array<std::string_view, 5> ranges = {"1-7", "8-14", "15-21",
                                                              "22-31",  // the fourth and the fifth
                                                              "22-31"};
-  const auto& dayOfWeek = line.part(CrontabLine::dayOfWeek);
-  if (dayOfWeek != "*" && !contains(dayOfWeek, std::to_string(weekday))) return false;
   const auto& dayOfMonth = line.part(CrontabLine::dayOfMonth);
-  return dayOfMonth == "*" || contains(dayOfMonth, ranges.at(ordinal - 1));
+  return dayOfMonth == "*" || dayOfMonth.find(ranges.at(ordinal - 1)) != dayOfMonth.npos;
 }
 
 }  // namespace
 
 bool acceptsDay(const CrontabLine& line, std::chrono::local_days day) {
+  if (!acceptsWeekday(line, std::chrono::weekday{day}.c_encoding())) return false;
   const unsigned dayOfMonth{std::chrono::year_month_day{day}.day()};
-  return acceptsDay(line, std::chrono::weekday{day}.c_encoding(), (dayOfMonth - 1) / 7 + 1);
+  return acceptsOrdinal(line, (dayOfMonth - 1) / 7 + 1);
 }
 
 bool CrontabLine::runsOnDay(Instant time, const Calendar& calendar) const {
@@ -32,11 +35,14 @@ bool CrontabLine::runsOnDay(Instant time, const Calendar& calendar) const {
 }
 
 bool runsAt(const CrontabLine& line, Instant time, const Calendar& calendar) {
-  const LocalTime local = calendar.localTime(time);
+  return runsAt(line, calendar.localTime(time));
+}
+
+bool runsAt(const CrontabLine& line, LocalTime local) {
   const auto day = std::chrono::floor<std::chrono::days>(local);
   const std::chrono::hh_mm_ss timeOfDay{local - day};
-  return acceptsDay(line, day) && readInteger(line.part(CrontabLine::minute)) == timeOfDay.minutes().count() &&
-         readInteger(line.part(CrontabLine::hour)) == timeOfDay.hours().count();
+  return readInteger(line.part(CrontabLine::minute)) == timeOfDay.minutes().count() &&
+         readInteger(line.part(CrontabLine::hour)) == timeOfDay.hours().count() && acceptsDay(line, day);
 }
 
 bool canFire(const CrontabLine& line) {
@@ -48,12 +54,9 @@ bool canFire(const CrontabLine& line) {
     return false;
   }
   // Every weekday has a first to fifth occurrence in some month.
-  for (unsigned weekday = 0; weekday < 7; ++weekday) {
-    for (unsigned ordinal = 1; ordinal <= 5; ++ordinal) {
-      if (acceptsDay(line, weekday, ordinal)) return true;
-    }
-  }
-  return false;
+  return std::ranges::any_of(std::views::iota(0U, 7U),
+                             [&](unsigned weekday) { return acceptsWeekday(line, weekday); }) &&
+         std::ranges::any_of(std::views::iota(1U, 6U), [&](unsigned ordinal) { return acceptsOrdinal(line, ordinal); });
 }
 
 }  // namespace zt

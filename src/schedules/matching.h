@@ -12,6 +12,9 @@ namespace zt {
 /// - and minute and hour are single numbers equal to those of `time`.
 bool runsAt(const CrontabLine& line, Instant time, const Calendar& calendar);
 
+/// The same for the wall-clock reading at that time.
+bool runsAt(const CrontabLine& line, LocalTime local);
+
 /// Whether day of week and day of month both accept a local day.
 bool acceptsDay(const CrontabLine& line, std::chrono::local_days day);
 

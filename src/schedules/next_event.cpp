@@ -9,25 +9,41 @@ namespace zt {
 
 using std::chrono::days;
 
-std::optional<Instant> CrontabLine::nextRunDate(Instant reference, const Calendar& calendar) const {
-  // A line that never fires would keep the search, and so every other schedule, from ending.
-  if (!canFire(*this)) return std::nullopt;
-  const auto timeOfDay =
-      std::chrono::hours{*readInteger(part(hour))} + std::chrono::minutes{*readInteger(part(minute))};
-  const Instant start = startOfMinute(reference, calendar);
+namespace {
 
-  // Clocks that are set back across midnight bring the day before back: it is looked at as well.
-  auto day = std::chrono::floor<days>(calendar.localTime(start)) - days{1};
-  for (;; day += days{1}) {
-    if (!acceptsDay(*this, day)) continue;
-    if (const auto date = firstInstantAt(day + timeOfDay, start, calendar)) return date;
+/// Where a search begins.
+struct Start {
+  Start(Instant reference, const Calendar& calendar) : Start(minuteOf(reference, calendar), calendar) {}
+  Start(const Minute& minute, const Calendar& calendar)
+      : instant(minute.start), earliest(earliestToCome(minute, calendar)) {}
+
+  Instant instant;
+  LocalTime earliest;
+};
+
+std::optional<Instant> nextRun(const CrontabLine& line, const Start& start, const Calendar& calendar) {
+  // A line that never fires would keep the search, and so every other schedule, from ending.
+  if (!canFire(line)) return std::nullopt;
+  const auto timeOfDay = std::chrono::hours{*readInteger(line.part(CrontabLine::hour))} +
+                         std::chrono::minutes{*readInteger(line.part(CrontabLine::minute))};
+
+  for (auto day = std::chrono::ceil<days>(start.earliest - timeOfDay);; day += days{1}) {
+    if (!acceptsDay(line, day)) continue;
+    if (const auto date = firstInstantAt(day + timeOfDay, start.instant, calendar)) return date;
   }
 }
 
+}  // namespace
+
+std::optional<Instant> CrontabLine::nextRunDate(Instant reference, const Calendar& calendar) const {
+  return nextRun(*this, Start(reference, calendar), calendar);
+}
+
 std::optional<Instant> nextEventDate(std::span<const CrontabLine> lines, Instant reference, const Calendar& calendar) {
+  const Start start(reference, calendar);
   std::vector<Instant> dates;
   for (const auto& line : lines) {
-    if (const auto date = line.nextRunDate(reference, calendar)) dates.push_back(*date);
+    if (const auto date = nextRun(line, start, calendar)) dates.push_back(*date);
   }
   return earliestDate(dates);
 }

@@ -9,9 +9,18 @@ namespace zt {
 // What is meant where the clocks change: every decision about skipped and repeated wall times that
 // the schedules need stands here.
 
-/// The start of the minute that the wall clock shows at `instant`. It stays within that minute, so
-/// in a repeated hour it is of the same time round.
-Instant startOfMinute(Instant instant, const Calendar& calendar);
+/// A minute of the wall clock: the instant at which it starts, and what the clock shows then.
+struct Minute {
+  Instant start;
+  LocalTime local;
+};
+
+/// The minute that the wall clock shows at `instant`. In a repeated hour it is of the same time round.
+Minute minuteOf(Instant instant, const Calendar& calendar);
+
+/// No earlier reading is to come from that minute on. It is before the minute's own, as clocks that are set back show
+/// again what is over.
+LocalTime earliestToCome(const Minute& minute, const Calendar& calendar);
 
 /// The first instant, not before `notBefore`, at which the wall clock shows `local`: the first time
 /// round of a repeated reading, or the second where the first is over. nullopt for a skipped

@@ -100,6 +100,10 @@ TEST(NextRunDate, FollowsTheWallClock) {
       {"23:30 comes twice", "Africa/Cairo", "30 23 * * *", "2027-10-28 23:31 +0300", "2027-10-28 23:30 +0200"},
       {"yesterday comes again", "XST3XDT2,M3.2.0,M11.1.0/0:01", "30 23 * * 6", "2027-11-07 00:00:30 -0200",
        "2027-11-06 23:30 -0300"},
+      {"and this morning, set back by a day", "AAA-12BBB12,J100/12,J200/12", "30 4 * * *", "2027-04-10 11:00 +1200",
+       "2027-04-10 04:30 -1200"},
+      {"set back for some hours only", "AAA0BBB1,J100/0,J100/5", "30 23 * * *", "2027-04-09 23:50 +0000",
+       "2027-04-09 23:30 -0100"},
   };
   for (const auto& row : rows) {
     const Zone zone(row.zone);

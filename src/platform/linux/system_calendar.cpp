@@ -3,7 +3,7 @@
 #include <errno.h>
 #include <time.h>
 
-#include <set>
+#include <algorithm>
 
 #include "platform/linux/fatal.h"
 
@@ -14,6 +14,7 @@ using std::chrono::seconds;
 
 void SystemCalendar::update() {
   ::tzset();
+  samples_.fill({});
 }
 
 LocalTime SystemCalendar::localTime(Instant instant) const {
@@ -31,18 +32,25 @@ LocalTime SystemCalendar::localTime(Instant instant) const {
 std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
   // mktime(3) is no help: what it answers in a repeated hour depends on the call before it.
   const Instant asUtc{local.time_since_epoch()};
-  const auto offsetAt = [this](Instant instant) {
-    return localTime(instant).time_since_epoch() - instant.time_since_epoch();
-  };
-  // The reading taken with every offset in force around it. Some rules keep an offset for a few hours
-  // only, and the date line has been moved by a day.
-  const Instant near = asUtc - offsetAt(asUtc);
-  std::set<Instant> candidates;
-  for (const auto distance : {-24h, -3h, 0h, 3h, 24h}) candidates.insert(asUtc - offsetAt(near + distance));
+  const auto near = std::chrono::floor<SamplePeriod>(asUtc - offsetAt(std::chrono::floor<SamplePeriod>(asUtc)));
+  // The reading taken with every offset in force around it: up to three hours off, as far as rules move the clocks, and
+  // a day off, as the date line has been moved by a day.
+  std::vector<Instant> candidates;
+  for (const int distance : {-8, -1, 0, 1, 2, 9}) {
+    const Instant candidate = asUtc - offsetAt(near + SamplePeriod{distance});
+    if (std::ranges::find(candidates, candidate) == candidates.end()) candidates.push_back(candidate);
+  }
   if (candidates.size() > 1) {
     std::erase_if(candidates, [&](Instant instant) { return localTime(instant) != local; });
+    std::ranges::sort(candidates);
   }
-  return {candidates.begin(), candidates.end()};
+  return candidates;
+}
+
+seconds SystemCalendar::offsetAt(SampleTime time) const {
+  auto& sample = samples_[static_cast<std::size_t>(time.time_since_epoch().count()) % samples_.size()];
+  if (sample.time != time) sample = {time, localTime(time).time_since_epoch() - seconds{time.time_since_epoch()}};
+  return sample.offset;
 }
 
 }  // namespace zt

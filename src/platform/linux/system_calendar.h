@@ -1,10 +1,14 @@
 #pragma once
 
+#include <array>
+#include <cstdint>
+
 #include "platform/calendar.h"
 
 namespace zt {
 
-/// The C library's time zone (tzset(3)): every form of TZ that `date` takes, and /etc/localtime.
+/// The C library's time zone (tzset(3)): every form of TZ that `date` takes, and /etc/localtime. It keeps what it has
+/// asked the C library until update(), so one thread at a time may use it.
 class SystemCalendar final : public Calendar {
  public:
   SystemCalendar() { SystemCalendar::update(); }
@@ -12,6 +16,20 @@ class SystemCalendar final : public Calendar {
   void update() override;
   LocalTime localTime(Instant instant) const override;
   std::vector<Instant> instants(LocalTime local) const override;
+
+ private:
+  // Looked at is the offset every three hours. One that holds for less can be missed; no zone of a place has any.
+  using SamplePeriod = std::chrono::duration<std::int64_t, std::ratio<3 * 3600>>;
+  using SampleTime = std::chrono::sys_time<SamplePeriod>;
+  struct Sample {
+    SampleTime time = SampleTime::min();
+    std::chrono::seconds offset{};
+  };
+
+  std::chrono::seconds offsetAt(SampleTime time) const;
+
+  /// Each in the place that its time has: 64 days of them. Many lines fire on the same days.
+  mutable std::array<Sample, 512> samples_;
 };
 
 }  // namespace zt
