@@ -61,7 +61,9 @@ class MainLoop {
   /// the minute after it is seen even where the work has gone on into that.
   bool stayOrSetWake(const std::vector<CrontabLine>& lines, Instant now) {
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
-    const auto second = nextEventDate(lines, now + 2min, services_.calendar);
+    // What the first look has found after the coming minute, the second would find again.
+    const bool isInComingMinute = first < minuteOf(now + 2min, services_.calendar).start;
+    const auto second = isInComingMinute ? nextEventDate(lines, now + 2min, services_.calendar) : first;
     if (!first || !second) return false;
     log_.info("Checking one " + date(*first) + " and two " + date(*second) + " minute events.");
     if (first != second) {
@@ -80,11 +82,11 @@ class MainLoop {
   /// Sleeps until one second past the minute of `served`, or not at all where the work has taken that
   /// long. Where the clock was set back to an earlier minute meanwhile, it is that minute that ends.
   void sleepUntilAfterMinuteOf(Instant served) {
-    const auto start = startOfMinute(served, services_.calendar);
+    const auto start = minuteOf(served, services_.calendar).start;
     Instant current = services_.clock.now();
     // A clock that is set back while we sleep shows the same minute again: it has been served.
     do {
-      const auto elapsed = current - std::min(start, startOfMinute(current, services_.calendar));
+      const auto elapsed = current - std::min(start, minuteOf(current, services_.calendar).start);
       const auto duration = std::max(61s - elapsed, 0s);
       log_.info("Sleeping for " + inSeconds(duration) + ".");
       services_.clock.sleep(duration);
