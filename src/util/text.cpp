@@ -2,6 +2,7 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <memory>
@@ -46,9 +47,10 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
 std::vector<std::string> lines(std::string_view text) {
   std::vector<std::string> result;
   std::size_t start = 0;
-  for (std::size_t end = 0; end <= text.size(); ++end) {
-    const bool atLineEnd = end == text.size() || (text[end] == '\n' && (end == 0 || text[end - 1] != '\r'));
-    if (!atLineEnd) continue;
+  while (start < text.size()) {
+    auto end = text.find('\n', start);
+    while (end != text.npos && end > start && text[end - 1] == '\r') end = text.find('\n', end + 1);
+    end = std::min(end, text.size());
     if (end > start) result.emplace_back(text.substr(start, end - start));
     start = end + 1;
   }
@@ -56,6 +58,9 @@ std::vector<std::string> lines(std::string_view text) {
 }
 
 bool isValidUtf8(std::string_view text) {
+  // Nearly all texts are ASCII throughout, which is soon seen.
+  const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
+  text.remove_prefix(static_cast<std::size_t>(std::ranges::find_if_not(text, isAscii) - text.begin()));
   while (!text.empty()) {
     utf8proc_int32_t codepoint;
     const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
