@@ -31,7 +31,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "cron | cron-daemon, dbus-user-session, libpam-systemd, polkitd | policykit-1, systemd")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "cron | cron-daemon, dbus-user-session, libpam-systemd, libsystemd0, polkitd | policykit-1, systemd")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA
   ${PROJECT_SOURCE_DIR}/packaging/debian/postinst ${PROJECT_SOURCE_DIR}/packaging/debian/postrm)

@@ -1,6 +1,7 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <optional>
 
 #include "driver/run.h"
 #include "platform/linux/agent_wake_events.h"
@@ -24,10 +25,9 @@ int main() {
   zt::TaskCommands commands;
   zt::LogindPowerAssertions powerAssertions;
   zt::AgentWakeEvents wakeEvents(commands, fileManager);
-  zt::JournalLog journal;
   zt::StandardErrorLog plainLog;
   // A person at a terminal sees the run; a service manager gets entries with fields.
-  const bool toJournal = ::isatty(STDERR_FILENO) == 0 && zt::JournalLog::answers();
+  auto journal = ::isatty(STDERR_FILENO) == 0 ? zt::JournalLog::connect() : std::nullopt;
 
   return zt::run({.clock = clock,
                   .calendar = calendar,
@@ -36,6 +36,6 @@ int main() {
                   .commands = commands,
                   .powerAssertions = powerAssertions,
                   .wakeEvents = wakeEvents,
-                  .logSinks = {.unified = toJournal ? &journal : nullptr, .plain = plainLog},
+                  .logSinks = {.unified = journal ? &*journal : nullptr, .plain = plainLog},
                   .output = std::cout});
 }

@@ -1,13 +1,9 @@
 #include "platform/linux/journal_log.h"
 
-// Readers of the journal have no use for the place in the source.
-#define SD_JOURNAL_SUPPRESS_LOCATION
 #include <errno.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
-#include <systemd/sd-journal.h>
-#include <systemd/sd-login.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -15,6 +11,7 @@
 #include <vector>
 
 #include "platform/file_handle.h"
+#include "platform/linux/systemd_library.h"
 
 namespace zt {
 namespace {
@@ -37,17 +34,21 @@ int priority(LogLevel level) {
 
 }  // namespace
 
-JournalLog::JournalLog() {
-  char* unit = nullptr;
-  if (::sd_pid_get_user_unit(0, &unit) < 0) return;
-  unit_ = unit;
-  std::free(unit);
-}
-
-bool JournalLog::answers() {
+std::optional<JournalLog> JournalLog::connect() {
   const FileHandle socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   const sockaddr_un journal = {.sun_family = AF_UNIX, .sun_path = "/run/systemd/journal/socket"};
-  return ::connect(socket.fileDescriptor(), reinterpret_cast<const sockaddr*>(&journal), sizeof(journal)) == 0;
+  if (::connect(socket.fileDescriptor(), reinterpret_cast<const sockaddr*>(&journal), sizeof(journal)) != 0) {
+    return std::nullopt;
+  }
+  const auto* systemd = SystemdLibrary::load();
+  return systemd == nullptr ? std::nullopt : std::optional(JournalLog(*systemd));
+}
+
+JournalLog::JournalLog(const SystemdLibrary& systemd) : systemd_(systemd) {
+  char* unit = nullptr;
+  if (systemd_.sd_pid_get_user_unit(0, &unit) < 0) return;
+  unit_ = unit;
+  std::free(unit);
 }
 
 void JournalLog::write(LogLevel level, std::string_view subsystem, std::string_view category,
@@ -62,7 +63,7 @@ void JournalLog::write(LogLevel level, std::string_view subsystem, std::string_v
   if (!unit_.empty()) fields.push_back("USER_UNIT=" + unit_);
   std::vector<iovec> parts(fields.size());
   std::ranges::transform(fields, parts.begin(), [](auto& field) { return iovec{field.data(), field.size()}; });
-  ::sd_journal_sendv(parts.data(), static_cast<int>(parts.size()));
+  systemd_.sd_journal_sendv(parts.data(), static_cast<int>(parts.size()));
 }
 
 }  // namespace zt

@@ -2,12 +2,14 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <systemd/sd-bus.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <memory>
 #include <string>
+
+#include "platform/linux/systemd_library.h"
 
 namespace zt {
 namespace {
@@ -18,47 +20,52 @@ using std::chrono::steady_clock;
 constexpr auto longestWait = 2s;
 constexpr int noAnswerYet = 0;  // the descriptor of a lock is never one of the standard streams
 
-struct CloseBus {
-  void operator()(sd_bus* bus) const { ::sd_bus_close_unref(bus); }
+/// Where a lock is asked for, and what has been answered.
+struct Request {
+  const SystemdLibrary& systemd;
+  int answer = noAnswerYet;  ///< the lock's descriptor or a negative errno
 };
-using Bus = std::unique_ptr<sd_bus, CloseBus>;
 
-/// Leaves the lock's descriptor or a negative errno in `answer`, an int.
-int takeAnswer(sd_bus_message* message, void* answer, sd_bus_error* /*error*/) {
+int takeAnswer(sd_bus_message* message, void* userdata, sd_bus_error* /*error*/) {
+  auto& [systemd, answer] = *static_cast<Request*>(userdata);
   int descriptor = -1;
-  int result = -::sd_bus_message_get_errno(message);
-  if (result == 0) result = ::sd_bus_message_read(message, "h", &descriptor);
-  if (result >= 0) {
-    // The message owns what it brings.
-    result = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-    if (result < 0) result = -errno;
-  }
-  *static_cast<int*>(answer) = result;
+  answer = -systemd.sd_bus_message_get_errno(message);
+  if (answer == 0) answer = systemd.sd_bus_message_read(message, "h", &descriptor);
+  if (answer < 0) return 0;
+  // The message owns what it brings.
+  answer = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+  if (answer < 0) answer = -errno;
   return 0;
 }
 
 /// The descriptor of a new lock, or a negative errno.
 int inhibit(const std::string& what, const std::string& who, const std::string& why) {
+  // Without a bus there is nobody to ask, and no library to load.
+  if (std::getenv("DBUS_SYSTEM_BUS_ADDRESS") == nullptr && ::access("/run/dbus/system_bus_socket", F_OK) != 0)
+    return -errno;
+  const auto* systemd = SystemdLibrary::load();
+  if (systemd == nullptr) return -ELIBACC;
+
   const auto end = steady_clock::now() + longestWait;
   sd_bus* opened = nullptr;
-  int result = ::sd_bus_open_system(&opened);
+  int result = systemd->sd_bus_open_system(&opened);
   if (result < 0) return result;
-  const Bus bus(opened);
+  const std::unique_ptr<sd_bus, decltype(systemd->sd_bus_close_unref)> bus(opened, systemd->sd_bus_close_unref);
 
   // Not sd_bus_call(): its timeout begins when the bus has let us in, and a bus that hangs never does.
-  int answer = noAnswerYet;
-  result = ::sd_bus_call_method_async(bus.get(), nullptr, "org.freedesktop.login1", "/org/freedesktop/login1",
-                                      "org.freedesktop.login1.Manager", "Inhibit", takeAnswer, &answer, "ssss",
-                                      what.c_str(), who.c_str(), why.c_str(), "block");
-  while (result >= 0 && answer == noAnswerYet) {
-    result = ::sd_bus_process(bus.get(), nullptr);
+  Request request{*systemd};
+  result = systemd->sd_bus_call_method_async(bus.get(), nullptr, "org.freedesktop.login1", "/org/freedesktop/login1",
+                                             "org.freedesktop.login1.Manager", "Inhibit", takeAnswer, &request, "ssss",
+                                             what.c_str(), who.c_str(), why.c_str(), "block");
+  while (result >= 0 && request.answer == noAnswerYet) {
+    result = systemd->sd_bus_process(bus.get(), nullptr);
     if (result != 0) continue;
     const std::chrono::microseconds left = std::chrono::floor<std::chrono::microseconds>(end - steady_clock::now());
     if (left <= 0us) return -ETIMEDOUT;
-    result = ::sd_bus_wait(bus.get(), static_cast<std::uint64_t>(left.count()));
+    result = systemd->sd_bus_wait(bus.get(), static_cast<std::uint64_t>(left.count()));
     if (result == -EINTR) result = 0;
   }
-  return result < 0 ? result : answer;
+  return result < 0 ? result : request.answer;
 }
 
 }  // namespace

@@ -11,8 +11,9 @@ namespace zt {
 /// sleep. The only type is "PreventUserIdleSystemSleep".
 ///
 /// The result of create() is negative where there is no lock: a number of errno(3), such as -EACCES where
-/// logind refuses, -ENOENT or -ECONNREFUSED without a system bus, and -ETIMEDOUT when there was no answer
-/// within two seconds. A lock is held by a file descriptor, so that it ends with this process at the latest.
+/// logind refuses, -ENOENT or -ECONNREFUSED without a system bus, -ELIBACC without libsystemd, and -ETIMEDOUT when
+/// there was no answer within two seconds. A lock is held by a file descriptor, so that it ends with this process at
+/// the latest.
 class LogindPowerAssertions final : public PowerAssertions {
  public:
   Created create(std::string_view type, std::string_view name, std::string_view details) override;

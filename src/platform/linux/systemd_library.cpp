@@ -1,0 +1,39 @@
+#include "platform/linux/systemd_library.h"
+
+#include <dlfcn.h>
+
+#include <optional>
+
+namespace zt {
+namespace {
+
+std::optional<SystemdLibrary> open() {
+  // It stays for as long as the process: whoever has loaded it is to use it again.
+  void* const library = ::dlopen("libsystemd.so.0", RTLD_NOW);
+  if (library == nullptr) return std::nullopt;
+  bool complete = true;
+  const auto find = [&]<class Function>(Function*& function, const char* name) {
+    function = reinterpret_cast<Function*>(::dlsym(library, name));
+    complete = complete && function != nullptr;
+  };
+  SystemdLibrary functions{};
+  find(functions.sd_bus_call_method_async, "sd_bus_call_method_async");
+  find(functions.sd_bus_close_unref, "sd_bus_close_unref");
+  find(functions.sd_bus_message_get_errno, "sd_bus_message_get_errno");
+  find(functions.sd_bus_message_read, "sd_bus_message_read");
+  find(functions.sd_bus_open_system, "sd_bus_open_system");
+  find(functions.sd_bus_process, "sd_bus_process");
+  find(functions.sd_bus_wait, "sd_bus_wait");
+  find(functions.sd_journal_sendv, "sd_journal_sendv");
+  find(functions.sd_pid_get_user_unit, "sd_pid_get_user_unit");
+  return complete ? std::optional(functions) : std::nullopt;
+}
+
+}  // namespace
+
+const SystemdLibrary* SystemdLibrary::load() {
+  static const auto library = open();
+  return library ? &*library : nullptr;
+}
+
+}  // namespace zt
