@@ -1,0 +1,38 @@
+// floor WORD...: starts one command after the other, reads what each writes, and nothing else. A command ends with the
+// word ";", or with "&" where it is to run on unread.
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string_view>
+
+int main(int, char** words) {
+  for (char** command = ++words; *words != nullptr; ++words) {
+    const std::string_view word = *words;
+    if (word != ";" && word != "&") continue;
+    *words = nullptr;
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    int pipe[2];
+    if (word == ";") {
+      if (::pipe2(pipe, O_CLOEXEC) != 0) std::abort();
+      ::posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
+      ::posix_spawn_file_actions_adddup2(&actions, pipe[1], STDERR_FILENO);
+    }
+    pid_t child;
+    if (::posix_spawn(&child, *command, &actions, nullptr, command, ::environ) != 0) std::abort();
+    ::posix_spawn_file_actions_destroy(&actions);
+    if (word == ";") {
+      ::close(pipe[1]);
+      static char output[64 * 1024];
+      while (::read(pipe[0], output, sizeof(output)) > 0) {
+      }
+      ::close(pipe[0]);
+      ::waitpid(child, nullptr, 0);
+    }
+    command = words + 1;
+  }
+}

@@ -1,0 +1,184 @@
+// pass PROGRAMS SCRIPT BESIDE LINES:DUE...: what one pass of the tool costs, against the floor and against the script,
+// with so many schedules of which so many are due. It is to be run on a private machine on which stand_in is the
+// application's agent and controller. The sleep at the end of a run is not counted. BESIDE tells what else is on that
+// machine.
+
+#include <stdlib.h>
+#include <time.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <exception>
+#include <fstream>
+#include <functional>
+#include <iostream>
+#include <random>
+#include <sstream>
+#include <stdexcept>
+
+#include "measure.h"
+
+namespace zt::bench {
+namespace {
+
+const std::string home = ::getenv("HOME");
+const std::string contents = home + "/Applications/Zantrove.app/Contents";
+const std::string record = home + "/record";
+
+/// The wall clock so many minutes from now, in the format of strftime(3).
+std::string clockText(const char* format, int minutes = 0) {
+  const time_t time = ::time(nullptr) + minutes * 60;
+  tm fields{};
+  ::localtime_r(&time, &fields);
+  std::array<char, 64> text{};
+  ::strftime(text.data(), text.size(), format, &fields);
+  return text.data();
+}
+
+/// Waits for the next minute where this one is nearly over. Sleeps are over at once here.
+void awaitRoomInMinute() {
+  while (clockText("%S") > "55") {
+  }
+}
+
+struct Scenario {
+  int lines, due;
+};
+
+constexpr int rounds = 101;
+constexpr int hoursAhead = 3;
+
+std::string urlOf(int line) {
+  return "file://" + home + "/Documents/Copy%20Plan%20" + std::to_string(line) + "/";
+}
+
+/// The first lines are due now. The others fire no sooner than in some hours, the first of them daily and before all
+/// others: a third daily, a third weekly, a third on one weekday of the month.
+std::string crontabOf(const Scenario& scenario) {
+  std::ostringstream text;
+  text << "# The application's schedules\n";
+  for (int i = 0; i < scenario.lines; ++i) {
+    const int other = i - scenario.due;
+    if (other < 0) {
+      text << clockText("%-M\t%-H\t*\t*\t%w");
+    } else {
+      const std::string weekday = std::to_string(other % 7);
+      text << other * 7 % 60 << clockText("\t%-H\t", (hoursAhead + other % 18) * 60)
+           << std::array{std::string("*\t*\t*"), "*\t*\t" + weekday, "15-21\t*\t" + weekday}.at(other % 3);
+    }
+    text << '\t' << contents << "/Helpers/ZTUtil " << urlOf(i) << '\n';
+  }
+  return text.str();
+}
+
+void write(const std::string& path, const std::string& text) {
+  if (!(std::ofstream(path) << text << std::flush)) throw std::runtime_error("cannot write " + path);
+}
+
+void append(Command& command, const Command& words) {
+  command.insert(command.end(), words.begin(), words.end());
+}
+
+/// What a pass starts, for the floor.
+Command childrenOf(const Scenario& scenario, const std::string& wakeTime) {
+  Command words = {"/usr/bin/crontab", "-l", ";"};
+  for (int i = 0; i < scenario.due; ++i) append(words, {"/bin/bash", "-c", "echo -n " + urlOf(i), ";"});
+  for (int i = 0; i < scenario.due; ++i)
+    append(words, {contents + "/Helpers/ztautomatedcopycontroller", urlOf(i), "&"});
+  const std::string agent = contents + "/MacOS/ZTAgent";
+  append(words, {agent, "sched", ";", agent, "cancel", "03/14/2027 07:03:00", ";"});
+  append(words, {agent, "wake", wakeTime, ";"});
+  return words;
+}
+
+/// What the command has the application's programs do, sorted.
+std::vector<std::string> doneBy(const Command& command) {
+  ::remove(record.c_str());
+  ::setenv("RECORD", record.c_str(), 1);
+  costOf(command);
+  ::unsetenv("RECORD");
+  std::ifstream file(record);
+  std::vector<std::string> done;
+  for (std::string line; std::getline(file, line);) done.push_back(line);
+  std::ranges::sort(done);
+  return done;
+}
+
+struct Costs {
+  std::vector<double> wall, processor;
+
+  void add(const Cost& cost) {
+    wall.push_back(cost.wall.count());
+    processor.push_back(cost.processor.count());
+  }
+};
+
+/// Of each round, so that what slows the machine for a while does not decide.
+double ratio(const std::vector<double>& of, const std::vector<double>& to) {
+  std::vector<double> ratios(of.size());
+  std::ranges::transform(of, to, ratios.begin(), std::divides{});
+  return median(ratios);
+}
+
+struct Programs {
+  Command tool, floor, script, empty;
+};
+
+void measure(const Scenario& scenario, const Programs& programs, const std::string& beside) {
+  std::array commands{programs.tool, programs.floor, programs.script};
+  std::array<Costs, commands.size()> costs;
+  std::array<std::size_t, commands.size()> order{0, 1, 2};
+  std::mt19937 random;
+  std::string minute;
+  for (int round = 0; round < rounds; ++round) {
+    awaitRoomInMinute();
+    if (minute != clockText("%M")) {
+      minute = clockText("%M");
+      write("/var/spool/cron/crontabs/root", crontabOf(scenario));
+      const auto done = doneBy(programs.tool);
+      if (done.size() != static_cast<std::size_t>(3 + scenario.due))
+        throw std::runtime_error("a pass is not as it should be");
+      const auto& last = done.back();
+      commands[1] = programs.floor;
+      append(commands[1], childrenOf(scenario, last.substr(last.find("wake ") + 5)));
+      for (const auto& command : commands) {
+        if (doneBy(command) != done) throw std::runtime_error(command[0] + " does not do what the tool does");
+      }
+    }
+    // In any order, as each finds in the processor's caches what the one before has left there.
+    std::ranges::shuffle(order, random);
+    for (const auto i : order) costs.at(i).add(costOf(commands.at(i)));
+  }
+  const auto& [tool, floor, script] = costs;
+  const double memory = static_cast<double>(peakMemory(programs.tool) - peakMemory(programs.empty)) / 1024;
+  std::printf("| %5d | %3d | %-13s | %5.1f | %5.1f | %6.1f | %10.2f | %11.2f | %8.1f | %5.1f | %6.1f | %+6.1f |\n",
+              scenario.lines, scenario.due, beside.c_str(), median(tool.wall), median(floor.wall), median(script.wall),
+              ratio(tool.wall, floor.wall), ratio(script.wall, tool.wall), median(tool.processor),
+              median(floor.processor), median(script.processor), memory);
+  std::fflush(stdout);
+}
+
+}  // namespace
+}  // namespace zt::bench
+
+int main(int count, char** arguments) {
+  using namespace zt::bench;
+  try {
+    if (count < 4) throw std::runtime_error("usage: pass PROGRAMS SCRIPT BESIDE LINES:DUE...");
+    const std::string folder = arguments[1];
+    const Programs programs{
+        {folder + "/ztbackupbytime"}, {folder + "/bench/bench_floor"}, {arguments[2]}, {folder + "/bench/bench_empty"}};
+    ::setenv("TZ", "America/New_York", 1);
+    endSleepsAtOnce();
+    for (int i = 4; i < count; ++i) {
+      Scenario scenario{};
+      char colon{};
+      std::istringstream(arguments[i]) >> scenario.lines >> colon >> scenario.due;
+      measure(scenario, programs, arguments[3]);
+    }
+  } catch (const std::exception& error) {
+    std::cerr << error.what() << '\n';
+    return 1;
+  }
+}

@@ -1,0 +1,7 @@
+// Next to nothing, of the standard library.
+
+#include <iostream>
+
+int main() {
+  std::cout << std::flush;
+}
