@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdlib>
 #include <string_view>
 
@@ -13,12 +14,13 @@ int main(int, char** words) {
   for (char** command = ++words; *words != nullptr; ++words) {
     const std::string_view word = *words;
     if (word != ";" && word != "&") continue;
+    if (words == command) std::abort();
     *words = nullptr;
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
-    int pipe[2];
+    std::array<int, 2> pipe;
     if (word == ";") {
-      if (::pipe2(pipe, O_CLOEXEC) != 0) std::abort();
+      if (::pipe2(pipe.data(), O_CLOEXEC) != 0) std::abort();
       ::posix_spawn_file_actions_adddup2(&actions, pipe[1], STDOUT_FILENO);
       ::posix_spawn_file_actions_adddup2(&actions, pipe[1], STDERR_FILENO);
     }
@@ -27,8 +29,8 @@ int main(int, char** words) {
     ::posix_spawn_file_actions_destroy(&actions);
     if (word == ";") {
       ::close(pipe[1]);
-      static char output[64 * 1024];
-      while (::read(pipe[0], output, sizeof(output)) > 0) {
+      static std::array<char, 65536> output;
+      while (::read(pipe[0], output.data(), output.size()) > 0) {
       }
       ::close(pipe[0]);
       ::waitpid(child, nullptr, 0);

@@ -3,6 +3,7 @@
 // application's agent and controller. The sleep at the end of a run is not counted. BESIDE tells what else is on that
 // machine.
 
+#include <poll.h>
 #include <stdlib.h>
 #include <time.h>
 
@@ -26,9 +27,9 @@ const std::string home = ::getenv("HOME");
 const std::string contents = home + "/Applications/Zantrove.app/Contents";
 const std::string record = home + "/record";
 
-/// The wall clock so many minutes from now, in the format of strftime(3).
-std::string clockText(const char* format, int minutes = 0) {
-  const time_t time = ::time(nullptr) + minutes * 60;
+/// The wall clock so many hours from now, in the format of strftime(3).
+std::string clockText(const char* format, time_t hours = 0) {
+  const time_t time = ::time(nullptr) + hours * 3600;
   tm fields{};
   ::localtime_r(&time, &fields);
   std::array<char, 64> text{};
@@ -36,10 +37,9 @@ std::string clockText(const char* format, int minutes = 0) {
   return text.data();
 }
 
-/// Waits for the next minute where this one is nearly over. Sleeps are over at once here.
+/// Waits for the next minute where this one is nearly over.
 void awaitRoomInMinute() {
-  while (clockText("%S") > "55") {
-  }
+  while (clockText("%S") > "55") ::poll(nullptr, 0, 100);  // a sleep would be over at once here
 }
 
 struct Scenario {
@@ -58,16 +58,15 @@ std::string urlOf(int line) {
 std::string crontabOf(const Scenario& scenario) {
   std::ostringstream text;
   text << "# The application's schedules\n";
-  for (int i = 0; i < scenario.lines; ++i) {
-    const int other = i - scenario.due;
-    if (other < 0) {
-      text << clockText("%-M\t%-H\t*\t*\t%w");
-    } else {
-      const std::string weekday = std::to_string(other % 7);
-      text << other * 7 % 60 << clockText("\t%-H\t", (hoursAhead + other % 18) * 60)
-           << std::array{std::string("*\t*\t*"), "*\t*\t" + weekday, "15-21\t*\t" + weekday}.at(other % 3);
-    }
-    text << '\t' << contents << "/Helpers/ZTUtil " << urlOf(i) << '\n';
+  const auto add = [&](const std::string& fields, int line) {
+    text << fields << '\t' << contents << "/Helpers/ZTUtil " << urlOf(line) << '\n';
+  };
+  for (int i = 0; i < scenario.due; ++i) add(clockText("%-M\t%-H\t*\t*\t%w"), i);
+  for (int i = 0; i < scenario.lines - scenario.due; ++i) {
+    const auto weekday = std::to_string(i % 7);
+    const std::array days{std::string("*\t*\t*"), "*\t*\t" + weekday, "15-21\t*\t" + weekday};
+    const auto hour = clockText("\t%-H\t", hoursAhead + i % 18);
+    add(std::to_string(i * 7 % 60) + hour + days.at(i % 3), scenario.due + i);
   }
   return text.str();
 }
@@ -84,8 +83,8 @@ void append(Command& command, const Command& words) {
 Command childrenOf(const Scenario& scenario, const std::string& wakeTime) {
   Command words = {"/usr/bin/crontab", "-l", ";"};
   for (int i = 0; i < scenario.due; ++i) append(words, {"/bin/bash", "-c", "echo -n " + urlOf(i), ";"});
-  for (int i = 0; i < scenario.due; ++i)
-    append(words, {contents + "/Helpers/ztautomatedcopycontroller", urlOf(i), "&"});
+  const auto controller = contents + "/Helpers/ztautomatedcopycontroller";
+  for (int i = 0; i < scenario.due; ++i) append(words, {controller, urlOf(i), "&"});
   const std::string agent = contents + "/MacOS/ZTAgent";
   append(words, {agent, "sched", ";", agent, "cancel", "03/14/2027 07:03:00", ";"});
   append(words, {agent, "wake", wakeTime, ";"});
@@ -137,7 +136,7 @@ void measure(const Scenario& scenario, const Programs& programs, const std::stri
       minute = clockText("%M");
       write("/var/spool/cron/crontabs/root", crontabOf(scenario));
       const auto done = doneBy(programs.tool);
-      if (done.size() != static_cast<std::size_t>(3 + scenario.due))
+      if (done.size() != static_cast<std::size_t>(scenario.due) + 3)
         throw std::runtime_error("a pass is not as it should be");
       const auto& last = done.back();
       commands[1] = programs.floor;

@@ -23,21 +23,24 @@ using std::chrono::hours;
 using std::chrono::minutes;
 using std::chrono::seconds;
 
-struct Kind {
-  const char* name;
-  CrontabLine line;
-};
+const CrontabLine daily("30\t9\t*\t*\t*\tZTUtil");
+const CrontabLine weekly("45\t6\t*\t*\t5\tZTUtil");
+const CrontabLine thirdMonday("15\t17\t15-21\t*\t1\tZTUtil");
 
-const std::array kinds = {Kind{"daily", CrontabLine("30\t9\t*\t*\t*\tZTUtil")},
-                          Kind{"weekly", CrontabLine("45\t6\t*\t*\t5\tZTUtil")},
-                          Kind{"third Monday", CrontabLine("15\t17\t15-21\t*\t1\tZTUtil")}};
+const SystemCalendar& newYork() {
+  static const SystemCalendar calendar = [] {
+    ::setenv("TZ", "America/New_York", 1);
+    return SystemCalendar();
+  }();
+  return calendar;
+}
 
 /// Spread over 2027, in which the zone changes its offset twice, and out of order: no answer is near the one before.
 const std::vector<Instant>& references() {
   static const auto all = [] {
-    std::vector<Instant> instants;
+    std::vector<Instant> instants(500);
     constexpr Instant begin = std::chrono::sys_days{std::chrono::year{2027} / 1 / 1};
-    for (int i = 0; i < 500; ++i) instants.push_back(begin + i * seconds{365 * 24 * 3600 / 500});
+    for (int i = 0; auto& instant : instants) instant = begin + i++ * seconds{365 * 24 * 3600 / 500};
     std::ranges::shuffle(instants, std::mt19937{});
     return instants;
   }();
@@ -91,9 +94,31 @@ void forReferences(benchmark::State& state, Operation operation) {
   }
 }
 
-std::vector<CrontabLine> manyLines(int count) {
+void runsAt(benchmark::State& state, const CrontabLine& line) {
+  forReferences(state, [&](Instant reference) { return zt::runsAt(line, reference, newYork()); });
+}
+BENCHMARK_CAPTURE(runsAt, daily, daily);
+BENCHMARK_CAPTURE(runsAt, weekly, weekly);
+BENCHMARK_CAPTURE(runsAt, thirdMonday, thirdMonday);
+
+void nextRunDate(benchmark::State& state, const CrontabLine& line) {
+  forReferences(state, [&](Instant reference) { return line.nextRunDate(reference, newYork()); });
+}
+BENCHMARK_CAPTURE(nextRunDate, daily, daily);
+BENCHMARK_CAPTURE(nextRunDate, weekly, weekly);
+BENCHMARK_CAPTURE(nextRunDate, thirdMonday, thirdMonday);
+
+void walk(benchmark::State& state, const CrontabLine& line) {
+  forReferences(state, [&](Instant reference) { return Walk(line, reference).nextRun(); });
+}
+BENCHMARK_CAPTURE(walk, daily, daily);
+BENCHMARK_CAPTURE(walk, weekly, weekly);
+BENCHMARK_CAPTURE(walk, thirdMonday, thirdMonday);
+
+std::vector<CrontabLine> manyLines(std::size_t count) {
   std::vector<CrontabLine> lines;
-  for (int i = 0; i < count; ++i) {
+  lines.reserve(count);
+  for (std::size_t i = 0; i < count; ++i) {
     const auto start = std::to_string(i * 7 % 60) + "\t" + std::to_string(i % 24);
     const auto weekday = std::to_string(i % 7);
     const std::array days{std::string("\t*\t*\t*"), "\t*\t*\t" + weekday, "\t15-21\t*\t" + weekday};
@@ -102,13 +127,19 @@ std::vector<CrontabLine> manyLines(int count) {
   return lines;
 }
 
+void nextEventDate(benchmark::State& state) {
+  const auto lines = manyLines(static_cast<std::size_t>(state.range()));
+  forReferences(state, [&](Instant reference) { return zt::nextEventDate(lines, reference, newYork()); });
+}
+BENCHMARK(nextEventDate)->RangeMultiplier(10)->Range(10, 10000);
+
 /// Keeps the medians.
 class Medians final : public benchmark::BenchmarkReporter {
  public:
   bool ReportContext(const Context& /*context*/) override { return true; }
   void ReportRuns(const std::vector<Run>& runs) override {
     for (const auto& run : runs) {
-      if (run.aggregate_name == "median") nanoseconds_[run.run_name.function_name] = run.GetAdjustedCPUTime();
+      if (run.aggregate_name == "median") nanoseconds_[run.run_name.str()] = run.GetAdjustedCPUTime();
     }
   }
   double operator[](const std::string& name) const { return nanoseconds_.at(name); }
@@ -117,13 +148,18 @@ class Medians final : public benchmark::BenchmarkReporter {
   std::map<std::string, double> nanoseconds_;
 };
 
-constexpr std::array lineCounts = {10, 100, 1000, 10000};
+struct Kind {
+  const char *description, *name;
+  const CrontabLine& line;
+};
+const std::array kinds = {Kind{"daily", "daily", daily}, Kind{"weekly", "weekly", weekly},
+                          Kind{"third Monday", "thirdMonday", thirdMonday}};
 
 bool sameAnswers(const Calendar& calendar) {
-  for (const auto& [name, line] : kinds) {
+  for (const auto& kind : kinds) {
     for (const auto reference : references()) {
-      if (line.nextRunDate(reference, calendar) != Walk(line, reference).nextRun()) {
-        std::cerr << "The walk gives another answer for the " << name << " line.\n";
+      if (kind.line.nextRunDate(reference, calendar) != Walk(kind.line, reference).nextRun()) {
+        std::cerr << "The walk gives another answer for the " << kind.description << " line.\n";
         return false;
       }
     }
@@ -131,56 +167,30 @@ bool sameAnswers(const Calendar& calendar) {
   return true;
 }
 
-int measure() {
-  ::setenv("TZ", "America/New_York", 1);
-  const SystemCalendar calendar;
-  if (!sameAnswers(calendar)) return 1;
-
-  std::map<int, std::vector<CrontabLine>> lines;
-  for (const int count : lineCounts) lines[count] = manyLines(count);
+void print(const Medians& medians) {
+  std::puts("| line         | runsAt ns | nextRunDate ns | walk ns | nextRunDate/walk |");
+  std::puts("|:-------------|----------:|---------------:|--------:|-----------------:|");
   for (const auto& kind : kinds) {
     const std::string name = kind.name;
-    const auto& line = kind.line;
-    benchmark::RegisterBenchmark((name + " runsAt").c_str(), [&](benchmark::State& state) {
-      forReferences(state, [&](Instant reference) { return runsAt(line, reference, calendar); });
-    });
-    benchmark::RegisterBenchmark((name + " nextRunDate").c_str(), [&](benchmark::State& state) {
-      forReferences(state, [&](Instant reference) { return line.nextRunDate(reference, calendar); });
-    });
-    benchmark::RegisterBenchmark((name + " walk").c_str(), [&](benchmark::State& state) {
-      forReferences(state, [&](Instant reference) { return Walk(line, reference).nextRun(); });
-    });
-  }
-  for (const int count : lineCounts) {
-    const auto& some = lines[count];
-    benchmark::RegisterBenchmark(std::to_string(count).c_str(), [&](benchmark::State& state) {
-      forReferences(state, [&](Instant reference) { return nextEventDate(some, reference, calendar); });
-    });
-  }
-  Medians medians;
-  benchmark::RunSpecifiedBenchmarks(&medians);
-
-  std::puts("| line | runsAt ns | nextRunDate ns | walk ns | nextRunDate/walk |");
-  std::puts("|:-----|----------:|---------------:|--------:|-----------------:|");
-  for (const auto& [kind, line] : kinds) {
-    const std::string name = kind;
-    const double next = medians[name + " nextRunDate"];
-    const double walk = medians[name + " walk"];
-    std::printf("| %-12s | %4.0f | %4.0f | %4.0f | %.2f |\n", kind, medians[name + " runsAt"], next, walk, next / walk);
+    const double next = medians["nextRunDate/" + name];
+    const double walk = medians["walk/" + name];
+    std::printf("| %-12s | %9.0f | %14.0f | %7.0f | %16.2f |\n", kind.description, medians["runsAt/" + name], next,
+                walk, next / walk);
   }
   std::puts("\n| lines | nextEventDate us | ns for a line |");
   std::puts("|------:|-----------------:|--------------:|");
-  for (const int count : lineCounts) {
-    const double time = medians[std::to_string(count)];
-    std::printf("| %5d | %7.1f | %5.0f |\n", count, time / 1000, time / count);
+  for (const int count : {10, 100, 1000, 10000}) {
+    const double time = medians["nextEventDate/" + std::to_string(count)];
+    std::printf("| %5d | %16.1f | %13.0f |\n", count, time / 1000, time / count);
   }
-  return 0;
 }
 
 }  // namespace
 }  // namespace zt::bench
 
 int main(int, char** arguments) {
+  using namespace zt::bench;
+  if (!sameAnswers(newYork())) return 1;
   // Interleaved at random, so that a noisy machine does not decide.
   std::array<std::string, 5> options{arguments[0], "--benchmark_enable_random_interleaving=true",
                                      "--benchmark_repetitions=9", "--benchmark_min_time=0.1",
@@ -189,5 +199,7 @@ int main(int, char** arguments) {
   std::ranges::transform(options, pointers.begin(), [](auto& option) { return option.data(); });
   int count = static_cast<int>(pointers.size());
   benchmark::Initialize(&count, pointers.data());
-  return zt::bench::measure();
+  Medians medians;
+  benchmark::RunSpecifiedBenchmarks(&medians);
+  print(medians);
 }

@@ -1,8 +1,6 @@
 #include "schedules/matching.h"
 
-#include <algorithm>
 #include <array>
-#include <ranges>
 
 namespace zt {
 namespace {
@@ -54,9 +52,13 @@ bool canFire(const CrontabLine& line) {
     return false;
   }
   // Every weekday has a first to fifth occurrence in some month.
-  return std::ranges::any_of(std::views::iota(0U, 7U),
-                             [&](unsigned weekday) { return acceptsWeekday(line, weekday); }) &&
-         std::ranges::any_of(std::views::iota(1U, 6U), [&](unsigned ordinal) { return acceptsOrdinal(line, ordinal); });
+  for (unsigned weekday = 0; weekday < 7; ++weekday) {
+    if (!acceptsWeekday(line, weekday)) continue;
+    for (unsigned ordinal = 1; ordinal <= 5; ++ordinal) {
+      if (acceptsOrdinal(line, ordinal)) return true;
+    }
+  }
+  return false;
 }
 
 }  // namespace zt

@@ -19,7 +19,7 @@ class SystemCalendar final : public Calendar {
 
  private:
   // Looked at is the offset every three hours. One that holds for less can be missed; no zone of a place has any.
-  using SamplePeriod = std::chrono::duration<std::int64_t, std::ratio<3 * 3600>>;
+  using SamplePeriod = std::chrono::duration<std::int64_t, std::ratio<10'800>>;
   using SampleTime = std::chrono::sys_time<SamplePeriod>;
   struct Sample {
     SampleTime time = SampleTime::min();
