@@ -57,15 +57,27 @@ void check(int result, const char* what) {
   if (result < 0) throw std::system_error(errno, std::generic_category(), what);
 }
 
-Milliseconds of(const timeval& time) {
+Milliseconds milliseconds(const timeval& time) {
   return std::chrono::seconds{time.tv_sec} + std::chrono::microseconds{time.tv_usec};
 }
 
 }  // namespace
 
-Cost costOf(const Command& command) {
-  // What outlives its parent becomes our child, so that it can be waited for.
+void adoptOrphans() {
   check(::prctl(PR_SET_CHILD_SUBREAPER, 1), "cannot adopt processes");
+}
+
+void endSleepsAtOnce() {
+  static constexpr auto number = static_cast<std::uint32_t>(offsetof(seccomp_data, nr));
+  std::array<sock_filter, 4> filter{{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, number),
+                                     BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clock_nanosleep, 0, 1),
+                                     BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | 0),  // no error: it has slept
+                                     BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)}};
+  sock_fprog program{.len = filter.size(), .filter = filter.data()};
+  check(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), "cannot have the kernel answer sleeps");
+}
+
+Cost costOf(const Command& command) {
   const int output = nullDevice().fileDescriptor();
   int status = 0;
   rusage usage{};
@@ -76,7 +88,7 @@ Cost costOf(const Command& command) {
   if (status != 0) throw std::runtime_error(command[0] + " failed");
   while (::wait(nullptr) >= 0) {
   }
-  return {.wall = wall, .processor = of(usage.ru_utime) + of(usage.ru_stime)};
+  return {.wall = wall, .cpu = milliseconds(usage.ru_utime) + milliseconds(usage.ru_stime)};
 }
 
 Milliseconds timeToFirstMessage(const Command& command) {
@@ -105,13 +117,14 @@ long peakMemory(const Command& command) {
     ::execv(arguments[0], arguments.data());
     ::_exit(127);
   }
+  // Not ru_maxrss of getrusage(2), which is also that of its children, and of this process.
   // It stops as its program begins and, as it is told then, as it ends: its memory is still there to be looked at.
   long peak = 0;
   int status = 0;
   check(::waitpid(child, &status, 0), "cannot wait");
   ::ptrace(PTRACE_SETOPTIONS, child, nullptr, PTRACE_O_TRACEEXIT);
-  for (long signal = 0; WIFSTOPPED(status); check(::waitpid(child, &status, 0), "cannot wait")) {
-    signal = WSTOPSIG(status) == SIGTRAP ? 0 : WSTOPSIG(status);
+  for (; WIFSTOPPED(status); check(::waitpid(child, &status, 0), "cannot wait")) {
+    const long signal = WSTOPSIG(status) == SIGTRAP ? 0 : WSTOPSIG(status);
     if (status >> 8 == (SIGTRAP | (PTRACE_EVENT_EXIT << 8))) {
       std::ifstream file("/proc/" + std::to_string(child) + "/status");
       for (std::string word; file >> word;) {
@@ -124,16 +137,6 @@ long peakMemory(const Command& command) {
   }
   if (status != 0 || peak == 0) throw std::runtime_error(command[0] + " failed");
   return peak;
-}
-
-void endSleepsAtOnce() {
-  static constexpr auto number = static_cast<std::uint32_t>(offsetof(seccomp_data, nr));
-  std::array<sock_filter, 4> filter{{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, number),
-                                     BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clock_nanosleep, 0, 1),
-                                     BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | 0),  // no error: it has slept
-                                     BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)}};
-  sock_fprog program{.len = filter.size(), .filter = filter.data()};
-  check(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), "cannot have the kernel answer sleeps");
 }
 
 double median(std::vector<double> values) {

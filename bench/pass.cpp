@@ -105,11 +105,11 @@ std::vector<std::string> doneBy(const Command& command) {
 }
 
 struct Costs {
-  std::vector<double> wall, processor;
+  std::vector<double> wall, cpu;
 
   void add(const Cost& cost) {
     wall.push_back(cost.wall.count());
-    processor.push_back(cost.processor.count());
+    cpu.push_back(cost.cpu.count());
   }
 };
 
@@ -137,8 +137,9 @@ void measure(const Scenario& scenario, const Programs& programs, const std::stri
       write("/var/spool/cron/crontabs/root", crontabOf(scenario));
       const auto done = doneBy(programs.tool);
       if (done.size() != static_cast<std::size_t>(scenario.due) + 3)
-        throw std::runtime_error("a pass is not as it should be");
-      const auto& last = done.back();
+        throw std::runtime_error("the tool has started " + std::to_string(done.size()) +
+                                 " programs of the application");
+      const auto& last = done.back();  // what sorts last is the wake event
       commands[1] = programs.floor;
       append(commands[1], childrenOf(scenario, last.substr(last.find("wake ") + 5)));
       for (const auto& command : commands) {
@@ -151,10 +152,10 @@ void measure(const Scenario& scenario, const Programs& programs, const std::stri
   }
   const auto& [tool, floor, script] = costs;
   const double memory = static_cast<double>(peakMemory(programs.tool) - peakMemory(programs.empty)) / 1024;
-  std::printf("| %5d | %3d | %-13s | %5.1f | %5.1f | %6.1f | %10.2f | %11.2f | %8.1f | %5.1f | %6.1f | %+6.1f |\n",
+  std::printf("| %5d | %3d | %-13s | %4.1f | %5.1f | %6.1f | %10.2f | %11.2f | %9.1f | %5.1f | %6.1f | %19.1f |\n",
               scenario.lines, scenario.due, beside.c_str(), median(tool.wall), median(floor.wall), median(script.wall),
-              ratio(tool.wall, floor.wall), ratio(script.wall, tool.wall), median(tool.processor),
-              median(floor.processor), median(script.processor), memory);
+              ratio(tool.wall, floor.wall), ratio(script.wall, tool.wall), median(tool.cpu), median(floor.cpu),
+              median(script.cpu), memory);
   std::fflush(stdout);
 }
 
@@ -164,11 +165,14 @@ void measure(const Scenario& scenario, const Programs& programs, const std::stri
 int main(int count, char** arguments) {
   using namespace zt::bench;
   try {
+    // Otherwise it would be a person's own crontab that is written over.
+    if (::getenv("PRIVATE_MACHINE") == nullptr) throw std::runtime_error("start it with bench/run");
     if (count < 4) throw std::runtime_error("usage: pass PROGRAMS SCRIPT BESIDE LINES:DUE...");
     const std::string folder = arguments[1];
     const Programs programs{
         {folder + "/ztbackupbytime"}, {folder + "/bench/bench_floor"}, {arguments[2]}, {folder + "/bench/bench_empty"}};
     ::setenv("TZ", "America/New_York", 1);
+    adoptOrphans();
     endSleepsAtOnce();
     for (int i = 4; i < count; ++i) {
       Scenario scenario{};

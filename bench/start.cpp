@@ -30,11 +30,13 @@ void measure(const std::string& tool, const std::string& empty, std::vector<Prog
       program.added.push_back(program.times.back() - emptyTimes.back());
     }
   }
-  std::puts("| program | ms | more than empty |\n|:--------|---:|----------------:|");
-  std::printf("| the tool, to its first message | %.2f | |\n", median(toolTimes));
-  std::printf("| an empty program | %.2f | |\n", median(emptyTimes));
+  std::puts("| program                       |   ms | more than empty |");
+  std::puts("|:------------------------------|-----:|----------------:|");
+  std::printf("| the tool to its first message | %4.2f |                 |\n", median(toolTimes));
+  std::printf("| empty                         | %4.2f |                 |\n", median(emptyTimes));
   for (const auto& program : programs) {
-    std::printf("| with %s | %.2f | %+.2f |\n", program.name.c_str(), median(program.times), median(program.added));
+    const auto name = "with " + program.name;
+    std::printf("| %-29s | %4.2f | %15.2f |\n", name.c_str(), median(program.times), median(program.added));
   }
 }
 

@@ -27,7 +27,7 @@ int main() {
   zt::AgentWakeEvents wakeEvents(commands, fileManager);
   zt::StandardErrorLog plainLog;
   // A person at a terminal sees the run; a service manager gets entries with fields.
-  auto journal = ::isatty(STDERR_FILENO) == 0 ? zt::JournalLog::connect() : std::nullopt;
+  auto journal = ::isatty(STDERR_FILENO) == 0 ? zt::JournalLog::find() : std::nullopt;
 
   return zt::run({.clock = clock,
                   .calendar = calendar,

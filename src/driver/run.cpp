@@ -61,10 +61,11 @@ class MainLoop {
   /// the minute after it is seen even where the work has gone on into that.
   bool stayOrSetWake(const std::vector<CrontabLine>& lines, Instant now) {
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
-    // What the first look has found after the coming minute, the second would find again.
-    const bool isInComingMinute = first < minuteOf(now + 2min, services_.calendar).start;
+    if (!first) return false;
+    // Only an event in the coming minute hides a later one. Any other is what both looks find.
+    const bool isInComingMinute = *first < minuteOf(now + 2min, services_.calendar).start;
     const auto second = isInComingMinute ? nextEventDate(lines, now + 2min, services_.calendar) : first;
-    if (!first || !second) return false;
+    if (!second) return false;
     log_.info("Checking one " + date(*first) + " and two " + date(*second) + " minute events.");
     if (first != second) {
       sleepUntilAfterMinuteOf(now);

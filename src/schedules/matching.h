@@ -12,7 +12,7 @@ namespace zt {
 /// - and minute and hour are single numbers equal to those of `time`.
 bool runsAt(const CrontabLine& line, Instant time, const Calendar& calendar);
 
-/// The same for the wall-clock reading at that time.
+/// The same for the minute of a wall-clock reading.
 bool runsAt(const CrontabLine& line, LocalTime local);
 
 /// Whether day of week and day of month both accept a local day.

@@ -13,7 +13,8 @@ Minute minuteOf(Instant instant, const Calendar& calendar) {
 }
 
 LocalTime earliestToCome(const Minute& minute, const Calendar& calendar) {
-  // By more than three hours they are set back for a day and longer, which shows a day later.
+  // Clocks are set back by three hours at most, or by up to a day for longer, as at the date line: a day from now they
+  // are still there.
   return std::min(minute.local - 3h, calendar.localTime(minute.start + 24h) - 24h);
 }
 

@@ -18,8 +18,8 @@ struct Minute {
 /// The minute that the wall clock shows at `instant`. In a repeated hour it is of the same time round.
 Minute minuteOf(Instant instant, const Calendar& calendar);
 
-/// No earlier reading is to come from that minute on. It is before the minute's own, as clocks that are set back show
-/// again what is over.
+/// A reading before which the clock shows none from `minute` on. It lies before the minute's own, as clocks that are
+/// set back repeat readings.
 LocalTime earliestToCome(const Minute& minute, const Calendar& calendar);
 
 /// The first instant, not before `notBefore`, at which the wall clock shows `local`: the first time

@@ -34,9 +34,9 @@ struct Listener {
 struct Services : PrivateMachine {};
 
 TEST_F(Services, JournalGetsEveryFieldUnchanged) {
-  EXPECT_FALSE(JournalLog::connect());
+  EXPECT_FALSE(JournalLog::find());
   const Listener journal(SOCK_DGRAM, "/run/systemd/journal/socket");
-  ASSERT_TRUE(JournalLog::connect());
+  ASSERT_TRUE(JournalLog::find());
   const auto received = [&] {
     std::string datagram(10'000, '\0');
     const auto size = ::recv(journal.handle.fileDescriptor(), datagram.data(), datagram.size(), MSG_DONTWAIT);
@@ -57,7 +57,7 @@ TEST_F(Services, JournalGetsEveryFieldUnchanged) {
       {LogLevel::fault, "2", "PRIORITY=7", "MESSAGE=PRIORITY=7"},
   };
   for (const auto& row : rows) {
-    JournalLog::connect()->write(row.level, "sub.system", "category", row.message);
+    JournalLog::find()->write(row.level, "sub.system", "category", row.message);
     EXPECT_EQ(received(), row.field + "\nPRIORITY=" + row.priority +
                               "\nSUBSYSTEM=sub.system\nCATEGORY=category\nSYSLOG_IDENTIFIER=tool_tests\n");
   }

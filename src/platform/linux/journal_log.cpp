@@ -34,14 +34,15 @@ int priority(LogLevel level) {
 
 }  // namespace
 
-std::optional<JournalLog> JournalLog::connect() {
+std::optional<JournalLog> JournalLog::find() {
   const FileHandle socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
   const sockaddr_un journal = {.sun_family = AF_UNIX, .sun_path = "/run/systemd/journal/socket"};
   if (::connect(socket.fileDescriptor(), reinterpret_cast<const sockaddr*>(&journal), sizeof(journal)) != 0) {
     return std::nullopt;
   }
   const auto* systemd = SystemdLibrary::load();
-  return systemd == nullptr ? std::nullopt : std::optional(JournalLog(*systemd));
+  if (systemd == nullptr) return std::nullopt;
+  return JournalLog(*systemd);
 }
 
 JournalLog::JournalLog(const SystemdLibrary& systemd) : systemd_(systemd) {

@@ -16,7 +16,7 @@ struct SystemdLibrary;
 class JournalLog final : public UnifiedLog {
  public:
   /// nullopt where no journal takes entries on this machine, or without libsystemd.
-  static std::optional<JournalLog> connect();
+  static std::optional<JournalLog> find();
 
   void write(LogLevel level, std::string_view subsystem, std::string_view category, std::string_view message) override;
 

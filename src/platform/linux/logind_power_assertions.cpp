@@ -20,21 +20,18 @@ using std::chrono::steady_clock;
 constexpr auto longestWait = 2s;
 constexpr int noAnswerYet = 0;  // the descriptor of a lock is never one of the standard streams
 
-/// Where a lock is asked for, and what has been answered.
-struct Request {
-  const SystemdLibrary& systemd;
-  int answer = noAnswerYet;  ///< the lock's descriptor or a negative errno
-};
-
+/// Leaves the lock's descriptor or a negative errno in `userdata`, an int.
 int takeAnswer(sd_bus_message* message, void* userdata, sd_bus_error* /*error*/) {
-  auto& [systemd, answer] = *static_cast<Request*>(userdata);
+  const auto& systemd = *SystemdLibrary::load();  // it is what calls this
   int descriptor = -1;
-  answer = -systemd.sd_bus_message_get_errno(message);
-  if (answer == 0) answer = systemd.sd_bus_message_read(message, "h", &descriptor);
-  if (answer < 0) return 0;
-  // The message owns what it brings.
-  answer = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-  if (answer < 0) answer = -errno;
+  int result = -systemd.sd_bus_message_get_errno(message);
+  if (result == 0) result = systemd.sd_bus_message_read(message, "h", &descriptor);
+  if (result >= 0) {
+    // The message owns what it brings.
+    result = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+    if (result < 0) result = -errno;
+  }
+  *static_cast<int*>(userdata) = result;
   return 0;
 }
 
@@ -53,11 +50,11 @@ int inhibit(const std::string& what, const std::string& who, const std::string& 
   const std::unique_ptr<sd_bus, decltype(systemd->sd_bus_close_unref)> bus(opened, systemd->sd_bus_close_unref);
 
   // Not sd_bus_call(): its timeout begins when the bus has let us in, and a bus that hangs never does.
-  Request request{*systemd};
+  int answer = noAnswerYet;
   result = systemd->sd_bus_call_method_async(bus.get(), nullptr, "org.freedesktop.login1", "/org/freedesktop/login1",
-                                             "org.freedesktop.login1.Manager", "Inhibit", takeAnswer, &request, "ssss",
+                                             "org.freedesktop.login1.Manager", "Inhibit", takeAnswer, &answer, "ssss",
                                              what.c_str(), who.c_str(), why.c_str(), "block");
-  while (result >= 0 && request.answer == noAnswerYet) {
+  while (result >= 0 && answer == noAnswerYet) {
     result = systemd->sd_bus_process(bus.get(), nullptr);
     if (result != 0) continue;
     const std::chrono::microseconds left = std::chrono::floor<std::chrono::microseconds>(end - steady_clock::now());
@@ -65,7 +62,7 @@ int inhibit(const std::string& what, const std::string& who, const std::string& 
     result = systemd->sd_bus_wait(bus.get(), static_cast<std::uint64_t>(left.count()));
     if (result == -EINTR) result = 0;
   }
-  return result < 0 ? result : request.answer;
+  return result < 0 ? result : answer;
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "platform/linux/system_applications.h"
 
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,7 +10,6 @@
 #include <climits>
 #include <cstdint>
 #include <cstdlib>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <system_error>
@@ -119,24 +117,6 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
   return entries;
 }
 
-struct CloseFolder {
-  void operator()(DIR* folder) const { ::closedir(folder); }
-};
-
-/// Of all processes. With readdir(3), as std::filesystem takes twice as long where there are hundreds.
-std::vector<int> processIdentifiers() {
-  std::vector<int> identifiers;
-  const std::unique_ptr<DIR, CloseFolder> proc(::opendir("/proc"));
-  if (proc == nullptr) return identifiers;
-  while (const dirent* entry = ::readdir(proc.get())) {
-    const std::string_view name = entry->d_name;
-    int identifier{};
-    const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), identifier);
-    if (error == std::errc{} && end == name.data() + name.size()) identifiers.push_back(identifier);
-  }
-  return identifiers;
-}
-
 }  // namespace
 
 std::vector<std::optional<fs::path>> SystemApplications::running(std::string_view bundleIdentifier) const {
@@ -146,9 +126,14 @@ std::vector<std::optional<fs::path>> SystemApplications::running(std::string_vie
     fs::path bundle;
   };
   std::vector<Copy> copies;
-  for (const int processIdentifier : processIdentifiers()) {
-    const std::string folder = "/proc/" + std::to_string(processIdentifier);
-    // A machine has hundreds of processes: most are told to be no bundle's by one look.
+  for (const auto& entry : entriesOf("/proc")) {
+    const std::string& folder = entry.native();
+    const auto name = std::string_view(folder).substr(std::string_view("/proc/").size());
+    int processIdentifier{};
+    const auto [end, error] = std::from_chars(name.begin(), name.end(), processIdentifier);
+    if (error != std::errc{} || end != name.end()) continue;
+
+    // One link rules out most of a machine's hundreds of processes. What is left is looked at in a folder held open.
     if (!bundleAround(targetOf(AT_FDCWD, (folder + "/exe").c_str()))) continue;
     const Process process(folder);
     const auto executable = process.executable();

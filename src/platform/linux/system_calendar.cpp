@@ -14,7 +14,7 @@ using std::chrono::seconds;
 
 void SystemCalendar::update() {
   ::tzset();
-  samples_.fill({});
+  cache_.fill({});
 }
 
 LocalTime SystemCalendar::localTime(Instant instant) const {
@@ -33,14 +33,14 @@ std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
   // mktime(3) is no help: what it answers in a repeated hour depends on the call before it.
   const Instant asUtc{local.time_since_epoch()};
   const auto near = std::chrono::floor<SamplePeriod>(asUtc - offsetAt(std::chrono::floor<SamplePeriod>(asUtc)));
-  // The reading taken with every offset in force around it: up to three hours off, as far as rules move the clocks, and
-  // a day off, as the date line has been moved by a day.
+  // The reading taken with every offset in force around it: three hours off, as far as rules move the clocks, and a day
+  // off, as the date line has been moved. The instant in question lies between `near` and the sample after that.
   std::vector<Instant> candidates;
   for (const int distance : {-8, -1, 0, 1, 2, 9}) {
     const Instant candidate = asUtc - offsetAt(near + SamplePeriod{distance});
     if (std::ranges::find(candidates, candidate) == candidates.end()) candidates.push_back(candidate);
   }
-  if (candidates.size() > 1) {
+  if (candidates.size() > 1) {  // with one offset all around nothing is skipped or repeated
     std::erase_if(candidates, [&](Instant instant) { return localTime(instant) != local; });
     std::ranges::sort(candidates);
   }
@@ -48,7 +48,7 @@ std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
 }
 
 seconds SystemCalendar::offsetAt(SampleTime time) const {
-  auto& sample = samples_[static_cast<std::size_t>(time.time_since_epoch().count()) % samples_.size()];
+  auto& sample = cache_[static_cast<std::size_t>(time.time_since_epoch().count()) % cache_.size()];
   if (sample.time != time) sample = {time, localTime(time).time_since_epoch() - seconds{time.time_since_epoch()}};
   return sample.offset;
 }

@@ -18,18 +18,18 @@ class SystemCalendar final : public Calendar {
   std::vector<Instant> instants(LocalTime local) const override;
 
  private:
-  // Looked at is the offset every three hours. One that holds for less can be missed; no zone of a place has any.
+  // Offsets are looked at every three hours. One that holds for less can be missed; no zone of a place has any.
   using SamplePeriod = std::chrono::duration<std::int64_t, std::ratio<10'800>>;
   using SampleTime = std::chrono::sys_time<SamplePeriod>;
   struct Sample {
-    SampleTime time = SampleTime::min();
+    SampleTime time = SampleTime::min();  ///< at first of no sample
     std::chrono::seconds offset{};
   };
 
   std::chrono::seconds offsetAt(SampleTime time) const;
 
-  /// Each in the place that its time has: 64 days of them. Many lines fire on the same days.
-  mutable std::array<Sample, 512> samples_;
+  /// A cache, for 64 days: each time has its place. The lines of a crontab fire on the same days.
+  mutable std::array<Sample, 512> cache_;
 };
 
 }  // namespace zt

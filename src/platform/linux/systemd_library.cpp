@@ -8,7 +8,7 @@ namespace zt {
 namespace {
 
 std::optional<SystemdLibrary> open() {
-  // It stays for as long as the process: whoever has loaded it is to use it again.
+  // Never closed: the functions are used until the process ends.
   void* const library = ::dlopen("libsystemd.so.0", RTLD_NOW);
   if (library == nullptr) return std::nullopt;
   bool complete = true;

@@ -1,6 +1,6 @@
 #pragma once
 
-// Readers of the journal have no use for the place in the source.
+// Otherwise sd_journal_sendv() is a macro that adds the place in the source, which readers of the journal do not need.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-bus.h>
 #include <systemd/sd-journal.h>
@@ -8,11 +8,10 @@
 
 namespace zt {
 
-/// The functions of libsystemd, under their own names. On Debian 12 it brings six more libraries along, and loading
-/// them takes as long as all the rest of the tool's start: who needs it loads it here. Nothing is linked with it.
+/// The functions of libsystemd, under their own names. Nothing is linked with it: it is loaded where it is used, as it
+/// and the libraries that it brings along would make every start half as long again (docs/performance.md).
 struct SystemdLibrary {
-  /// Loads the library at the first call, and then stays with the outcome: null where it is missing. One thread at a
-  /// time.
+  /// Loads the library at the first call, for good. Null where it is missing or lacks one of the functions.
   static const SystemdLibrary* load();
 
   decltype(&::sd_bus_call_method_async) sd_bus_call_method_async;
