@@ -12,10 +12,9 @@ namespace zt {
 std::vector<URL> matchingSchedules(std::span<const CrontabLine> lines, Instant time, const Calendar& calendar,
                                    Commands& commands, std::ostream& output) {
   // All are judged before the first shell runs.
-  const LocalTime local = calendar.localTime(time);
   std::vector<const CrontabLine*> due;
   for (const auto& line : lines) {
-    if (runsAt(line, local)) due.push_back(&line);
+    if (runsAt(line, time, calendar)) due.push_back(&line);
   }
   std::vector<URL> urls;
   for (const auto* line : due) {

@@ -33,32 +33,26 @@ bool CrontabLine::runsOnDay(Instant time, const Calendar& calendar) const {
 }
 
 bool runsAt(const CrontabLine& line, Instant time, const Calendar& calendar) {
-  return runsAt(line, calendar.localTime(time));
-}
-
-bool runsAt(const CrontabLine& line, LocalTime local) {
+  const LocalTime local = calendar.localTime(time);
   const auto day = std::chrono::floor<std::chrono::days>(local);
   const std::chrono::hh_mm_ss timeOfDay{local - day};
   return readInteger(line.part(CrontabLine::minute)) == timeOfDay.minutes().count() &&
          readInteger(line.part(CrontabLine::hour)) == timeOfDay.hours().count() && acceptsDay(line, day);
 }
 
-bool canFire(const CrontabLine& line) {
-  const auto inRange = [](std::optional<std::int64_t> value, std::int64_t end) {
-    return value && *value >= 0 && *value < end;
-  };
-  if (!inRange(readInteger(line.part(CrontabLine::minute)), 60) ||
-      !inRange(readInteger(line.part(CrontabLine::hour)), 24)) {
-    return false;
-  }
+std::optional<std::chrono::minutes> firingTime(const CrontabLine& line) {
+  const auto minute = readInteger(line.part(CrontabLine::minute));
+  const auto hour = readInteger(line.part(CrontabLine::hour));
+  if (!minute || *minute < 0 || *minute >= 60 || !hour || *hour < 0 || *hour >= 24) return std::nullopt;
+
   // Every weekday has a first to fifth occurrence in some month.
   for (unsigned weekday = 0; weekday < 7; ++weekday) {
     if (!acceptsWeekday(line, weekday)) continue;
     for (unsigned ordinal = 1; ordinal <= 5; ++ordinal) {
-      if (acceptsOrdinal(line, ordinal)) return true;
+      if (acceptsOrdinal(line, ordinal)) return std::chrono::hours{*hour} + std::chrono::minutes{*minute};
     }
   }
-  return false;
+  return std::nullopt;
 }
 
 }  // namespace zt

@@ -12,13 +12,11 @@ namespace zt {
 /// - and minute and hour are single numbers equal to those of `time`.
 bool runsAt(const CrontabLine& line, Instant time, const Calendar& calendar);
 
-/// The same for the minute of a wall-clock reading.
-bool runsAt(const CrontabLine& line, LocalTime local);
-
 /// Whether day of week and day of month both accept a local day.
 bool acceptsDay(const CrontabLine& line, std::chrono::local_days day);
 
-/// Whether there is any minute at which `line` can fire.
-bool canFire(const CrontabLine& line);
+/// The time of day at which `line` fires, on the days that it accepts. nullopt where there is no minute at which it can
+/// fire.
+std::optional<std::chrono::minutes> firingTime(const CrontabLine& line);
 
 }  // namespace zt

@@ -1,7 +1,5 @@
 #include "schedules/wall_time.h"
 
-#include <algorithm>
-
 namespace zt {
 
 using namespace std::chrono_literals;
@@ -12,15 +10,23 @@ Minute minuteOf(Instant instant, const Calendar& calendar) {
   return {.start = instant - (reading - local), .local = local};
 }
 
-LocalTime earliestToCome(const Minute& minute, const Calendar& calendar) {
-  // Clocks are set back by three hours at most, or by up to a day for longer, as at the date line: a day from now they
-  // are still there.
-  return std::min(minute.local - 3h, calendar.localTime(minute.start + 24h) - 24h);
+namespace {
+
+/// Whether clocks that are set back show a reading again that was over at the start of `from`. If they are set back by
+/// three hours at most, they still are three hours from now; if by more, as at the date line, a day from now.
+bool comesAgain(LocalTime local, const Minute& from, const Calendar& calendar) {
+  const auto isShownAfter = [&](std::chrono::hours time) {
+    return calendar.localTime(from.start + time) - time <= local;
+  };
+  return isShownAfter(24h) || (local >= from.local - 3h && isShownAfter(3h));
 }
 
-std::optional<Instant> firstInstantAt(LocalTime local, Instant notBefore, const Calendar& calendar) {
+}  // namespace
+
+std::optional<Instant> firstInstantAt(LocalTime local, const Minute& from, const Calendar& calendar) {
+  if (local < from.local && !comesAgain(local, from, calendar)) return std::nullopt;
   for (const Instant instant : calendar.instants(local)) {
-    if (instant >= notBefore) return instant;
+    if (instant >= from.start) return instant;
   }
   return std::nullopt;
 }

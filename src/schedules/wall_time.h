@@ -18,13 +18,9 @@ struct Minute {
 /// The minute that the wall clock shows at `instant`. In a repeated hour it is of the same time round.
 Minute minuteOf(Instant instant, const Calendar& calendar);
 
-/// A reading before which the clock shows none from `minute` on. It lies before the minute's own, as clocks that are
-/// set back repeat readings.
-LocalTime earliestToCome(const Minute& minute, const Calendar& calendar);
-
-/// The first instant, not before `notBefore`, at which the wall clock shows `local`: the first time
+/// The first instant, not before the start of `from`, at which the wall clock shows `local`: the first time
 /// round of a repeated reading, or the second where the first is over. nullopt for a skipped
 /// reading, which the clock never shows, and for one that is over.
-std::optional<Instant> firstInstantAt(LocalTime local, Instant notBefore, const Calendar& calendar);
+std::optional<Instant> firstInstantAt(LocalTime local, const Minute& from, const Calendar& calendar);
 
 }  // namespace zt

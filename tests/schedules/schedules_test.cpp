@@ -25,7 +25,7 @@ TEST(CrontabLine, IsSplitAtEveryTab) {
   EXPECT_EQ(CrontabLine("0\t5\t1-7\t*\t1\t/ZTUtil a b").parts(), (Parts{"0", "5", "1-7", "*", "1", "/ZTUtil a b"}));
   EXPECT_EQ(CrontabLine("\t0\t\tx\t").parts(), (Parts{"", "0", "", "x", ""}));
   EXPECT_EQ(CrontabLine("").parts(), (Parts{""}));
-  EXPECT_DEATH(canFire(CrontabLine("0\t5\t*\t*")), "^$") << "a missing field stops the process";
+  EXPECT_DEATH(firingTime(CrontabLine("0\t5\t*\t*")), "^$") << "a missing field stops the process";
 }
 
 TEST(Integers, AreWholeTextsWithAtMostOneSign) {

@@ -14,7 +14,7 @@ using std::chrono::seconds;
 
 void SystemCalendar::update() {
   ::tzset();
-  cache_.fill({});
+  ++updates_;  // so that what is in the cache is out of date
 }
 
 LocalTime SystemCalendar::localTime(Instant instant) const {
@@ -32,7 +32,8 @@ LocalTime SystemCalendar::localTime(Instant instant) const {
 std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
   // mktime(3) is no help: what it answers in a repeated hour depends on the call before it.
   const Instant asUtc{local.time_since_epoch()};
-  const auto near = std::chrono::floor<SamplePeriod>(asUtc - offsetAt(std::chrono::floor<SamplePeriod>(asUtc)));
+  // Near enough is the zone's standard offset, which tzset(3) leaves in `timezone`, in seconds west.
+  const auto near = std::chrono::floor<SamplePeriod>(asUtc + seconds{::timezone});
   // The reading taken with every offset in force around it: three hours off, as far as rules move the clocks, and a day
   // off, as the date line has been moved. The instant in question lies between `near` and the sample after that.
   std::vector<Instant> candidates;
@@ -49,7 +50,9 @@ std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
 
 seconds SystemCalendar::offsetAt(SampleTime time) const {
   auto& sample = cache_[static_cast<std::size_t>(time.time_since_epoch().count()) % cache_.size()];
-  if (sample.time != time) sample = {time, localTime(time).time_since_epoch() - seconds{time.time_since_epoch()}};
+  if (sample.update != updates_ || sample.time != time) {
+    sample = {time, localTime(time).time_since_epoch() - seconds{time.time_since_epoch()}, updates_};
+  }
   return sample.offset;
 }
 
