@@ -150,6 +150,7 @@ void measure(const Scenario& scenario, const Programs& programs, const std::stri
     std::ranges::shuffle(order, random);
     for (const auto i : order) costs.at(i).add(costOf(commands.at(i)));
   }
+  awaitRoomInMinute();
   const auto& [tool, floor, script] = costs;
   const double memory = static_cast<double>(peakMemory(programs.tool) - peakMemory(programs.empty)) / 1024;
   std::printf("| %5d | %3d | %-13s | %4.1f | %5.1f | %6.1f | %10.2f | %11.2f | %9.1f | %5.1f | %6.1f | %19.1f |\n",

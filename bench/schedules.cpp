@@ -203,7 +203,7 @@ int main(int, char** arguments) {
   if (!sameAnswers(newYork())) return 1;
   // Interleaved at random, so that a noisy machine does not decide.
   std::array<std::string, 5> options{arguments[0], "--benchmark_enable_random_interleaving=true",
-                                     "--benchmark_repetitions=9", "--benchmark_min_time=0.1",
+                                     "--benchmark_repetitions=25", "--benchmark_min_time=0.04",
                                      "--benchmark_report_aggregates_only=true"};
   std::array<char*, 5> pointers{};
   std::ranges::transform(options, pointers.begin(), [](auto& option) { return option.data(); });
