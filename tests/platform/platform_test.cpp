@@ -2,15 +2,18 @@
 #include <sys/stat.h>
 
 #include <fstream>
+#include <map>
 
 #include "fakes/fake_machine.h"
 #include "platform/linux/agent_wake_events.h"
 #include "platform/linux/system_applications.h"
+#include "zone.h"
 
 namespace zt {
 namespace {
 
 namespace fs = std::filesystem;
+using namespace std::chrono_literals;
 using namespace std::string_literals;
 
 TEST(Applications, AreBundlesByTheirPropertyList) {
@@ -47,6 +50,31 @@ TEST(AgentWakeEvents, AreCancelledByWhatAProgramCanBeGiven) {
     wakeEvents.cancel("/ZTAgent", when);
   }
   EXPECT_EQ(commands.commands, Texts{"/ZTAgent cancel"});
+}
+
+TEST(SystemCalendar, FindsEveryOffsetThatHoldsForThreeHoursOrIsOffByADay) {
+  std::vector<std::string> rules = {"AAA-12BBB12,J100/12,J102/12", "AAA12BBB-12,J98/12,J100/12"};
+  for (const int shift : {-3, -1, 1, 3}) {
+    for (int start = 0; start < 180; start += 20) {
+      const auto time = [&](int hour) { return std::to_string(hour) + ":" + std::to_string(start % 60); };
+      const int from = 10 + start / 60;
+      // Each side is that of the clock as it is then.
+      rules.push_back("AAA0BBB" + std::to_string(-shift) + ",J100/" + time(from) + ",J100/" + time(from + 3 + shift));
+    }
+  }
+  SystemCalendar calendar;
+  for (const auto& rule : rules) {
+    const Zone zone(rule.c_str());
+    calendar.update();
+    std::map<LocalTime, std::vector<Instant>> shown;
+    for (auto instant = at("2027-04-08 00:00 +0000"); instant < at("2027-04-13 00:00 +0000"); instant += 10min) {
+      shown[zone.calendar.localTime(instant)].push_back(instant);
+    }
+    for (LocalTime local = std::chrono::local_days{2027y / 4 / 9}; local < std::chrono::local_days{2027y / 4 / 12};
+         local += 10min) {
+      ASSERT_EQ(calendar.instants(local), shown[local]) << rule << " at " << local.time_since_epoch().count();
+    }
+  }
 }
 
 }  // namespace
