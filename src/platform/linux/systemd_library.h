@@ -9,7 +9,7 @@
 namespace zt {
 
 /// The functions of libsystemd, under their own names. Nothing is linked with it: it is loaded where it is used, as it
-/// and the libraries that it brings along would make every start half as long again (docs/performance.md).
+/// and the libraries that it brings along would make every start two thirds longer (docs/performance.md).
 struct SystemdLibrary {
   /// Loads the library at the first call, for good. Null where it is missing or lacks one of the functions.
   static const SystemdLibrary* load();
