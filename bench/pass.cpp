@@ -136,9 +136,10 @@ void measure(const Scenario& scenario, const Programs& programs, const std::stri
       minute = clockText("%M");
       write("/var/spool/cron/crontabs/root", crontabOf(scenario));
       const auto done = doneBy(programs.tool);
-      if (done.size() != static_cast<std::size_t>(scenario.due) + 3)
+      if (done.size() != static_cast<std::size_t>(scenario.due) + 3) {
         throw std::runtime_error("the tool has started " + std::to_string(done.size()) +
                                  " programs of the application");
+      }
       const auto& last = done.back();  // what sorts last is the wake event
       commands[1] = programs.floor;
       append(commands[1], childrenOf(scenario, last.substr(last.find("wake ") + 5)));

@@ -4,12 +4,6 @@ namespace zt {
 
 using namespace std::chrono_literals;
 
-Minute minuteOf(Instant instant, const Calendar& calendar) {
-  const LocalTime reading = calendar.localTime(instant);
-  const LocalTime local = std::chrono::floor<std::chrono::minutes>(reading);
-  return {.start = instant - (reading - local), .local = local};
-}
-
 namespace {
 
 /// Whether clocks that are set back show a reading again that was over at the start of `from`. If they are set back by
@@ -22,6 +16,12 @@ bool comesAgain(LocalTime local, const Minute& from, const Calendar& calendar) {
 }
 
 }  // namespace
+
+Minute minuteOf(Instant instant, const Calendar& calendar) {
+  const LocalTime reading = calendar.localTime(instant);
+  const LocalTime local = std::chrono::floor<std::chrono::minutes>(reading);
+  return {.start = instant - (reading - local), .local = local};
+}
 
 std::optional<Instant> firstInstantAt(LocalTime local, const Minute& from, const Calendar& calendar) {
   if (local < from.local && !comesAgain(local, from, calendar)) return std::nullopt;
