@@ -3,16 +3,15 @@
 #include <utility>
 
 namespace zt {
-namespace {
 
-constexpr std::string_view marker = "ZTUtil";
-
-}  // namespace
+bool isMarked(std::string_view line) {
+  return line.find("ZTUtil") != line.npos;
+}
 
 std::vector<CrontabLine> readCrontabLines(Commands& commands) {
-  auto output = commands.shell("/usr/bin/crontab", {"-l"});
+  auto output = commands.shell(crontabProgram, {crontabArgument});
   if (!output) return {};
-  std::erase_if(*output, [](const auto& line) { return line.find(marker) == line.npos; });
+  std::erase_if(*output, [](const auto& line) { return !isMarked(line); });
 
   std::vector<CrontabLine> result;
   for (auto& text : *output) {

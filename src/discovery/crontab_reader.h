@@ -1,11 +1,19 @@
 #pragma once
 
+#include <string_view>
 #include <vector>
 
 #include "platform/commands.h"
 #include "schedules/crontab_line.h"
 
 namespace zt {
+
+/// The program that prints the user's crontab, and its only argument.
+inline constexpr auto crontabProgram = "/usr/bin/crontab";
+inline constexpr auto crontabArgument = "-l";
+
+/// Whether a line of a crontab bears the application's marker: whether it is meant for this tool.
+bool isMarked(std::string_view line);
 
 /// The application's lines of the user's crontab, in crontab order: those that bear its marker and
 /// have exactly six fields. All others are left out silently; empty when the crontab is missing, or

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <string>
 #include <vector>
 
 #include "platform/instant.h"
@@ -21,6 +22,9 @@ class Calendar {
 
   /// The wall-clock reading at an instant.
   virtual LocalTime localTime(Instant instant) const = 0;
+
+  /// What the zone's time is called at an instant, such as "CEST". `date +%Z` prints it.
+  virtual std::string zoneAbbreviation(Instant instant) const = 0;
 
   /// The instants at which the wall clock shows a reading, in order: one; none where the clocks skip it;
   /// two where they are set back and repeat it.

@@ -1,31 +1,24 @@
 #include "schedules/matching.h"
 
-#include <array>
+#include <algorithm>
 
 namespace zt {
-namespace {
 
-/// `weekday` is 0 for Sunday to 6.
-bool acceptsWeekday(const CrontabLine& line, unsigned weekday) {
+bool acceptsWeekday(const CrontabLine& line, std::chrono::weekday weekday) {
   const auto& dayOfWeek = line.part(CrontabLine::dayOfWeek);
-  return dayOfWeek == "*" || dayOfWeek.find(static_cast<char>('0' + weekday)) != dayOfWeek.npos;
+  return dayOfWeek == "*" || dayOfWeek.find(static_cast<char>('0' + weekday.c_encoding())) != dayOfWeek.npos;
 }
 
-/// `ordinal` tells which of its weekday in the month a day is, from 1.
-bool acceptsOrdinal(const CrontabLine& line, unsigned ordinal) {
-  static constexpr std::array<std::string_view, 5> ranges = {"1-7", "8-14", "15-21",
-                                                             "22-31",  // the fourth and the fifth
-                                                             "22-31"};
+bool acceptsWeek(const CrontabLine& line, std::string_view range) {
   const auto& dayOfMonth = line.part(CrontabLine::dayOfMonth);
-  return dayOfMonth == "*" || dayOfMonth.find(ranges.at(ordinal - 1)) != dayOfMonth.npos;
+  return dayOfMonth == "*" || dayOfMonth.find(range) != dayOfMonth.npos;
 }
-
-}  // namespace
 
 bool acceptsDay(const CrontabLine& line, std::chrono::local_days day) {
-  if (!acceptsWeekday(line, std::chrono::weekday{day}.c_encoding())) return false;
+  if (!acceptsWeekday(line, std::chrono::weekday{day})) return false;
   const unsigned dayOfMonth{std::chrono::year_month_day{day}.day()};
-  return acceptsOrdinal(line, (dayOfMonth - 1) / 7 + 1);
+  const std::size_t week = (dayOfMonth - 1) / 7;
+  return acceptsWeek(line, weekRanges.at(std::min(week, weekRanges.size() - 1)));
 }
 
 bool CrontabLine::runsOnDay(Instant time, const Calendar& calendar) const {
@@ -45,11 +38,11 @@ std::optional<std::chrono::minutes> firingTime(const CrontabLine& line) {
   const auto hour = readInteger(line.part(CrontabLine::hour));
   if (!minute || *minute < 0 || *minute >= 60 || !hour || *hour < 0 || *hour >= 24) return std::nullopt;
 
-  // Every weekday has a first to fifth occurrence in some month.
+  // Every weekday comes in each week of some month.
+  if (std::ranges::none_of(weekRanges, [&](auto range) { return acceptsWeek(line, range); })) return std::nullopt;
   for (unsigned weekday = 0; weekday < 7; ++weekday) {
-    if (!acceptsWeekday(line, weekday)) continue;
-    for (unsigned ordinal = 1; ordinal <= 5; ++ordinal) {
-      if (acceptsOrdinal(line, ordinal)) return std::chrono::hours{*hour} + std::chrono::minutes{*minute};
+    if (acceptsWeekday(line, std::chrono::weekday{weekday})) {
+      return std::chrono::hours{*hour} + std::chrono::minutes{*minute};
     }
   }
   return std::nullopt;

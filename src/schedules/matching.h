@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <string_view>
+
 #include "schedules/crontab_line.h"
 
 namespace zt {
@@ -11,6 +14,16 @@ namespace zt {
 ///   in it: "1-7", "8-14", "15-21", or "22-31" for the fourth and fifth, so that "15" means no day;
 /// - and minute and hour are single numbers equal to those of `time`.
 bool runsAt(const CrontabLine& line, Instant time, const Calendar& calendar);
+
+/// What day of month is searched for: the days on which a weekday comes for the first time in its month, for the
+/// second, for the third, and for the fourth or fifth.
+inline constexpr std::array<std::string_view, 4> weekRanges = {"1-7", "8-14", "15-21", "22-31"};
+
+/// Whether day of week accepts a weekday.
+bool acceptsWeekday(const CrontabLine& line, std::chrono::weekday weekday);
+
+/// Whether day of month accepts the days of one of the weekRanges.
+bool acceptsWeek(const CrontabLine& line, std::string_view range);
 
 /// Whether day of week and day of month both accept a local day.
 bool acceptsDay(const CrontabLine& line, std::chrono::local_days day);

@@ -12,21 +12,34 @@ namespace zt {
 using namespace std::chrono_literals;
 using std::chrono::seconds;
 
+namespace {
+
+tm fieldsAt(Instant instant) {
+  const time_t time = instant.time_since_epoch().count();
+  tm fields;
+  if (::localtime_r(&time, &fields) == nullptr) fatal("cannot tell the local time", errno);
+  return fields;
+}
+
+}  // namespace
+
 void SystemCalendar::update() {
   ::tzset();
   ++updates_;  // so that what is in the cache is out of date
 }
 
 LocalTime SystemCalendar::localTime(Instant instant) const {
-  const time_t time = instant.time_since_epoch().count();
-  tm fields;
-  if (::localtime_r(&time, &fields) == nullptr) fatal("cannot tell the local time", errno);
+  const tm fields = fieldsAt(instant);
   // From the fields and not from tm_gmtoff, which leaves out the leap seconds of a "right/" zone.
   const std::chrono::year_month_day date{std::chrono::year{fields.tm_year + 1900},
                                          std::chrono::month(unsigned(fields.tm_mon + 1)),
                                          std::chrono::day(unsigned(fields.tm_mday))};
   return std::chrono::local_days{date} + std::chrono::hours{fields.tm_hour} + std::chrono::minutes{fields.tm_min} +
          seconds{fields.tm_sec};
+}
+
+std::string SystemCalendar::zoneAbbreviation(Instant instant) const {
+  return fieldsAt(instant).tm_zone;
 }
 
 std::vector<Instant> SystemCalendar::instants(LocalTime local) const {

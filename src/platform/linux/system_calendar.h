@@ -15,6 +15,7 @@ class SystemCalendar final : public Calendar {
 
   void update() override;
   LocalTime localTime(Instant instant) const override;
+  std::string zoneAbbreviation(Instant instant) const override;
   std::vector<Instant> instants(LocalTime local) const override;
 
  private:
