@@ -7,7 +7,7 @@
 #include "property.h"
 #include "schedules/matching.h"
 #include "schedules/next_event.h"
-#include "zone.h"
+#include "zones.h"
 
 namespace zt {
 namespace {
@@ -20,12 +20,6 @@ struct CheckedCommands : FakeCommands {
     return FakeCommands::shell(path, arguments);
   }
 };
-
-/// By name; UTC for unknown names.
-Zone zoneOf(std::string_view name) {
-  const auto* const known = std::ranges::find(zoneNames, name);
-  return Zone(known == zoneNames.end() ? "UTC0" : *known);
-}
 
 /// Whether the line fires in none of the minutes from `start` to before `end`.
 bool isSilent(const CrontabLine& line, Instant start, Instant end, const Calendar& calendar) {

@@ -1,0 +1,91 @@
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <stdexcept>
+
+#include "discovery/crontab_reader.h"
+#include "property.h"
+#include "schedules/matching.h"
+#include "util/text.h"
+#include "zones.h"
+#include "ztschedules/entry.h"
+#include "ztschedules/terminal_text.h"
+#include "ztschedules/time_text.h"
+#include "ztschedules/views.h"
+
+namespace zt {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t columns = 80;
+
+void checkEntry(const Entry& entry, Instant now, const Calendar& calendar) {
+  require(entry.problem || entry.next, "a line that never runs has a problem");
+  require(!entry.problem || !entry.warning, "a problem goes before a warning");
+  require((entry.schedule == "never") == !entry.next, "what never runs is called so");
+  require(!entry.due || entry.next == std::chrono::floor<std::chrono::minutes>(now), "what is due runs in this minute");
+  require(!entry.due || runsAt(entry.line, now, calendar), "what is due fires");
+}
+
+/// `fits` tells whether it has to fit into the columns.
+void checkView(std::string_view view, bool fits) {
+  require(view.empty() || view.ends_with('\n'), "a view is of whole lines");
+  for (const auto line : split(view, '\n')) {
+    require(printable(line) == line, "a terminal only shows it");
+    require(!fits || columnsOf(line) <= columns, "a view fits into its columns");
+  }
+}
+
+void checkJson(const std::vector<Entry>& entries, const Calendar& calendar) {
+  const auto text = jsonView(entries, calendar);
+  checkView(text, false);
+  require(std::ranges::all_of(text, [](char c) { return c == '\n' || (c >= ' ' && c <= '~'); }), "JSON is ASCII");
+  const auto array = nlohmann::json::parse(text);
+  require(array.size() == entries.size(), "JSON has an object for each marked line");
+  for (std::size_t i = 0; i < array.size(); ++i) {
+    const auto& line = entries[i].line.crontabLine();
+    require(!isValidUtf8(line) || array[i].at("line") == line, "JSON has the line as it is");
+    require(array[i].at("problem").is_null() == !entries[i].problem, "JSON has the problem");
+    if (array[i].at("next").is_null()) continue;
+    const Instant next{std::chrono::seconds{array[i].at("next").get<std::int64_t>()}};
+    require(entries[i].next == next, "JSON has the next run");
+    auto local = array[i].at("nextLocal").get<std::string>();
+    local.replace(10, 1, " ").insert(19, " ");
+    require(at(local) == next, "JSON has the same time twice");
+  }
+}
+
+}  // namespace
+
+/// A crontab, after a line with a time zone and the time at which it is looked at, as the option takes it.
+void check(std::string_view input) {
+  const auto setting = takeLine(input);
+  const auto blank = std::min(setting.find(' '), setting.size());
+  const Zone zone = zoneOf(setting.substr(0, blank));
+  Instant now = at("2027-03-13 12:00 +0000");
+  try {
+    now = std::min(readTime(setting.substr(std::min(blank + 1, setting.size())), zone.calendar),
+                   at("2400-01-01 00:00 +0000"));
+  } catch (const std::invalid_argument& error) {
+    checkView(std::string(error.what()) + "\n", false);
+  }
+
+  const auto entries = readEntries(input, now, zone.calendar);
+  auto texts = lines(input);
+  std::erase_if(texts, [](const std::string& line) { return !isMarked(line); });
+  require(std::ranges::equal(entries, texts, {}, [](const Entry& entry) { return entry.line.crontabLine(); }),
+          "each marked line has its entry");
+  const auto all = split(input, '\n');
+  for (const auto& entry : entries) {
+    checkEntry(entry, now, zone.calendar);
+    require(entry.line.crontabLine().starts_with(all.at(entry.number - 1)), "an entry has the number of its line");
+  }
+  checkJson(entries, zone.calendar);
+  checkView(nextRunsView(entries, now, zone.calendar, columns), true);
+  checkView(runsView(entries, 20, now, zone.calendar, {}), false);
+  const std::chrono::year_month_day date{std::chrono::floor<std::chrono::days>(zone.calendar.localTime(now))};
+  checkView(monthView(entries, {date.year(), date.month()}, zone.calendar, false), true);
+  checkView(problemsView(entries, columns), true);
+}
+
+}  // namespace zt

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zt {
+
+/// A text that a terminal only shows, whatever is in it: control characters, invisible characters that change how
+/// others are shown, unassigned characters, and bytes that are not UTF-8 are escaped, as in "\x1b" and "\u202e".
+std::string printable(std::string_view text);
+
+/// How many columns of a terminal a printable text takes.
+std::size_t columnsOf(std::string_view text);
+
+/// A text in printable form and at most so many columns, an ellipsis in place of what does not fit.
+std::string shortened(std::string_view text, std::size_t columns);
+
+/// The lines of a printable text that has only so many columns, broken at blanks, or within a word that is wider.
+/// They point into `text`.
+std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns);
+
+using Row = std::vector<std::string>;
+
+/// Rows of printable cells one below the other, two blanks between columns, each row ended by a line feed. Where they
+/// are wider than `columns`, the columns from `firstFlexible` on are made narrower and their cells wrapped.
+std::string table(const std::vector<Row>& rows, std::size_t firstFlexible, std::optional<std::size_t> columns);
+
+}  // namespace zt

@@ -1,0 +1,222 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <span>
+#include <stdexcept>
+
+#include "zone.h"
+#include "ztschedules/entry.h"
+#include "ztschedules/terminal_text.h"
+#include "ztschedules/time_text.h"
+#include "ztschedules/views.h"
+#include "ztschedules/words.h"
+
+namespace zt {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A line whose fields are written with bars between them, for the eye.
+std::string tabbed(std::string fields) {
+  std::ranges::replace(fields, '|', '\t');
+  return fields;
+}
+
+TEST(Words, SayWhenALineFires) {
+  const std::vector<std::pair<const char*, const char*>> rows = {
+      {"0|5|*|*|*", "every day at 05:00"},
+      {"0|5|*|*|0,1,2,3,4,5,6", "every day at 05:00"},
+      {"+5|0|1-7,8-14,15-21,22-31|*|*", "every day at 00:05"},
+      {"30|9|15-21|*|1", "3rd Monday of the month at 09:30"},
+      {"45|6|*|*|5,1", "Mon and Fri at 06:45"},
+      {"45|6|*|*|0", "every Sunday at 06:45"},
+      {"45|6|*|*|1,2,3,4,5", "Mon to Fri at 06:45"},
+      {"45|6|*|*|0,5,6", "Fri to Sun at 06:45"},
+      {"45|6|*|*|0,1,6", "Mon, Sat and Sun at 06:45"},
+      {"59|23|22-31|*|0", "4th and 5th Sunday of the month at 23:59"},
+      {"59|23|1-7,22-31|*|0,6", "1st, 4th and 5th Sat and Sun of the month at 23:59"},
+      {"0|5|1-7,15-21|*|*", "days 1-7 and 15-21 of the month at 05:00"},
+      {"60|5|*|*|*", "never"},
+      {"0|5|*|*", "never"},
+  };
+  for (const auto& [fields, words] : rows) {
+    EXPECT_EQ(scheduleInWords(CrontabLine(tabbed(fields) + "\t/ZTUtil x")), words) << fields;
+  }
+}
+
+TEST(Words, NameTheCopy) {
+  const std::vector<std::pair<const char*, const char*>> rows = {
+      {"/ZTUtil file:///a/Copy%20Plan/", "Copy%20Plan"},
+      {R"(/b/ZTUtil file:///a\ b\'c)", R"(b\'c)"},
+      {"/ZTUtil file:///a/b?c/d#e/", "b"},
+      {"/ZTUtil name", "name"},
+      {"file:///ZTUtil", "ZTUtil"},
+      {"/ZTUtil ", ""},
+  };
+  for (const auto& [command, name] : rows) EXPECT_EQ(copyName(CrontabLine(tabbed("0|5|*|*|*|") + command)), name);
+}
+
+TEST(Words, SayWhatIsWrong) {
+  struct Row {
+    const char *line, *problem, *warning;
+  };
+  const char* none = "";
+  const std::vector<Row> rows = {
+      {"0|5|1-7,22-31|*|0,6|/ZTUtil file:///a%20b", none, none},
+      {"0|5|*|*|7|/ZTUtil x", "day of week 7 matches no day: Sunday is 0", none},
+      {"0|5|*|*|mon|/ZTUtil x", "day of week mon matches no day: days are 0 for Sunday to 6 for Saturday", none},
+      {"*/5|5|*|*|*|/ZTUtil x", "minute */5 is not a single number from 0 to 59: each time needs a line of its own",
+       none},
+      {"0||*|*|*|/ZTUtil x", "hour \"\" is not a single number from 0 to 23", none},
+      {"0 |24|*|*|*|/ZTUtil x", "minute \"0 \" is not a single number from 0 to 59; hour 24 is not one of 0 to 23",
+       none},
+      {"\x1b[1m|5|*|*|*|/ZTUtil x", "minute \\x1b[1m is not a single number from 0 to 59", none},
+      {"0|5|15|*|*|/ZTUtil x", "day of month 15 is not one of 1-7, 8-14, 15-21, 22-31", none},
+      {"0|5|22-28|*|1-5|/ZTUtil x", "day of month 22-28 is not one of 1-7, 8-14, 15-21, 22-31", none},
+      {"0 5 * /ZTUtil", "4 fields, separated by blanks: TABs are needed, and 6 fields", none},
+      {"0 5 * * mon /ZTUtil x y", "6 fields, separated by blanks: TABs are needed", none},
+      {"0|5 *|*|*|/ZTUtil x", "6 fields, some separated by blanks: TABs are needed", none},
+      {"0|5|*|*|/ZTUtil x", "5 fields: 6 are needed, with single TABs between them and none in the command", none},
+      {"0||5|*|*|*|/ZTUtil x", "7 fields: 6 are needed, with single TABs between them and none in the command", none},
+      {"ZTUtil=1", "1 field: 6 are needed, with single TABs between them and none in the command", none},
+      {"0|5|*|*|*|/ZTUtil x\r\n0|5|*|*|*|/ZTUtil x\r", "CR LF does not end a line: LF alone is needed", none},
+      {" #0|5|*|*|*|/ZTUtil x", "commented out: take off the # to have it run", none},
+      {"# ZTUtil", "a comment, not a schedule", none},
+      {"0|5|*|*|*|/ZTUtil ", "no URL follows the last blank of the command", none},
+      {"0|5|*|*|*|/ZTUtil file:///é", "file:///é is not a URL: it has to be percent-encoded", none},
+      {R"(0|5|*|*|*|/ZTUtil $'file:///\xc3\xa9')", none, none},  // who knows what bash makes of it
+      {"0|5|*|*|1-5|/ZTUtil x", none, "day of week 1-5 means Monday and Friday only"},
+      {"0|5|*|*|1,7|/ZTUtil x", none, "day of week 1,7 means Monday only: Sunday is 0"},
+      {"0|5|*|*|*/2|/ZTUtil x", none, "day of week */2 means Tuesday only"},
+      {"0|5|1-7,15|6|*|/ZTUtil x", none,
+       "day of month 1-7,15 means days 1-7 only; month 6 is not looked at: it runs in every month"},
+  };
+  for (const auto& row : rows) {
+    const auto entries = readEntries(tabbed(row.line), Instant{}, Zone("UTC0").calendar);
+    ASSERT_EQ(entries.size(), 1U) << row.line;
+    EXPECT_EQ(entries[0].problem.value_or(none), row.problem) << row.line;
+    EXPECT_EQ(entries[0].warning.value_or(none), row.warning) << row.line;
+  }
+}
+
+TEST(TimeText, ReadsAndWritesTimes) {
+  const Zone newYork("America/New_York");
+  const auto read = [&](const char* text) { return rfc3339(readTime(text, newYork.calendar), newYork.calendar); };
+  EXPECT_EQ(read("1805000000"), "2027-03-13T23:53:20-05:00");
+  EXPECT_EQ(read("2027-03-14 01:59"), "2027-03-14T01:59:00-05:00");
+  EXPECT_EQ(read("2027-03-14T03:00:59"), "2027-03-14T03:00:59-04:00");
+  EXPECT_EQ(read("2027-11-07 01:30"), "2027-11-07T01:30:00-04:00");
+  for (const auto* bad :
+       {"", "now", "-1", "253370764800", "2027-03-14", "2027-03-14 01", "2027-03-14 01:00x", "2027-03-14 02:30",
+        "2027-02-29 01:00", "2027-03-14 24:00", "1969-12-31 01:00", "9999-01-01 00:00", "2027-03-14 01:00:60"}) {
+    EXPECT_THROW(readTime(bad, newYork.calendar), std::invalid_argument) << bad;
+  }
+  EXPECT_EQ(readMonth("2027-03"), std::chrono::year{2027} / 3);
+  for (const auto* bad : {"", "2027", "2027-13", "1969-12", "9999-01", "2027-03-01"}) {
+    EXPECT_THROW(readMonth(bad), std::invalid_argument) << bad;
+  }
+  const Zone odd("ODD+1:02:03");
+  EXPECT_EQ(rfc3339(at("2027-03-14 01:00 +0000"), odd.calendar), "2027-03-13T23:58:00-01:02");
+  EXPECT_EQ(nextText(at("2027-03-14 01:02:03 +0000"), odd.calendar), "Sun 2027-03-14 00:00 ODD");
+
+  const std::vector<std::pair<std::chrono::seconds, const char*>> rows = {
+      {-59s, "now"},        {0s, "now"},    {59s, "59s"},       {119s, "1min"},          {60min, "1h"},
+      {135min, "2h 15min"}, {24h, "1 day"}, {47h, "1 day 23h"}, {71h + 59min, "2 days"},
+  };
+  for (const auto& [left, text] : rows) EXPECT_EQ(timeLeft(left), text);
+}
+
+TEST(TerminalText, OnlyShows) {
+  EXPECT_EQ(printable("a\tb\x1b[1m\x7f\xc2\x85\xe2\x80\xae\xff\xf3\xa0\x81\x81 é日本"),
+            "a\\x09b\\x1b[1m\\x7f\\u0085\\u202e\\xff\\U000e0041 é日本");
+  EXPECT_EQ(columnsOf("e\u0301日本"), 5U);
+  EXPECT_EQ(shortened("日本語", 6), "日本語");
+  EXPECT_EQ(shortened("日本語の", 6), "日本…");
+  using Lines = std::vector<std::string_view>;
+  EXPECT_EQ(wrapped("one two  three", 7), (Lines{"one two", " three"}));
+  EXPECT_EQ(wrapped("onetwothree", 4), (Lines{"onet", "woth", "ree"}));
+  EXPECT_EQ(wrapped("日本語 e\u0301e\u0301", 5), (Lines{"日本", "語 e\u0301e\u0301"}));
+  EXPECT_EQ(wrapped("", 5), Lines{""});
+}
+
+/// Entries in New York at 01:30:20, for the first time round, on the day on which that comes twice.
+struct Views : testing::Test {
+  const Zone zone{"America/New_York"};
+  const Instant now = at("2027-11-07 01:30:20 -0400");
+  const std::vector<Entry> entries =
+      readEntries(tabbed("30|9|15-21|*|1|/ZTUtil file:///Plans/日本語のコピー日本語のコピー\n"
+                         "*/5 * * * * other\n\n"
+                         "30|1|*|*|1-5,0|/ZTUtil file:///Documents\n"
+                         "30|1|15|*|*|/ZTUtil file:///Mid\n"),
+                  now, zone.calendar);
+};
+
+TEST_F(Views, ShowTables) {
+  EXPECT_EQ(nextRunsView(entries, now, zone.calendar, 72),
+            "NEXT                      LEFT    SCHEDULE            COPY\n"
+            "Sun 2027-11-07 01:30 EDT  now     Mon, Fri and Sun    Documents\n"
+            "                                  at 01:30\n"
+            "Mon 2027-11-15 09:30 EST  8 days  3rd Monday of the   日本語のコピー日本\n"
+            "                                  month at 09:30      語のコピー\n");
+  EXPECT_EQ(runsView(entries, 3, now, zone.calendar, {}),
+            "NEXT                      LEFT   SCHEDULE                   COPY\n"
+            "Sun 2027-11-07 01:30 EDT  now    Mon, Fri and Sun at 01:30  Documents\n"
+            "Sun 2027-11-07 01:30 EST  59min  Mon, Fri and Sun at 01:30  Documents\n"
+            "Mon 2027-11-08 01:30 EST  1 day  Mon, Fri and Sun at 01:30  Documents\n");
+  EXPECT_EQ(problemsView(entries, {}),
+            "LINE  COPY                          PROBLEM\n"
+            "1     日本語のコピー日本語のコピー  file:///Plans/日本語のコピー日本語のコ…"
+            " is not a URL: it has to be percent-encoded\n"
+            "4     Documents                     warning: day of week 1-5,0 means Monday, Friday and Sunday only\n"
+            "5     Mid                           day of month 15 is not one of 1-7, 8-14, 15-21, 22-31\n");
+}
+
+TEST_F(Views, ShowAMonth) {
+  EXPECT_EQ(monthView(entries, std::chrono::year{2027} / 11, zone.calendar, false),
+            "       November 2027\n"
+            " Mo  Tu  We  Th  Fr  Sa  Su\n"
+            "  1*  2   3   4   5*  6   7*\n"
+            "  8*  9  10  11  12* 13  14*\n"
+            " 15* 16  17  18  19* 20  21*\n"
+            " 22* 23  24  25  26* 27  28*\n"
+            " 29* 30\n"
+            "\n"
+            " 1* a day with copies: 15 copies on 13 days\n");
+  const auto skipped = readEntries("30\t2\t8-14\t*\t0\tZTUtil\n", now, zone.calendar);
+  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 3, zone.calendar, true).find("No copies."), std::string::npos);
+  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 2, zone.calendar, true).find(" 13  \x1b[1;32m14\x1b[0m\n"),
+            std::string::npos);
+}
+
+TEST_F(Views, ShowJson) {
+  EXPECT_EQ(jsonView(std::span(entries).subspan(1), zone.calendar), R"([
+  {
+    "line": "30\t1\t*\t*\t1-5,0\t/ZTUtil file:///Documents",
+    "due": true,
+    "next": 1825565400,
+    "nextLocal": "2027-11-07T01:30:00-04:00",
+    "schedule": "Mon, Fri and Sun at 01:30",
+    "problem": null
+  },
+  {
+    "line": "30\t1\t15\t*\t*\t/ZTUtil file:///Mid",
+    "due": false,
+    "next": null,
+    "nextLocal": null,
+    "schedule": "never",
+    "problem": "day of month 15 is not one of 1-7, 8-14, 15-21, 22-31"
+  }
+]
+)");
+}
+
+TEST_F(Views, HaveNothingToSayOfTextThatIsNotUtf8) {
+  const auto broken = readEntries("0\t5\t*\t*\t*\tZTUtil\n\n# \xff\n", now, zone.calendar);
+  ASSERT_EQ(broken.size(), 1U);
+  EXPECT_EQ(broken[0].problem, "line 3 is not UTF-8, and no line is read then");
+  EXPECT_EQ(broken[0].schedule, "never");
+  EXPECT_FALSE(broken[0].next);
+}
+
+}  // namespace
+}  // namespace zt
