@@ -14,13 +14,16 @@ function(install_compressed destination)
   endforeach()
 endfunction()
 
-install(TARGETS ztbackupbytime)
+install(TARGETS ztbackupbytime ztschedules)
 install(PROGRAMS agent/ZTAgent TYPE BIN)
-install_compressed(${CMAKE_INSTALL_MANDIR}/man1 packaging/ZTAgent.1 packaging/ztbackupbytime.1)
+install_compressed(${CMAKE_INSTALL_MANDIR}/man1 packaging/ZTAgent.1 packaging/ztbackupbytime.1
+  packaging/ztschedules.1)
 install_compressed(${CMAKE_INSTALL_DOCDIR} packaging/debian/changelog)
 install(FILES README.md packaging/debian/copyright TYPE DOC)
-# The notice that belongs to the library which is linked statically.
-install(FILES /usr/share/doc/libutf8proc-dev/copyright RENAME copyright.utf8proc TYPE DOC)
+# The notices that belong to the libraries which are part of the programs.
+foreach(package libutf8proc-dev libcli11-dev nlohmann-json3-dev)
+  install(FILES /usr/share/doc/${package}/copyright RENAME copyright.${package} TYPE DOC)
+endforeach()
 install(DIRECTORY docs TYPE DOC)
 # systemd looks below lib, whatever the architecture's own folder for libraries is.
 install(FILES packaging/ztbackupbytime.service packaging/ztbackupbytime.timer DESTINATION lib/systemd/user)
