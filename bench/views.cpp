@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
+#include <utility>
 
 #include "measure.h"
 
@@ -28,9 +29,9 @@ void writeCrontab(int lines) {
 }
 
 double medianOf(const Command& command) {
-  std::vector<double> times;
-  for (int round = 0; round < rounds; ++round) times.push_back(costOf(command).wall.count());
-  return median(times);
+  std::vector<double> times(rounds);
+  for (auto& time : times) time = costOf(command).wall.count();
+  return median(std::move(times));
 }
 
 void measure(const std::string& program) {

@@ -176,6 +176,8 @@ set_timer ZTAgent-foreign
 while [ "$(date +%-S)" -ge 40 ]; do sleep 1; done
 one=$(minute_after 2) two=$(minute_after 3) tomorrow=$(minute_after 1450)
 { entry "$one" file:///one; entry "$two" file:///two; entry "$tomorrow" file:///three; } | crontab -u "$user" -
+check "ztschedules shows the copies to come" same "$one $two $tomorrow" \
+  "$(as_user ztschedules --json | sed -n 's/^ *"next": \([0-9]*\),$/\1/p' | xargs)"
 # Asked for the first time, polkit is started, which takes more than the tool's two seconds on an emulated machine.
 as_user systemd-inhibit --what=idle true
 as_user systemctl --user --quiet enable --now ztbackupbytime.timer
