@@ -21,7 +21,6 @@ constexpr std::size_t columns = 80;
 
 void checkEntry(const Entry& entry, Instant now, const Calendar& calendar) {
   require(entry.problem || entry.next, "a line that never runs has a problem");
-  require(!entry.problem || !entry.warning, "a problem goes before a warning");
   require((entry.schedule == "never") == !entry.next, "what never runs is called so");
   require(!entry.due || entry.next == std::chrono::floor<std::chrono::minutes>(now), "what is due runs in this minute");
   require(!entry.due || runsAt(entry.line, now, calendar), "what is due fires");

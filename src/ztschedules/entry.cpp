@@ -42,8 +42,8 @@ std::vector<Entry> readEntries(std::string_view crontab, Instant now, const Cale
       entry.problem = problemOfText;
     } else {
       entry.problem = problemOf(entry.line);
-      if (!entry.problem) entry.warning = warningOf(entry.line);
       if (entry.line.parts().size() == CrontabLine::fieldCount) {
+        entry.warning = warningOf(entry.line);
         entry.schedule = scheduleInWords(entry.line);
         entry.due = runsAt(entry.line, now, calendar);
         entry.next = entry.line.nextRunDate(now, calendar);

@@ -71,10 +71,10 @@ void tellMonthFromFile(Options& options) {
   if (isFile && !options.file) options.file = std::exchange(*options.month, {});
 }
 
-/// The text of the user's crontab. What the command says where it fails is passed on.
+/// The text of the user's crontab; empty where there is none, which is told.
 std::string usersCrontab() {
   if (!SystemFileManager().isExecutableFile(crontabProgram)) {
-    throw std::runtime_error(std::string("cannot run ") + crontabProgram + ", which prints the crontab");
+    throw std::runtime_error(std::string("cannot run ") + crontabProgram);
   }
   Task task(crontabProgram, std::vector<std::string>{crontabArgument});
   const auto output = std::make_shared<Pipe>();
@@ -83,8 +83,13 @@ std::string usersCrontab() {
   task.launch();
   auto text = fileContents(output->fileHandleForReading().fileDescriptor(), crontabProgram);
   task.waitUntilExit();
-  if (task.terminationStatus() != 0) complain(text.substr(0, text.find('\n')));
-  return text;
+  if (task.terminationStatus() == 0) return text;
+  const auto message = text.substr(0, text.find('\n'));
+  if (!message.starts_with("no crontab for ")) {
+    throw std::runtime_error("crontab ended with status " + std::to_string(task.terminationStatus()) + ": " + message);
+  }
+  complain(message);
+  return {};
 }
 
 std::string crontabText(const std::optional<std::string>& file) {
@@ -92,32 +97,35 @@ std::string crontabText(const std::optional<std::string>& file) {
   return *file == "-" ? fileContents(STDIN_FILENO, "the standard input") : fileContents(*file);
 }
 
-std::string viewOf(const std::vector<Entry>& entries, const Options& options, Instant now, const Calendar& calendar) {
-  if (options.json) return jsonView(entries, calendar);
-  const auto terminal = Terminal::ofStandardOutput();
-  std::string view;
-  if (options.month) {
-    const std::chrono::year_month_day date{std::chrono::floor<std::chrono::days>(calendar.localTime(now))};
-    view = monthView(
-        entries,
-        options.month->empty() ? std::chrono::year_month{date.year(), date.month()} : readMonth(*options.month),
-        calendar, terminal.hasColor);
-  } else if (options.count) {
-    view = runsView(entries, *options.count, now, calendar, terminal.columns);
-  } else if (!options.check) {
-    view = nextRunsView(entries, now, calendar, terminal.columns);
-    if (view.empty()) view = entries.empty() ? "No schedules: no line has ZTUtil in it.\n" : "No schedule ever runs.\n";
-  }
-  const auto problems = problemsView(entries, terminal.columns);
-  return view + (view.empty() || problems.empty() ? "" : "\n") + problems;
+std::chrono::year_month monthOf(Instant instant, const Calendar& calendar) {
+  const std::chrono::year_month_day date{std::chrono::floor<std::chrono::days>(calendar.localTime(instant))};
+  return {date.year(), date.month()};
 }
 
 int show(const Options& options) {
   const SystemCalendar calendar;
   const Instant now = options.at ? readTime(*options.at, calendar) : SystemClock().now();
+  const bool isOtherMonth = options.month && !options.month->empty();
+  const auto month = isOtherMonth ? readMonth(*options.month) : monthOf(now, calendar);
+  const auto terminal = Terminal::ofStandardOutput();
+
   const auto entries = readEntries(crontabText(options.file), now, calendar);
-  std::cout << viewOf(entries, options, now, calendar) << std::flush;
+  std::string view;
+  if (options.json) {
+    view = jsonView(entries, calendar);
+  } else if (options.month) {
+    view = monthView(entries, month, calendar, terminal.hasColor);
+  } else if (entries.empty() && !options.check) {
+    view = "No schedules: no line has ZTUtil in it.\n";
+  } else if (options.count) {
+    view = runsView(entries, *options.count, now, calendar, terminal.columns);
+  } else if (!options.check) {
+    view = nextRunsView(entries, now, calendar, terminal.columns);
+  }
+  const auto problems = options.json ? std::string() : problemsView(entries, terminal.columns);
+  std::cout << view << (view.empty() || problems.empty() ? "" : "\n") << problems << std::flush;
   if (!std::cout) throw std::system_error(errno, std::generic_category(), "cannot write the output");
+
   const bool hasProblems = std::ranges::any_of(entries, [](const Entry& entry) { return entry.problem.has_value(); });
   return options.check && hasProblems ? foundProblems : 0;
 }

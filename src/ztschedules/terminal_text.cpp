@@ -26,6 +26,10 @@ Character takeCharacter(std::string_view& text) {
 }
 
 std::size_t widthOf(const Character& character) {
+  // utf8proc takes marks that have a width of their own for ones that have none, and the inner and last letters of a
+  // syllable of Hangul for ones that have a width.
+  if (utf8proc_category(character.codePoint) == UTF8PROC_CATEGORY_MC) return 1;
+  if (character.codePoint >= 0x1160 && character.codePoint <= 0x11FF) return 0;
   return static_cast<std::size_t>(utf8proc_charwidth(character.codePoint));
 }
 
@@ -89,8 +93,9 @@ std::size_t columnsOf(std::string_view text) {
 }
 
 std::string shortened(std::string_view text, std::size_t columns) {
-  std::string whole = printable(text);
-  if (columnsOf(whole) <= columns) return whole;
+  constexpr std::size_t mostBytes = 16;  // in a column: there is no limit to the marks on a letter
+  std::string whole = printable(text.substr(0, columns * mostBytes));
+  if (columnsOf(whole) <= columns && text.size() <= columns * mostBytes) return whole;
   return std::string(wrapped(whole, columns - 1).front()) + "…";
 }
 

@@ -2,6 +2,7 @@
 
 #include <time.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <cstdio>
@@ -74,8 +75,9 @@ std::string nextText(Instant instant, const Calendar& calendar) {
 }
 
 std::string rfc3339(Instant instant, const Calendar& calendar) {
-  const auto offset = std::chrono::duration_cast<std::chrono::minutes>(calendar.localTime(instant).time_since_epoch() -
-                                                                       instant.time_since_epoch());
+  constexpr auto largest = 23h + 59min;
+  const auto exactOffset = calendar.localTime(instant).time_since_epoch() - instant.time_since_epoch();
+  const auto offset = std::clamp(std::chrono::duration_cast<std::chrono::minutes>(exactOffset), -largest, largest);
   const std::chrono::hh_mm_ss parts{offset};
   std::array<char, 16> text;
   std::snprintf(text.data(), text.size(), "%c%02d:%02d", parts.is_negative() ? '-' : '+',

@@ -14,8 +14,8 @@ std::string formatted(LocalTime local, const char* format);
 /// "Sun 2027-03-14 03:15 EDT".
 std::string nextText(Instant instant, const Calendar& calendar);
 
-/// An instant by RFC 3339, section 5.6, such as "2027-03-14T03:15:00-04:00". An offset with seconds in it, which that
-/// format does not have, is given without them; the reading is the one at the offset that is given.
+/// An instant by RFC 3339, section 5.6, such as "2027-03-14T03:15:00-04:00". Of an offset that this
+/// format does not have, with seconds or of a whole day, the nearest nearer to zero is given, and the reading at that.
 std::string rfc3339(Instant instant, const Calendar& calendar);
 
 /// A time that is left in its two largest units, or the largest one from two days on: "3 days", "1 day 4h",

@@ -30,7 +30,7 @@ bool isAfter(const Run& a, const Run& b) {
 
 std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar& calendar,
                       std::optional<std::size_t> columns) {
-  if (runs.empty()) return {};
+  if (runs.empty()) return "No schedule ever runs.\n";
   std::vector<Row> rows = {{"NEXT", "LEFT", "SCHEDULE", "COPY"}};
   for (const auto& [time, entry] : runs) {
     rows.push_back(
@@ -47,10 +47,6 @@ std::size_t countRuns(std::span<const Entry> entries, std::chrono::local_days da
     runs += calendar.instants(day + firingTime(entry.line).value()).size();
   }
   return runs;
-}
-
-std::string counted(std::size_t number, const char* one, const char* several) {
-  return std::to_string(number) + " " + (number == 1 ? one : several);
 }
 
 }  // namespace
@@ -104,9 +100,9 @@ std::string monthView(std::span<const Entry> entries, std::chrono::year_month mo
     }
     result.append(week, 0, week.find_last_not_of(' ') + 1).append("\n");
   }
-  if (runs == 0) return result + "\nNo copies.\n";
-  return result.append("\n" + example + " a day with copies: ")
-      .append(counted(runs, "copy", "copies") + " on " + counted(runDays, "day", "days") + "\n");
+  if (runs == 0) return result + "\nNo copy is due.\n";
+  return result.append("\n" + example + " a day on which copies are due: ")
+      .append(std::to_string(runs) + " on " + std::to_string(runDays) + (runDays == 1 ? " day\n" : " days\n"));
 }
 
 std::string jsonView(std::span<const Entry> entries, const Calendar& calendar) {

@@ -10,8 +10,8 @@
 
 namespace zt {
 
-// The ways to show the entries of a crontab. Each gives whole lines of printable text, none where there is nothing to
-// show. `columns` is the width that tables have to fit in.
+// The ways to show the entries of a crontab. Each gives whole lines of printable text. `columns` is the width that
+// tables have to fit in, which they do from 60 on.
 
 /// The next run of each entry, the earliest first.
 std::string nextRunsView(std::span<const Entry> entries, Instant now, const Calendar& calendar,
@@ -29,7 +29,7 @@ std::string monthView(std::span<const Entry> entries, std::chrono::year_month mo
 /// 1970, and "nextLocal", by RFC 3339, or null; "schedule"; "problem", or null.
 std::string jsonView(std::span<const Entry> entries, const Calendar& calendar);
 
-/// The problems and warnings of the entries.
+/// The problems and warnings of the entries; empty where there are none.
 std::string problemsView(std::span<const Entry> entries, std::optional<std::size_t> columns);
 
 }  // namespace zt

@@ -4,8 +4,10 @@
 #include <array>
 #include <chrono>
 #include <cstdio>
+#include <iterator>
 #include <vector>
 
+#include "platform/commands.h"
 #include "schedules/matching.h"
 #include "util/text.h"
 #include "util/url.h"
@@ -72,11 +74,12 @@ std::string daysInWords(const CrontabLine& line) {
   return listed(ordinals) + " " + inWords(days) + " of the month";
 }
 
-/// A part of a line as messages quote it: in quotes where it could not be seen otherwise.
+/// A part of a line as messages quote it: in quotes where its ends could not be seen otherwise.
 std::string quoted(std::string_view text) {
   constexpr std::size_t mostColumns = 40;
+  const bool isPlain = !text.empty() && std::ranges::all_of(text, [](char c) { return c > ' ' && c <= '~'; });
   const auto shown = shortened(text, mostColumns);
-  return shown.empty() || shown.find(' ') != shown.npos ? "\"" + shown + "\"" : shown;
+  return isPlain ? shown : '"' + shown + '"';
 }
 
 bool consistsOf(std::string_view text, std::string_view characters) {
@@ -87,6 +90,21 @@ constexpr std::string_view digits = "0123456789";
 constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
 constexpr std::string_view blanksAndTabs = " \t";
 
+/// Whether a word could be a field of a crontab(5) other than the command.
+bool looksLikeTime(std::string_view word) {
+  static constexpr std::array names = {"sun", "mon", "tue", "wed", "thu", "fri", "sat", "jan", "feb", "mar",
+                                       "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"};
+  const auto isName = [&](auto name) { return isSame(word.substr(0, 3), name, {.caseInsensitive = true}); };
+  if (word.empty() || word.starts_with('/')) return false;
+  while (!word.empty()) {
+    const bool startsWithName = std::ranges::any_of(names, isName);
+    const auto end = word.find_first_not_of(startsWithName ? letters : "0123456789*,-/+?#:");
+    if (end == 0) return false;
+    word.remove_prefix(std::min(end, word.size()));
+  }
+  return true;
+}
+
 /// How many fields somebody has meant who takes blanks for separators: the words in front that look like times, five at
 /// most, and the command.
 std::size_t intendedFields(std::string_view text) {
@@ -94,16 +112,13 @@ std::size_t intendedFields(std::string_view text) {
   for (; fields < CrontabLine::command; ++fields) {
     text.remove_prefix(std::min(text.find_first_not_of(blanksAndTabs), text.size()));
     const auto word = text.substr(0, text.find_first_of(blanksAndTabs));
-    const bool isName = word.size() == 3 && consistsOf(word, letters);
-    const bool isTime = !word.starts_with('/') && consistsOf(word, "0123456789*,-/");
-    if (word.empty() || (!isName && !isTime)) break;
+    if (!looksLikeTime(word)) break;
     text.remove_prefix(word.size());
   }
   return consistsOf(text, blanksAndTabs) ? fields : fields + 1;
 }
 
 std::string fieldCountProblem(const CrontabLine& line) {
-  if (line.crontabLine().find("\r\n") != std::string::npos) return "CR LF does not end a line: LF alone is needed";
   const auto fields = line.parts().size();
   const auto intended = intendedFields(line.crontabLine());
   if (intended <= fields) {
@@ -119,28 +134,56 @@ std::optional<std::string> numberProblem(const std::string& name, const std::str
   const auto number = readInteger(field);
   if (number && (*number < 0 || *number > most)) return name + " " + quoted(field) + " is not one of " + range;
   if (number) return std::nullopt;
-  const bool isSeveral = field.find_first_of("*,-/") != field.npos;
-  return name + " " + quoted(field) + " is not a single number from " + range +
-         (isSeveral ? ": each time needs a line of its own" : "");
+  std::string problem = name + " " + quoted(field) + " is not a single number from " + range;
+  if (field.find_first_of(" ") != field.npos) return problem + ": only TABs may stand around it";
+  if (field.find_first_of("*,-/") != field.npos) return problem + ": each time needs a line of its own";
+  return problem;
 }
 
 std::string_view lastWord(const CrontabLine& line) {
   return split(line.parts().back(), ' ').back();
 }
 
-/// Whether bash gives a word back as it is.
+/// Whether bash gives a word back as it is, or what it gives is no URL because of a control character.
 bool isPlain(std::string_view word) {
   return !word.starts_with('-') && std::ranges::all_of(word, [](char c) {
-    return static_cast<unsigned char>(c) >= 0x80 || consistsOf({&c, 1}, digits) || consistsOf({&c, 1}, letters) ||
+    const bool isAscii = c >= ' ' && c <= '~';
+    return !isAscii || consistsOf({&c, 1}, digits) || consistsOf({&c, 1}, letters) ||
            consistsOf({&c, 1}, "/:.%_-+@,=^");
   });
 }
 
+/// Whether bash takes a word for something that follows the words of a command: a redirection, an operator, a comment.
+bool isNoWord(std::string_view word) {
+  if (word.starts_with('#')) return true;
+  word.remove_prefix(std::min(word.find_first_not_of(digits), word.size()));
+  return !word.empty() && consistsOf(word.substr(0, 1), "<>&|;");
+}
+
+/// Whether a quote is open at the end of a word. Of words that bash expands it is not known.
+bool hasOpenQuote(std::string_view word) {
+  if (word.find_first_of("$`") != word.npos) return false;
+  char quote = 0;
+  for (std::size_t i = 0; i < word.size(); ++i) {
+    if (word[i] == '\\' && quote != '\'') {
+      ++i;
+    } else if (word[i] == quote) {
+      quote = 0;
+    } else if (quote == 0 && (word[i] == '\'' || word[i] == '"')) {
+      quote = word[i];
+    }
+  }
+  return quote != 0;
+}
+
 std::optional<std::string> urlProblem(const CrontabLine& line) {
   const auto word = lastWord(line);
-  if (word.empty()) return "no URL follows the last blank of the command";
+  if (word.empty()) return "the command does not end in a URL";
+  if (isNoWord(word)) return quoted(word) + " is not a URL: the last word of the command has to be one";
+  if (hasOpenQuote(word)) return "a quote in " + quoted(word) + " is not closed: a blank in a URL is written as %20";
+  if (!Commands::isArgument(word)) return "the URL is too long, or has a NUL in it";
   if (!isPlain(word) || URL::parse(word)) return std::nullopt;
-  return quoted(word) + " is not a URL: it has to be percent-encoded";
+  return quoted(word) + " is not a URL: what may not stand in one has to be percent-encoded";
 }
 
 bool isListOf(std::string_view field, auto isItem) {
@@ -169,18 +212,23 @@ std::string scheduleInWords(const CrontabLine& line) {
 
 std::string copyName(const CrontabLine& line) {
   auto path = lastWord(line);
+  const bool isInQuotes = path.size() > 1 && path.front() == path.back() && consistsOf(path.substr(0, 1), "\"'");
+  if (isInQuotes) path = path.substr(1, path.size() - 2);
   path = path.substr(0, path.find_first_of("?#"));
   while (path.size() > 1 && path.ends_with('/')) path.remove_suffix(1);
   return std::string(path.substr(path.rfind('/') + 1));
 }
 
 std::optional<std::string> problemOf(const CrontabLine& line) {
-  const bool isWhole = line.parts().size() == CrontabLine::fieldCount;
-  const auto& text = line.crontabLine();
-  if (const auto start = text.find_first_not_of(blanksAndTabs); start != text.npos && text[start] == '#') {
-    return isWhole ? "commented out: take off the # to have it run" : "a comment, not a schedule";
+  const std::string_view text = line.crontabLine();
+  if (text.find("\r\n") != text.npos) return "CR LF does not end a line: LF alone is needed";
+  const auto start = std::min(text.find_first_not_of("# \t"), text.size());
+  if (const auto sign = text.substr(0, start); sign.find('#') != sign.npos) {
+    const bool wouldRun = !problemOf(CrontabLine(std::string(text.substr(start))));
+    return wouldRun ? "commented out: take off " + quoted(sign) + " to have it run" : "a comment, not a schedule";
   }
-  if (!isWhole) return fieldCountProblem(line);
+  if (line.parts().size() != CrontabLine::fieldCount) return fieldCountProblem(line);
+
   Texts problems;
   const auto add = [&](std::optional<std::string> problem) {
     if (problem) problems.push_back(*std::move(problem));
@@ -201,19 +249,24 @@ std::optional<std::string> problemOf(const CrontabLine& line) {
 std::optional<std::string> warningOf(const CrontabLine& line) {
   Texts warnings;
   const auto& dayOfMonth = line.part(CrontabLine::dayOfMonth);
+  const auto ranges = acceptedRanges(line);
   const auto isRange = [](auto item) { return std::ranges::find(weekRanges, item) != weekRanges.end(); };
-  if (dayOfMonth != "*" && !isListOf(dayOfMonth, isRange)) {
-    warnings.push_back("day of month " + quoted(dayOfMonth) + " means days " + listed(acceptedRanges(line)) + " only");
+  if (dayOfMonth != "*" && !ranges.empty() && !isListOf(dayOfMonth, isRange)) {
+    warnings.push_back("day of month " + quoted(dayOfMonth) + " means days " + listed(ranges) + " only");
   }
   const auto& month = line.part(CrontabLine::month);
   if (month != "*") warnings.push_back("month " + quoted(month) + " is not looked at: it runs in every month");
   const auto& dayOfWeek = line.part(CrontabLine::dayOfWeek);
+  const auto days = acceptedWeekdays(line);
   const auto isDay = [](auto item) { return item.size() == 1 && consistsOf(item, "0123456"); };
-  if (dayOfWeek != "*" && !isListOf(dayOfWeek, isDay)) {
+  if (dayOfWeek != "*" && !days.empty() && !isListOf(dayOfWeek, isDay)) {
     Texts names;
-    for (const auto day : acceptedWeekdays(line)) names.push_back(nameOf(day));
+    std::ranges::transform(days, std::back_inserter(names), nameOf);
     warnings.push_back("day of week " + quoted(dayOfWeek) + " means " + listed(names) + " only" +
-                       (dayOfWeek.find('7') != dayOfWeek.npos ? ": Sunday is 0" : ""));
+                       (dayOfWeek.find('7') != dayOfWeek.npos ? ": 7 is no day" : ""));
+  }
+  if (lastWord(line).ends_with("\\r")) {  // so crontab(1) shows the CR of a line that ends in CR LF
+    warnings.emplace_back("the URL ends in an r that stands for a CR: end the line in LF alone");
   }
   return joined(warnings);
 }

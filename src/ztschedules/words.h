@@ -21,7 +21,7 @@ std::string copyName(const CrontabLine& line);
 /// known to be wrong; what bash makes of its last word is not known here. The line may have any number of fields.
 std::optional<std::string> problemOf(const CrontabLine& line);
 
-/// What a line without a problem means, where that is something else than it says to a reader of crontab(5).
+/// What a line with all its fields means, where that is something else than it says to a reader of crontab(5).
 std::optional<std::string> warningOf(const CrontabLine& line);
 
 }  // namespace zt

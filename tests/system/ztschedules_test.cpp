@@ -57,6 +57,9 @@ TEST_F(Schedules, EndWithAStatus) {
   EXPECT_EQ(bash(ZTSCHEDULES " --month good | sed 1q"), bash(ZTSCHEDULES " --month $(date +%Y-%m) - < good | sed 1q"));
   EXPECT_EQ(bash("crontab -r; " ZTSCHEDULES " | sed 1q"),
             (Texts{"ztschedules: no crontab for root", "No schedules: no line has ZTUtil in it."}));
+  EXPECT_EQ(bash("printf '#!/bin/sh\\necho refused\\nexit 7' > crontab; chmod +x crontab; mount --bind crontab "
+                 "/usr/bin/crontab;" ZTSCHEDULES "; echo $?; umount /usr/bin/crontab"),
+            (Texts{"ztschedules: crontab ended with status 7: refused", "2"}));
 }
 
 TEST_F(Schedules, HaveColourOnlyAtATerminal) {

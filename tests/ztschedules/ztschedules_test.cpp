@@ -68,25 +68,34 @@ TEST(Words, SayWhatIsWrong) {
       {"*/5|5|*|*|*|/ZTUtil x", "minute */5 is not a single number from 0 to 59: each time needs a line of its own",
        none},
       {"0||*|*|*|/ZTUtil x", "hour \"\" is not a single number from 0 to 23", none},
-      {"0 |24|*|*|*|/ZTUtil x", "minute \"0 \" is not a single number from 0 to 59; hour 24 is not one of 0 to 23",
+      {"0 |24|*|*|*|/ZTUtil x",
+       "minute \"0 \" is not a single number from 0 to 59: only TABs may stand around it; hour 24 is not one of 0 to "
+       "23",
        none},
-      {"\x1b[1m|5|*|*|*|/ZTUtil x", "minute \\x1b[1m is not a single number from 0 to 59", none},
+      {"\x1b[1m|5|*|*|*|/ZTUtil x", "minute \"\\x1b[1m\" is not a single number from 0 to 59", none},
       {"0|5|15|*|*|/ZTUtil x", "day of month 15 is not one of 1-7, 8-14, 15-21, 22-31", none},
-      {"0|5|22-28|*|1-5|/ZTUtil x", "day of month 22-28 is not one of 1-7, 8-14, 15-21, 22-31", none},
+      {"0|5|22-28|*|1-5|/ZTUtil x", "day of month 22-28 is not one of 1-7, 8-14, 15-21, 22-31",
+       "day of week 1-5 means Monday and Friday only"},
       {"0 5 * /ZTUtil", "4 fields, separated by blanks: TABs are needed, and 6 fields", none},
-      {"0 5 * * mon /ZTUtil x y", "6 fields, separated by blanks: TABs are needed", none},
+      {"0 5 ? JAN-Mar monday,0 /ZTUtil x y", "6 fields, separated by blanks: TABs are needed", none},
       {"0|5 *|*|*|/ZTUtil x", "6 fields, some separated by blanks: TABs are needed", none},
       {"0|5|*|*|/ZTUtil x", "5 fields: 6 are needed, with single TABs between them and none in the command", none},
       {"0||5|*|*|*|/ZTUtil x", "7 fields: 6 are needed, with single TABs between them and none in the command", none},
-      {"ZTUtil=1", "1 field: 6 are needed, with single TABs between them and none in the command", none},
-      {"0|5|*|*|*|/ZTUtil x\r\n0|5|*|*|*|/ZTUtil x\r", "CR LF does not end a line: LF alone is needed", none},
-      {" #0|5|*|*|*|/ZTUtil x", "commented out: take off the # to have it run", none},
-      {"# ZTUtil", "a comment, not a schedule", none},
-      {"0|5|*|*|*|/ZTUtil ", "no URL follows the last blank of the command", none},
-      {"0|5|*|*|*|/ZTUtil file:///é", "file:///é is not a URL: it has to be percent-encoded", none},
-      {R"(0|5|*|*|*|/ZTUtil $'file:///\xc3\xa9')", none, none},  // who knows what bash makes of it
-      {"0|5|*|*|1-5|/ZTUtil x", none, "day of week 1-5 means Monday and Friday only"},
-      {"0|5|*|*|1,7|/ZTUtil x", none, "day of week 1,7 means Monday only: Sunday is 0"},
+      {"you may not use ZTUtil", "1 field: 6 are needed, with single TABs between them and none in the command", none},
+      {"0|5|*|*|*|/ZTUtil x\r\n", "CR LF does not end a line: LF alone is needed", none},
+      {" # 0|5|*|*|*|/ZTUtil x", "commented out: take off \" # \" to have it run", none},
+      {"#0|5|*|*|7|/ZTUtil x", "a comment, not a schedule", none},
+      {"0|5|*|*|*|/ZTUtil ", "the command does not end in a URL", none},
+      {"0|5|*|*|*|/ZTUtil file:///é", "\"file:///é\" is not a URL: what may not stand in one has to be percent-encoded",
+       none},
+      {"0|5|*|*|*|/ZTUtil a\x07", "\"a\\x07\" is not a URL: what may not stand in one has to be percent-encoded", none},
+      {"0|5|*|*|*|/ZTUtil x 2>&1", "2>&1 is not a URL: the last word of the command has to be one", none},
+      {"0|5|*|*|*|/ZTUtil x #y", "#y is not a URL: the last word of the command has to be one", none},
+      {"0|5|*|*|*|/ZTUtil 'a b'", "a quote in b' is not closed: a blank in a URL is written as %20", none},
+      {R"(0|5|*|*|*|/ZTUtil \'a"\""'\')", none, none},
+      {R"(0|5|*|*|*|/ZTUtil $'file:///\xc3\xa9)", none, none},  // who knows what bash makes of it
+      {R"(0|5|*|*|*|/ZTUtil a\r)", none, "the URL ends in an r that stands for a CR: end the line in LF alone"},
+      {"0|5|*|*|1,7|/ZTUtil x", none, "day of week 1,7 means Monday only: 7 is no day"},
       {"0|5|*|*|*/2|/ZTUtil x", none, "day of week */2 means Tuesday only"},
       {"0|5|1-7,15|6|*|/ZTUtil x", none,
        "day of month 1-7,15 means days 1-7 only; month 6 is not looked at: it runs in every month"},
@@ -118,6 +127,7 @@ TEST(TimeText, ReadsAndWritesTimes) {
   const Zone odd("ODD+1:02:03");
   EXPECT_EQ(rfc3339(at("2027-03-14 01:00 +0000"), odd.calendar), "2027-03-13T23:58:00-01:02");
   EXPECT_EQ(nextText(at("2027-03-14 01:02:03 +0000"), odd.calendar), "Sun 2027-03-14 00:00 ODD");
+  EXPECT_EQ(rfc3339(Instant{}, Zone("DAY24").calendar), "1969-12-31T00:01:00-23:59");
 
   const std::vector<std::pair<std::chrono::seconds, const char*>> rows = {
       {-59s, "now"},        {0s, "now"},    {59s, "59s"},       {119s, "1min"},          {60min, "1h"},
@@ -130,8 +140,12 @@ TEST(TerminalText, OnlyShows) {
   EXPECT_EQ(printable("a\tb\x1b[1m\x7f\xc2\x85\xe2\x80\xae\xff\xf3\xa0\x81\x81 é日本"),
             "a\\x09b\\x1b[1m\\x7f\\u0085\\u202e\\xff\\U000e0041 é日本");
   EXPECT_EQ(columnsOf("e\u0301日本"), 5U);
+  EXPECT_EQ(columnsOf("\u1112\u1161\u11ab\u0939\u093f"), 4U);  // a syllable of Hangul, a letter with a spacing mark
   EXPECT_EQ(shortened("日本語", 6), "日本語");
   EXPECT_EQ(shortened("日本語の", 6), "日本…");
+  std::string marks = "e";
+  for (int i = 0; i < 1000; ++i) marks += "\u0301";
+  EXPECT_LT(shortened(marks, 6).size(), 200U);
   using Lines = std::vector<std::string_view>;
   EXPECT_EQ(wrapped("one two  three", 7), (Lines{"one two", " three"}));
   EXPECT_EQ(wrapped("onetwothree", 4), (Lines{"onet", "woth", "ree"}));
@@ -165,8 +179,8 @@ TEST_F(Views, ShowTables) {
             "Mon 2027-11-08 01:30 EST  1 day  Mon, Fri and Sun at 01:30  Documents\n");
   EXPECT_EQ(problemsView(entries, {}),
             "LINE  COPY                          PROBLEM\n"
-            "1     日本語のコピー日本語のコピー  file:///Plans/日本語のコピー日本語のコ…"
-            " is not a URL: it has to be percent-encoded\n"
+            "1     日本語のコピー日本語のコピー  \"file:///Plans/日本語のコピー日本語のコ…\""
+            " is not a URL: what may not stand in one has to be percent-encoded\n"
             "4     Documents                     warning: day of week 1-5,0 means Monday, Friday and Sunday only\n"
             "5     Mid                           day of month 15 is not one of 1-7, 8-14, 15-21, 22-31\n");
 }
@@ -181,9 +195,10 @@ TEST_F(Views, ShowAMonth) {
             " 22* 23  24  25  26* 27  28*\n"
             " 29* 30\n"
             "\n"
-            " 1* a day with copies: 15 copies on 13 days\n");
+            " 1* a day on which copies are due: 15 on 13 days\n");
   const auto skipped = readEntries("30\t2\t8-14\t*\t0\tZTUtil\n", now, zone.calendar);
-  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 3, zone.calendar, true).find("No copies."), std::string::npos);
+  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 3, zone.calendar, true).find("No copy is due."),
+            std::string::npos);
   EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 2, zone.calendar, true).find(" 13  \x1b[1;32m14\x1b[0m\n"),
             std::string::npos);
 }
