@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "schedules/matching.h"
+#include "util/local_time_text.h"
 #include "ztschedules/terminal_text.h"
 #include "ztschedules/time_text.h"
 
@@ -34,7 +35,7 @@ std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar&
   std::vector<Row> rows = {{"NEXT", "LEFT", "SCHEDULE", "COPY"}};
   for (const auto& [time, entry] : runs) {
     rows.push_back(
-        {nextText(time, calendar), timeLeft(time - now), entry->schedule, shortened(entry->copy, copyColumns)});
+        {timeText(time, calendar), timeLeft(time - now), entry->schedule, shortened(entry->copy, copyColumns)});
   }
   return table(rows, 2, columns);
 }
