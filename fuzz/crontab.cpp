@@ -7,7 +7,7 @@
 #include "property.h"
 #include "schedules/matching.h"
 #include "schedules/next_event.h"
-#include "zones.h"
+#include "zone.h"
 
 namespace zt {
 namespace {

@@ -3,9 +3,11 @@
 #include <stdlib.h>
 #include <time.h>
 
+#include <algorithm>
 #include <array>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 
 #include "platform/linux/system_calendar.h"
 
@@ -40,6 +42,12 @@ struct Zone {
 
   SystemCalendar calendar;
 };
+
+/// One of zoneNames; UTC for other names.
+inline Zone zoneOf(std::string_view name) {
+  const auto* const known = std::ranges::find(zoneNames, name);
+  return Zone(known == zoneNames.end() ? "UTC0" : *known);
+}
 
 /// The instant that a text such as "2027-03-14 01:59:00 -0500" names; the seconds may be left out.
 inline Instant at(std::string text) {

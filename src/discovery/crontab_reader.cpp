@@ -5,7 +5,7 @@
 namespace zt {
 
 bool isMarked(std::string_view line) {
-  return line.find("ZTUtil") != line.npos;
+  return line.find(marker) != line.npos;
 }
 
 std::vector<CrontabLine> readCrontabLines(Commands& commands) {

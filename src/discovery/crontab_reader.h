@@ -12,7 +12,10 @@ namespace zt {
 inline constexpr auto crontabProgram = "/usr/bin/crontab";
 inline constexpr auto crontabArgument = "-l";
 
-/// Whether a line of a crontab bears the application's marker: whether it is meant for this tool.
+/// What the application marks its lines with.
+inline constexpr std::string_view marker = "ZTUtil";
+
+/// Whether a line of a crontab bears the marker, wherever in it.
 bool isMarked(std::string_view line);
 
 /// The application's lines of the user's crontab, in crontab order: those that bear its marker and

@@ -9,7 +9,7 @@ bool acceptsWeekday(const CrontabLine& line, std::chrono::weekday weekday) {
   return dayOfWeek == "*" || dayOfWeek.find(static_cast<char>('0' + weekday.c_encoding())) != dayOfWeek.npos;
 }
 
-bool acceptsWeek(const CrontabLine& line, std::string_view range) {
+bool acceptsRange(const CrontabLine& line, std::string_view range) {
   const auto& dayOfMonth = line.part(CrontabLine::dayOfMonth);
   return dayOfMonth == "*" || dayOfMonth.find(range) != dayOfMonth.npos;
 }
@@ -17,8 +17,7 @@ bool acceptsWeek(const CrontabLine& line, std::string_view range) {
 bool acceptsDay(const CrontabLine& line, std::chrono::local_days day) {
   if (!acceptsWeekday(line, std::chrono::weekday{day})) return false;
   const unsigned dayOfMonth{std::chrono::year_month_day{day}.day()};
-  const std::size_t week = (dayOfMonth - 1) / 7;
-  return acceptsWeek(line, weekRanges.at(std::min(week, weekRanges.size() - 1)));
+  return acceptsRange(line, dayRanges.at((dayOfMonth - 1) / 7));
 }
 
 bool CrontabLine::runsOnDay(Instant time, const Calendar& calendar) const {
@@ -38,14 +37,12 @@ std::optional<std::chrono::minutes> firingTime(const CrontabLine& line) {
   const auto hour = readInteger(line.part(CrontabLine::hour));
   if (!minute || *minute < 0 || *minute >= 60 || !hour || *hour < 0 || *hour >= 24) return std::nullopt;
 
-  // Every weekday comes in each week of some month.
-  if (std::ranges::none_of(weekRanges, [&](auto range) { return acceptsWeek(line, range); })) return std::nullopt;
-  for (unsigned weekday = 0; weekday < 7; ++weekday) {
-    if (acceptsWeekday(line, std::chrono::weekday{weekday})) {
-      return std::chrono::hours{*hour} + std::chrono::minutes{*minute};
-    }
-  }
-  return std::nullopt;
+  // Each weekday falls into each range in some month, so that accepting one of each is enough.
+  const bool acceptsSomeRange = std::ranges::any_of(dayRanges, [&](auto range) { return acceptsRange(line, range); });
+  bool acceptsSomeWeekday = false;
+  for (unsigned day = 0; day < 7; ++day) acceptsSomeWeekday |= acceptsWeekday(line, std::chrono::weekday{day});
+  if (!acceptsSomeRange || !acceptsSomeWeekday) return std::nullopt;
+  return std::chrono::hours{*hour} + std::chrono::minutes{*minute};
 }
 
 }  // namespace zt

@@ -15,15 +15,15 @@ namespace zt {
 /// - and minute and hour are single numbers equal to those of `time`.
 bool runsAt(const CrontabLine& line, Instant time, const Calendar& calendar);
 
-/// What day of month is searched for: the days on which a weekday comes for the first time in its month, for the
-/// second, for the third, and for the fourth or fifth.
-inline constexpr std::array<std::string_view, 4> weekRanges = {"1-7", "8-14", "15-21", "22-31"};
+/// The texts that day of month is searched for: those for the first to the fifth of a weekday in its month. The last two
+/// are the same.
+inline constexpr std::array<std::string_view, 5> dayRanges = {"1-7", "8-14", "15-21", "22-31", "22-31"};
 
 /// Whether day of week accepts a weekday.
 bool acceptsWeekday(const CrontabLine& line, std::chrono::weekday weekday);
 
-/// Whether day of month accepts the days of one of the weekRanges.
-bool acceptsWeek(const CrontabLine& line, std::string_view range);
+/// Whether day of month accepts the days of one of the dayRanges.
+bool acceptsRange(const CrontabLine& line, std::string_view range);
 
 /// Whether day of week and day of month both accept a local day.
 bool acceptsDay(const CrontabLine& line, std::chrono::local_days day);

@@ -6,50 +6,52 @@
 #include "discovery/crontab_reader.h"
 #include "schedules/matching.h"
 #include "util/text.h"
+#include "ztschedules/last_word.h"
+#include "ztschedules/remarks.h"
+#include "ztschedules/terminal_text.h"
 #include "ztschedules/words.h"
 
 namespace zt {
 namespace {
 
-/// What is wrong with the text as a whole, and with each of its lines.
-std::optional<std::string> textProblem(std::string_view text) {
-  if (isValidUtf8(text)) return std::nullopt;
-  std::size_t number = 0;
-  for (const auto line : split(text, '\n')) {
-    ++number;
-    if (!isValidUtf8(line)) break;
-  }
-  return "line " + std::to_string(number) + " is not UTF-8, and no line is read then";
+/// Why the tool reads nothing of a text, if so.
+std::optional<std::string> problemOfText(std::string_view text) {
+  const auto pieces = split(text, '\n');
+  const auto broken = std::ranges::find_if_not(pieces, isValidUtf8);
+  if (broken == pieces.end()) return std::nullopt;
+  return "line " + std::to_string(broken - pieces.begin() + 1) + " is not UTF-8, so no line is read";
+}
+
+/// `textProblem` is that of the whole text.
+Entry entryOf(std::size_t number, CrontabLine line, const std::optional<std::string>& textProblem, Instant now,
+              const Calendar& calendar) {
+  constexpr std::size_t mostColumns = 60;
+  Entry entry{number, std::move(line)};
+  entry.copy = shortened(copyName(entry.line), mostColumns);
+  entry.problem = textProblem ? textProblem : problemOf(entry.line);
+  if (textProblem || entry.line.parts().size() != CrontabLine::fieldCount) return entry;
+
+  entry.warning = warningOf(entry.line);
+  entry.schedule = scheduleInWords(entry.line);
+  entry.due = runsAt(entry.line, now, calendar);
+  entry.next = entry.line.nextRunDate(now, calendar);
+  return entry;
 }
 
 }  // namespace
 
 std::vector<Entry> readEntries(std::string_view crontab, Instant now, const Calendar& calendar) {
-  const auto problemOfText = textProblem(crontab);
+  const auto textProblem = problemOfText(crontab);
   std::vector<Entry> entries;
   std::size_t number = 1;
-  std::size_t start = 0;
-  std::size_t end = 0;
   for (auto& text : lines(crontab)) {
-    const auto former = std::exchange(start, crontab.find(text, end));  // behind nothing but line feeds
-    end = start + text.size();
-    number += static_cast<std::size_t>(std::ranges::count(crontab.substr(former, start - former), '\n'));
-    if (!isMarked(text)) continue;
-
-    Entry entry{number, CrontabLine(std::move(text))};
-    entry.copy = copyName(entry.line);
-    if (problemOfText) {
-      entry.problem = problemOfText;
-    } else {
-      entry.problem = problemOf(entry.line);
-      if (entry.line.parts().size() == CrontabLine::fieldCount) {
-        entry.warning = warningOf(entry.line);
-        entry.schedule = scheduleInWords(entry.line);
-        entry.due = runsAt(entry.line, now, calendar);
-        entry.next = entry.line.nextRunDate(now, calendar);
-      }
+    for (; crontab.starts_with('\n'); crontab.remove_prefix(1)) ++number;  // lines() leaves empty ones out
+    crontab.remove_prefix(text.size());
+    const auto feeds = std::ranges::count(text, '\n');  // each behind a carriage return
+    if (isMarked(text)) {
+      entries.push_back(entryOf(number, CrontabLine(std::move(text)), textProblem, now, calendar));
     }
-    entries.push_back(std::move(entry));
+    number += static_cast<std::size_t>(feeds);
   }
   return entries;
 }

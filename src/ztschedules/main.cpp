@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <iostream>
 #include <memory>
@@ -49,26 +50,28 @@ void complain(const std::string& text) {
 void describe(CLI::App& app, Options& options) {
   app.add_option("--at", options.at, "Look from this time on: seconds since 1970, or \"2027-03-14 01:00\"")
       ->type_name("TIME");
-  auto* count = app.add_option("--count", options.count, "Show the next N runs, up to 100000, of all schedules")
-                    ->check(CLI::Range(1, 100'000).description(""))
-                    ->type_name("N");
-  auto* month = app.add_option("--month", options.month, "Show this month, or the current one, as a calendar")
-                    ->expected(0, 1)
-                    ->type_name("[YYYY-MM]");
-  auto* json = app.add_flag("--json", options.json, "Show the next run of each schedule as JSON");
-  count->excludes(month)->excludes(json);
-  month->excludes(json);
-  app.add_flag("--check", options.check,
-               "Exit with status 1 if there is a problem; show only problems, if nothing else");
+  app.add_option("--count", options.count, "Show the next N runs of all schedules, 100000 at most")
+      ->check(CLI::Range(1, 100'000).description(""))
+      ->type_name("N");
+  app.add_option("--month", options.month, "Show this month, or the current one, as a calendar")
+      ->expected(0, 1)
+      ->type_name("[YYYY-MM]");
+  app.add_flag("--json", options.json, "Show the next run of each schedule as JSON");
+  app.add_flag("--check", options.check, "End with status 1 if there is a problem; show problems only");
   app.add_option("FILE", options.file, "A crontab to read instead of yours; - is the standard input")->type_name("");
   app.set_version_flag("--version", "ztschedules " VERSION);
 }
 
-/// A word behind --month that is no month is the file.
-void tellMonthFromFile(Options& options) {
+/// What CLI11 cannot know of the options.
+void complete(Options& options) {
+  // A word behind --month that is no month is the FILE.
   const bool isFile =
       options.month && (options.month == "-" || options.month->find_first_not_of("0123456789-") != std::string::npos);
   if (isFile && !options.file) options.file = std::exchange(*options.month, {});
+  const std::array views{options.count.has_value(), options.month.has_value(), options.json};
+  if (std::ranges::count(views, true) > 1) {
+    throw std::invalid_argument("--count, --month and --json exclude each other");
+  }
 }
 
 /// The text of the user's crontab; empty where there is none, which is told.
@@ -116,15 +119,14 @@ int show(const Options& options) {
   } else if (options.month) {
     view = monthView(entries, month, calendar, terminal.hasColor);
   } else if (entries.empty() && !options.check) {
-    view = "No schedules: no line has ZTUtil in it.\n";
+    view = "No schedules: no line has " + std::string(marker) + " in it.\n";
   } else if (options.count) {
     view = runsView(entries, *options.count, now, calendar, terminal.columns);
   } else if (!options.check) {
     view = nextRunsView(entries, now, calendar, terminal.columns);
   }
   const auto problems = options.json ? std::string() : problemsView(entries, terminal.columns);
-  std::cout << view << (view.empty() || problems.empty() ? "" : "\n") << problems << std::flush;
-  if (!std::cout) throw std::system_error(errno, std::generic_category(), "cannot write the output");
+  std::cout << view << (view.empty() || problems.empty() ? "" : "\n") << problems;
 
   const bool hasProblems = std::ranges::any_of(entries, [](const Entry& entry) { return entry.problem.has_value(); });
   return options.check && hasProblems ? foundProblems : 0;
@@ -139,7 +141,7 @@ int run(int count, const char* const* arguments) {
   } catch (const CLI::Success& help) {
     return app.exit(help);
   }
-  tellMonthFromFile(options);
+  complete(options);
   return show(options);
 }
 
@@ -150,7 +152,9 @@ int main(int count, char** arguments) {
   zt::setUpProcess();
   ::signal(SIGPIPE, SIG_DFL);  // whoever reads the output may have seen enough
   try {
-    return zt::run(count, arguments);
+    const int status = zt::run(count, arguments);
+    if (!std::cout.flush()) throw std::system_error(errno, std::generic_category(), "cannot write the output");
+    return status;
   } catch (const std::exception& error) {
     zt::complain(error.what());
     return zt::failed;

@@ -48,11 +48,22 @@ bool isShownAsItIs(utf8proc_int32_t codePoint) {
 }
 
 std::string escaped(const Character& character) {
-  const bool isByte = character.codePoint < 0x80;
+  const bool isByte = character.codePoint < 0x80;  // an ASCII character, or what is not UTF-8
   const auto value = isByte ? static_cast<unsigned char>(character.bytes.front()) : unsigned(character.codePoint);
   std::array<char, 16> text;
   std::snprintf(text.data(), text.size(), isByte ? "\\x%02x" : value > 0xFFFF ? "\\U%08x" : "\\u%04x", value);
   return text.data();
+}
+
+/// The longest beginning of a printable text that takes at most so many columns.
+std::string_view beginning(std::string_view text, std::size_t columns) {
+  std::size_t size = 0;
+  for (auto rest = text; !rest.empty(); size = text.size() - rest.size()) {
+    const auto width = widthOf(takeCharacter(rest));
+    if (width > columns) break;
+    columns -= width;
+  }
+  return text.substr(0, size);
 }
 
 constexpr std::size_t gap = 2;
@@ -63,7 +74,7 @@ std::vector<std::size_t> widthsOf(const std::vector<Row>& rows, std::size_t firs
                                   std::optional<std::size_t> columns) {
   std::vector<std::size_t> widths(rows.front().size());
   for (const auto& row : rows) {
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], columnsOf(row[i]));
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], displayWidth(row[i]));
   }
   if (!columns) return widths;
   const auto total = std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
@@ -73,6 +84,26 @@ std::vector<std::size_t> widthsOf(const std::vector<Row>& rows, std::size_t firs
     --*widest;
   }
   return widths;
+}
+
+/// A row with its cells wrapped into columns of the given widths.
+std::string wrappedRow(const Row& row, const std::vector<std::size_t>& widths) {
+  std::vector<std::vector<std::string_view>> cells;
+  std::size_t height = 0;
+  for (std::size_t i = 0; i < row.size(); ++i) {
+    cells.push_back(wrapped(row[i], widths[i]));
+    height = std::max(height, cells.back().size());
+  }
+  std::string result;
+  for (std::size_t i = 0; i < height; ++i) {
+    std::string line;
+    for (std::size_t column = 0; column < cells.size(); ++column) {
+      const auto text = i < cells[column].size() ? cells[column][i] : std::string_view();
+      line.append(text).append(widths[column] - displayWidth(text) + gap, ' ');
+    }
+    result.append(line, 0, line.find_last_not_of(' ') + 1).append("\n");
+  }
+  return result;
 }
 
 }  // namespace
@@ -86,66 +117,43 @@ std::string printable(std::string_view text) {
   return result;
 }
 
-std::size_t columnsOf(std::string_view text) {
+std::size_t displayWidth(std::string_view text) {
   std::size_t columns = 0;
   while (!text.empty()) columns += widthOf(takeCharacter(text));
   return columns;
 }
 
 std::string shortened(std::string_view text, std::size_t columns) {
-  constexpr std::size_t mostBytes = 16;  // in a column: there is no limit to the marks on a letter
-  std::string whole = printable(text.substr(0, columns * mostBytes));
-  if (columnsOf(whole) <= columns && text.size() <= columns * mostBytes) return whole;
-  return std::string(wrapped(whole, columns - 1).front()) + "…";
+  const auto mostBytes = columns * 16;  // there is no other limit to the marks on a letter
+  auto start = printable(text.substr(0, mostBytes));
+  if (text.size() <= mostBytes && displayWidth(start) <= columns) return start;
+  return std::string(beginning(start, columns - 1)) + "…";
+}
+
+std::string quoted(std::string_view text) {
+  constexpr std::size_t mostColumns = 40;
+  const bool isGraphicAscii = !text.empty() && std::ranges::all_of(text, [](char c) { return c > ' ' && c <= '~'; });
+  const auto shown = shortened(text, mostColumns);
+  return isGraphicAscii ? shown : '"' + shown + '"';
 }
 
 std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns) {
   std::vector<std::string_view> lines;
-  std::size_t start = 0;  // of the line that is being filled
-  std::size_t used = 0;
-  auto blank = text.npos;  // the last one in that line
-  for (auto rest = text; !rest.empty();) {
-    const auto position = text.size() - rest.size();
-    const auto character = takeCharacter(rest);
-    const bool isBlank = character.bytes == " ";
-    if (isBlank) blank = position;
-    used += widthOf(character);
-    if (used <= columns || position == start) continue;
-    // What is too wide goes on in the next line: from behind the blank, which is left out, or else from here.
-    const bool hasBlank = blank != text.npos;
-    const auto end = hasBlank ? blank : position;
-    lines.push_back(text.substr(start, end - start));
-    start = hasBlank ? blank + 1 : position;
-    used = columnsOf(text.substr(start, text.size() - rest.size() - start));
-    blank = text.npos;
+  for (auto line = beginning(text, columns); line.size() < text.size(); line = beginning(text, columns)) {
+    const auto blank = text.substr(0, line.size() + 1).rfind(' ');  // which may be the first character that is too much
+    const bool isAtBlank = blank != text.npos && blank > 0;
+    if (isAtBlank) line = text.substr(0, blank);
+    lines.push_back(line);
+    text.remove_prefix(line.size() + (isAtBlank ? 1 : 0));
   }
-  lines.push_back(text.substr(start));
+  lines.push_back(text);
   return lines;
 }
 
 std::string table(const std::vector<Row>& rows, std::size_t firstFlexible, std::optional<std::size_t> columns) {
   const auto widths = widthsOf(rows, firstFlexible, columns);
   std::string result;
-  for (const auto& row : rows) {
-    std::vector<std::vector<std::string_view>> cells;
-    std::size_t height = 0;
-    for (std::size_t i = 0; i < row.size(); ++i) {
-      cells.push_back(wrapped(row[i], widths[i]));
-      height = std::max(height, cells.back().size());
-    }
-    for (std::size_t line = 0; line < height; ++line) {
-      std::size_t blanks = 0;  // up to the next text
-      for (std::size_t i = 0; i < cells.size(); ++i) {
-        const auto text = line < cells[i].size() ? cells[i][line] : std::string_view();
-        if (!text.empty()) {
-          result.append(blanks, ' ').append(text);
-          blanks = 0;
-        }
-        blanks += widths[i] - std::min(widths[i], columnsOf(text)) + gap;
-      }
-      result += '\n';
-    }
-  }
+  for (const auto& row : rows) result += wrappedRow(row, widths);
   return result;
 }
 

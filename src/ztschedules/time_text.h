@@ -25,8 +25,8 @@ std::string timeLeft(std::chrono::seconds left);
 /// that says what is wrong.
 Instant readTime(std::string_view text, const Calendar& calendar);
 
-/// The month that a text such as "2027-03" names. For anything else, and for years before 1970 and after 9998, it throws
-/// a std::invalid_argument that says what is wrong.
+/// The month that a text such as "2027-03" names. For anything else, and for years before 1970 and after 9998, it
+/// throws a std::invalid_argument that says what is wrong.
 std::chrono::year_month readMonth(std::string_view text);
 
 }  // namespace zt

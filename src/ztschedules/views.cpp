@@ -1,9 +1,13 @@
 #include "ztschedules/views.h"
 
 #include <algorithm>
+#include <functional>
 #include <nlohmann/json.hpp>
+#include <numeric>
 #include <queue>
+#include <sstream>
 #include <utility>
+#include <vector>
 
 #include "schedules/matching.h"
 #include "util/local_time_text.h"
@@ -13,20 +17,17 @@
 namespace zt {
 
 using namespace std::chrono_literals;
-using std::chrono::days;
 
 namespace {
 
-constexpr std::size_t copyColumns = 60;  // a longer name is shortened
+using Run = std::pair<Instant, const Entry*>;  // of two at the same time the upper one in the crontab comes first
 
-struct Run {
-  Instant time;
-  const Entry* entry;
-};
-
-/// The later of two runs; of two at the same time the one further down in the crontab.
-bool isAfter(const Run& a, const Run& b) {
-  return std::pair(a.time, a.entry) > std::pair(b.time, b.entry);
+std::vector<Run> nextRuns(std::span<const Entry> entries) {
+  std::vector<Run> runs;
+  for (const auto& entry : entries) {
+    if (entry.next) runs.emplace_back(*entry.next, &entry);
+  }
+  return runs;
 }
 
 std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar& calendar,
@@ -34,8 +35,7 @@ std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar&
   if (runs.empty()) return "No schedule ever runs.\n";
   std::vector<Row> rows = {{"NEXT", "LEFT", "SCHEDULE", "COPY"}};
   for (const auto& [time, entry] : runs) {
-    rows.push_back(
-        {timeText(time, calendar), timeLeft(time - now), entry->schedule, shortened(entry->copy, copyColumns)});
+    rows.push_back({timeText(time, calendar), timeLeft(time - now), entry->schedule, entry->copy});
   }
   return table(rows, 2, columns);
 }
@@ -50,60 +50,65 @@ std::size_t countRuns(std::span<const Entry> entries, std::chrono::local_days da
   return runs;
 }
 
+std::string marked(const std::string& day, bool inColor) {
+  return inColor ? "\x1b[1;32m" + day + "\x1b[0m " : day + "*";
+}
+
+/// The days of a month in lines from Monday to Sunday, marked where `runs`, which has a number for each day, is not 0.
+std::string weeksOf(std::chrono::year_month month, const std::vector<std::size_t>& runs, bool inColor) {
+  std::string result;
+  const std::chrono::weekday firstWeekday{std::chrono::local_days{month / 1}};
+  auto column = (firstWeekday - std::chrono::Monday).count();
+  std::string week(static_cast<std::size_t>(column) * 4, ' ');
+  for (std::size_t day = 1; day <= runs.size(); ++day) {
+    const auto number = formatted(std::chrono::local_days{month / static_cast<int>(day)}, "%e");
+    week.append(" ").append(runs[day - 1] > 0 ? marked(number, inColor) : number + " ");
+    if (++column % 7 == 0 || day == runs.size()) {
+      result.append(week, 0, week.find_last_not_of(' ') + 1).append("\n");
+      week.clear();
+    }
+  }
+  return result;
+}
+
 }  // namespace
 
 std::string nextRunsView(std::span<const Entry> entries, Instant now, const Calendar& calendar,
                          std::optional<std::size_t> columns) {
-  std::vector<Run> runs;
-  for (const auto& entry : entries) {
-    if (entry.next) runs.push_back({*entry.next, &entry});
-  }
-  std::ranges::sort(runs, [](const Run& a, const Run& b) { return isAfter(b, a); });
+  auto runs = nextRuns(entries);
+  std::ranges::sort(runs);
   return runsTable(runs, now, calendar, columns);
 }
 
 std::string runsView(std::span<const Entry> entries, std::size_t count, Instant now, const Calendar& calendar,
                      std::optional<std::size_t> columns) {
-  std::priority_queue<Run, std::vector<Run>, decltype(&isAfter)> ahead(&isAfter);
-  for (const auto& entry : entries) {
-    if (entry.next) ahead.push({*entry.next, &entry});
-  }
+  std::priority_queue ahead(std::greater<>(), nextRuns(entries));
   std::vector<Run> runs;
   while (runs.size() < count && !ahead.empty()) {
-    const Run run = ahead.top();
+    const auto [time, entry] = runs.emplace_back(ahead.top());
     ahead.pop();
-    runs.push_back(run);
-    if (const auto next = run.entry->line.nextRunDate(run.time + 1min, calendar)) ahead.push({*next, run.entry});
+    if (const auto next = entry->line.nextRunDate(time + 1min, calendar)) ahead.emplace(*next, entry);
   }
   return runsTable(runs, now, calendar, columns);
 }
 
 std::string monthView(std::span<const Entry> entries, std::chrono::year_month month, const Calendar& calendar,
                       bool inColor) {
-  const std::string title = formatted(std::chrono::local_days{month / 1}, "%B %Y");
-  const std::string weekdays = " Mo  Tu  We  Th  Fr  Sa  Su";
-  std::string result((weekdays.size() - title.size()) / 2, ' ');
-  result.append(title).append("\n").append(weekdays).append("\n");
-  const auto mark = [&](const std::string& day) { return inColor ? "\x1b[1;32m" + day + "\x1b[0m " : day + "*"; };
-  std::string example;
-  std::size_t runs = 0;
-  std::size_t runDays = 0;
-  const std::chrono::local_days first{month / 1};
-  const std::chrono::local_days end{(month + std::chrono::months{1}) / 1};
-  for (auto monday = first - (std::chrono::weekday{first} - std::chrono::Monday); monday < end; monday += days{7}) {
-    std::string week;
-    for (auto day = monday; day < std::min(monday + days{7}, end); day += days{1}) {
-      const auto number = day < first ? "  " : formatted(day, "%e");
-      const auto runsOfDay = day < first ? 0 : countRuns(entries, day, calendar);
-      week.append(" ").append(runsOfDay > 0 ? mark(number) : number + " ");
-      runs += runsOfDay;
-      if (runsOfDay > 0 && runDays++ == 0) example = mark(number);
-    }
-    result.append(week, 0, week.find_last_not_of(' ') + 1).append("\n");
+  std::vector<std::size_t> runs;
+  for (std::chrono::local_days day{month / 1}; day <= std::chrono::local_days{month / std::chrono::last}; ++day) {
+    runs.push_back(countRuns(entries, day, calendar));
   }
-  if (runs == 0) return result + "\nNo copy is due.\n";
-  return result.append("\n" + example + " a day on which copies are due: ")
-      .append(std::to_string(runs) + " on " + std::to_string(runDays) + (runDays == 1 ? " day\n" : " days\n"));
+  const std::string weekdays = " Mo  Tu  We  Th  Fr  Sa  Su";
+  const std::string title = formatted(std::chrono::local_days{month / 1}, "%B %Y");
+  const auto daysWithRuns = static_cast<std::ptrdiff_t>(runs.size()) - std::ranges::count(runs, 0U);
+
+  std::ostringstream view;
+  view << std::string((weekdays.size() - title.size()) / 2, ' ') << title << '\n'
+       << weekdays << '\n'
+       << weeksOf(month, runs, inColor) << '\n'
+       << marked("dd", inColor) << " a day on which copies are due: " << std::accumulate(runs.begin(), runs.end(), 0UL)
+       << " on " << daysWithRuns << (daysWithRuns == 1 ? " day" : " days") << '\n';
+  return view.str();
 }
 
 std::string jsonView(std::span<const Entry> entries, const Calendar& calendar) {
@@ -118,14 +123,14 @@ std::string jsonView(std::span<const Entry> entries, const Calendar& calendar) {
                      {"schedule", entry.schedule},
                      {"problem", entry.problem ? Json(*entry.problem) : Json()}});
   }
-  // In ASCII alone, so that what is a control character outside of ASCII is escaped as well.
+  // ASCII only: this escapes control characters beyond ASCII as well.
   return array.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 
 std::string problemsView(std::span<const Entry> entries, std::optional<std::size_t> columns) {
   std::vector<Row> rows = {{"LINE", "COPY", "PROBLEM"}};
   const auto add = [&](const Entry& entry, const std::string& problem) {
-    rows.push_back({std::to_string(entry.number), shortened(entry.copy, copyColumns), problem});
+    rows.push_back({std::to_string(entry.number), entry.copy, problem});
   };
   for (const auto& entry : entries) {
     if (entry.problem) add(entry, *entry.problem);

@@ -1,27 +1,28 @@
 #pragma once
 
-#include <optional>
+#include <chrono>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "schedules/crontab_line.h"
 
 namespace zt {
 
-// What there is to say of a line, in words. Parts of the line that are quoted in it are in printable form (see
-// terminal_text.h).
-
-/// When a line fires, such as "3rd Monday of the month at 09:30"; "never" where it has no minute at which it can.
+/// When a line of six fields fires, such as "3rd Monday of the month at 09:30"; "never" where there is no minute at
+/// which it can.
 std::string scheduleInWords(const CrontabLine& line);
 
-/// The last path component of the URL that the line's last word is, as it stands there: nothing is unescaped.
-std::string copyName(const CrontabLine& line);
+/// "a", "a and b", "a, b and c". There has to be one text at least.
+std::string listed(const std::vector<std::string>& texts);
 
-/// Why the line makes no copy, and what would work: the tool drops it, or it can never fire. nullopt where nothing is
-/// known to be wrong; what bash makes of its last word is not known here. The line may have any number of fields.
-std::optional<std::string> problemOf(const CrontabLine& line);
+/// "Monday".
+std::string nameOf(std::chrono::weekday day);
 
-/// What a line with all its fields means, where that is something else than it says to a reader of crontab(5).
-std::optional<std::string> warningOf(const CrontabLine& line);
+/// The weekdays that a line accepts, from Monday on.
+std::vector<std::chrono::weekday> acceptedWeekdays(const CrontabLine& line);
+
+/// The dayRanges that a line accepts, each once.
+std::vector<std::string> acceptedRanges(const CrontabLine& line);
 
 }  // namespace zt

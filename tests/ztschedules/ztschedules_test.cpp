@@ -6,6 +6,7 @@
 
 #include "zone.h"
 #include "ztschedules/entry.h"
+#include "ztschedules/last_word.h"
 #include "ztschedules/terminal_text.h"
 #include "ztschedules/time_text.h"
 #include "ztschedules/views.h"
@@ -37,7 +38,6 @@ TEST(Words, SayWhenALineFires) {
       {"59|23|1-7,22-31|*|0,6", "1st, 4th and 5th Sat and Sun of the month at 23:59"},
       {"0|5|1-7,15-21|*|*", "days 1-7 and 15-21 of the month at 05:00"},
       {"60|5|*|*|*", "never"},
-      {"0|5|*|*", "never"},
   };
   for (const auto& [fields, words] : rows) {
     EXPECT_EQ(scheduleInWords(CrontabLine(tabbed(fields) + "\t/ZTUtil x")), words) << fields;
@@ -137,12 +137,13 @@ TEST(TimeText, ReadsAndWritesTimes) {
 }
 
 TEST(TerminalText, OnlyShows) {
-  EXPECT_EQ(printable("a\tb\x1b[1m\x7f\xc2\x85\xe2\x80\xae\xff\xf3\xa0\x81\x81 é日本"),
-            "a\\x09b\\x1b[1m\\x7f\\u0085\\u202e\\xff\\U000e0041 é日本");
-  EXPECT_EQ(columnsOf("e\u0301日本"), 5U);
-  EXPECT_EQ(columnsOf("\u1112\u1161\u11ab\u0939\u093f"), 4U);  // a syllable of Hangul, a letter with a spacing mark
+  EXPECT_EQ(printable("a\tb\x1b[1m\x7f\xc2\x85\xe2\x80\x8b\xff\xf3\xa0\x81\x81 é日本"),
+            "a\\x09b\\x1b[1m\\x7f\\u0085\\u200b\\xff\\U000e0041 é日本");
+  EXPECT_EQ(displayWidth("e\u0301日本"), 5U);
+  EXPECT_EQ(displayWidth("\u1112\u1161\u11ab\u0939\u093f"), 4U);  // a syllable of Hangul, a letter with a spacing mark
   EXPECT_EQ(shortened("日本語", 6), "日本語");
   EXPECT_EQ(shortened("日本語の", 6), "日本…");
+  EXPECT_EQ(shortened("a bcdefg", 4), "a b…");
   std::string marks = "e";
   for (int i = 0; i < 1000; ++i) marks += "\u0301";
   EXPECT_LT(shortened(marks, 6).size(), 200U);
@@ -150,6 +151,7 @@ TEST(TerminalText, OnlyShows) {
   EXPECT_EQ(wrapped("one two  three", 7), (Lines{"one two", " three"}));
   EXPECT_EQ(wrapped("onetwothree", 4), (Lines{"onet", "woth", "ree"}));
   EXPECT_EQ(wrapped("日本語 e\u0301e\u0301", 5), (Lines{"日本", "語 e\u0301e\u0301"}));
+  EXPECT_EQ(wrapped(" 日本語x", 5), (Lines{" 日本", "語x"}));
   EXPECT_EQ(wrapped("", 5), Lines{""});
 }
 
@@ -195,9 +197,9 @@ TEST_F(Views, ShowAMonth) {
             " 22* 23  24  25  26* 27  28*\n"
             " 29* 30\n"
             "\n"
-            " 1* a day on which copies are due: 15 on 13 days\n");
+            "dd* a day on which copies are due: 15 on 13 days\n");
   const auto skipped = readEntries("30\t2\t8-14\t*\t0\tZTUtil\n", now, zone.calendar);
-  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 3, zone.calendar, true).find("No copy is due."),
+  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 3, zone.calendar, true).find("due: 0 on 0 days"),
             std::string::npos);
   EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 2, zone.calendar, true).find(" 13  \x1b[1;32m14\x1b[0m\n"),
             std::string::npos);
@@ -228,7 +230,7 @@ TEST_F(Views, ShowJson) {
 TEST_F(Views, HaveNothingToSayOfTextThatIsNotUtf8) {
   const auto broken = readEntries("0\t5\t*\t*\t*\tZTUtil\n\n# \xff\n", now, zone.calendar);
   ASSERT_EQ(broken.size(), 1U);
-  EXPECT_EQ(broken[0].problem, "line 3 is not UTF-8, and no line is read then");
+  EXPECT_EQ(broken[0].problem, "line 3 is not UTF-8, so no line is read");
   EXPECT_EQ(broken[0].schedule, "never");
   EXPECT_FALSE(broken[0].next);
 }

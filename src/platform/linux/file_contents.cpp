@@ -13,7 +13,7 @@
 namespace zt {
 namespace {
 
-constexpr std::size_t sizeLimit = std::size_t{16} * 1024 * 1024;
+constexpr std::size_t sizeLimit = std::size_t{4} * 1024 * 1024;
 
 [[noreturn]] void fail(int error, const std::string& name) {
   throw std::system_error(error, std::generic_category(), "cannot read " + name);

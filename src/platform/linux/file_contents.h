@@ -4,8 +4,8 @@
 
 namespace zt {
 
-/// All that can be read from a file until its end. What goes wrong is thrown as a std::system_error that names the
-/// file; so is a file of more than 16 MiB, which is no crontab, and may be a device that never ends.
+/// The bytes of a file up to its end. Throws a std::system_error that names the file when it cannot be read, and when
+/// there are more than 4 MiB (EFBIG): that is no crontab, and may be a device that never ends.
 std::string fileContents(const std::string& path);
 
 /// The same from a descriptor that is open, and stays open. `name` is for the error.

@@ -5,13 +5,13 @@
 
 namespace zt {
 
-/// What there is to know of where the standard output goes.
+/// What the standard output can show.
 struct Terminal {
-  /// Asks the kernel and the environment: COLUMNS goes before the terminal's own width, and with NO_COLOR
-  /// (https://no-color.org) or on a terminal that is "dumb" there is no colour.
+  /// Asks the kernel and the environment. COLUMNS goes before a terminal's own width, and limits what goes into a pipe,
+  /// too. With NO_COLOR (https://no-color.org), and on a terminal that is "dumb", there is no colour.
   static Terminal ofStandardOutput();
 
-  std::optional<std::size_t> columns;  ///< where output has to fit in a width
+  std::optional<std::size_t> columns;  ///< nullopt where there is no limit
   bool hasColor = false;
 };
 
