@@ -23,7 +23,7 @@ void writeCrontab(int lines) {
     const auto weekday = std::to_string(i % 7);
     const std::array days{std::string("*\t*\t*"), "*\t*\t" + weekday, "15-21\t*\t" + weekday};
     file << (i % 10 == 9 ? "*/5" : std::to_string(i * 7 % 60)) << '\t' << i % 24 << '\t' << days.at(i % 3)
-         << "\t/Applications/Zantrove.app/Contents/Helpers/ZTUtil file:///Copies/コピー%20" << i << "/\n";
+         << "\t/Applications/Zantrove.app/Contents/Helpers/ZTUtil file:///Copies/Copy%20Plan%20" << i << "/\n";
   }
   if (!file.flush()) throw std::runtime_error("cannot write the crontab");
 }
