@@ -15,8 +15,8 @@ namespace zt {
 /// - and minute and hour are single numbers equal to those of `time`.
 bool runsAt(const CrontabLine& line, Instant time, const Calendar& calendar);
 
-/// The texts that day of month is searched for: those for the first to the fifth of a weekday in its month. The last two
-/// are the same.
+/// The texts that day of month is searched for: those for the first to the fifth of a weekday in its month. The last
+/// two are the same.
 inline constexpr std::array<std::string_view, 5> dayRanges = {"1-7", "8-14", "15-21", "22-31", "22-31"};
 
 /// Whether day of week accepts a weekday.
