@@ -18,7 +18,7 @@ std::string_view lastWord(const CrontabLine& line) {
 /// Whether bash gives a word back as it is. It need not for control characters, but no URL has one of them either.
 bool isPlain(std::string_view word) {
   static constexpr std::string_view plain = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/:.%_-+@,=^";
-  return !word.starts_with('-') && std::ranges::all_of(word, [](char c) {
+  return std::ranges::all_of(word, [](char c) {
     const bool isGraphicAscii = c >= ' ' && c <= '~';
     return !isGraphicAscii || plain.find(c) != plain.npos;
   });

@@ -28,7 +28,7 @@ bool looksLikeTime(std::string_view word) {
   static constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
   static constexpr std::string_view times = "0123456789*,-/+?#:";
   const auto isHere = [&](auto name) { return isSame(word.substr(0, 3), name, {.caseInsensitive = true}); };
-  if (word.empty() || word.starts_with('/')) return false;
+  if (word.empty()) return false;
   while (!word.empty()) {
     const bool isName = std::ranges::any_of(names, isHere);
     const auto end = std::min(word.find_first_not_of(isName ? letters : times), word.size());

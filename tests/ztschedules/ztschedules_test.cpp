@@ -7,6 +7,7 @@
 #include "zone.h"
 #include "ztschedules/entry.h"
 #include "ztschedules/last_word.h"
+#include "ztschedules/remarks.h"
 #include "ztschedules/terminal_text.h"
 #include "ztschedules/time_text.h"
 #include "ztschedules/views.h"
@@ -37,6 +38,7 @@ TEST(Words, SayWhenALineFires) {
       {"59|23|22-31|*|0", "4th and 5th Sunday of the month at 23:59"},
       {"59|23|1-7,22-31|*|0,6", "1st, 4th and 5th Sat and Sun of the month at 23:59"},
       {"0|5|1-7,15-21|*|*", "days 1-7 and 15-21 of the month at 05:00"},
+      {"0|5|1-7,8-14,22-31|*|1", "1st, 2nd, 4th and 5th Monday of the month at 05:00"},
       {"60|5|*|*|*", "never"},
   };
   for (const auto& [fields, words] : rows) {
@@ -51,6 +53,8 @@ TEST(Words, NameTheCopy) {
       {"/ZTUtil file:///a/b?c/d#e/", "b"},
       {"/ZTUtil name", "name"},
       {"file:///ZTUtil", "ZTUtil"},
+      {"/ZTUtil file:///", "file:///"},
+      {"/ZTUtil 'file:///a/b/'", "b"},
       {"/ZTUtil ", ""},
   };
   for (const auto& [command, name] : rows) EXPECT_EQ(copyName(CrontabLine(tabbed("0|5|*|*|*|") + command)), name);
@@ -62,7 +66,8 @@ TEST(Words, SayWhatIsWrong) {
   };
   const char* none = "";
   const std::vector<Row> rows = {
-      {"0|5|1-7,22-31|*|0,6|/ZTUtil file:///a%20b", none, none},
+      {"59|23|1-7,22-31|*|0,6|/ZTUtil file:///a%20b", none, none},
+      {"-1|5|*|*|12|/ZTUtil x", "minute -1 is not one of 0 to 59", "day of week 12 means Monday and Tuesday only"},
       {"0|5|*|*|7|/ZTUtil x", "day of week 7 matches no day: Sunday is 0", none},
       {"0|5|*|*|mon|/ZTUtil x", "day of week mon matches no day: days are 0 for Sunday to 6 for Saturday", none},
       {"*/5|5|*|*|*|/ZTUtil x", "minute */5 is not a single number from 0 to 59: each time needs a line of its own",
@@ -77,7 +82,7 @@ TEST(Words, SayWhatIsWrong) {
       {"0|5|22-28|*|1-5|/ZTUtil x", "day of month 22-28 is not one of 1-7, 8-14, 15-21, 22-31",
        "day of week 1-5 means Monday and Friday only"},
       {"0 5 * /ZTUtil", "4 fields, separated by blanks: TABs are needed, and 6 fields", none},
-      {"0 5 ? JAN-Mar monday,0 /ZTUtil x y", "6 fields, separated by blanks: TABs are needed", none},
+      {"0 5 ? JAN-Mar monday,0 5 /ZTUtil x", "6 fields, separated by blanks: TABs are needed", none},
       {"0|5 *|*|*|/ZTUtil x", "6 fields, some separated by blanks: TABs are needed", none},
       {"0|5|*|*|/ZTUtil x", "5 fields: 6 are needed, with single TABs between them and none in the command", none},
       {"0||5|*|*|*|/ZTUtil x", "7 fields: 6 are needed, with single TABs between them and none in the command", none},
@@ -93,6 +98,7 @@ TEST(Words, SayWhatIsWrong) {
       {"0|5|*|*|*|/ZTUtil x #y", "#y is not a URL: the last word of the command has to be one", none},
       {"0|5|*|*|*|/ZTUtil 'a b'", "a quote in b' is not closed: a blank in a URL is written as %20", none},
       {R"(0|5|*|*|*|/ZTUtil \'a"\""'\')", none, none},
+      {R"(0|5|*|*|*|/ZTUtil "it's")", none, none},
       {R"(0|5|*|*|*|/ZTUtil $'file:///\xc3\xa9)", none, none},  // who knows what bash makes of it
       {R"(0|5|*|*|*|/ZTUtil a\r)", none, "the URL ends in an r that stands for a CR: end the line in LF alone"},
       {"0|5|*|*|1,7|/ZTUtil x", none, "day of week 1,7 means Monday only: 7 is no day"},
@@ -106,6 +112,11 @@ TEST(Words, SayWhatIsWrong) {
     EXPECT_EQ(entries[0].problem.value_or(none), row.problem) << row.line;
     EXPECT_EQ(entries[0].warning.value_or(none), row.warning) << row.line;
   }
+}
+
+TEST(Words, SayThatAUrlIsTooLong) {
+  const auto problem = problemOf(CrontabLine(tabbed("0|5|*|*|*|") + std::string(200'000, 'a')));
+  EXPECT_EQ(problem, "the URL is too long, or has a NUL in it");
 }
 
 TEST(TimeText, ReadsAndWritesTimes) {
