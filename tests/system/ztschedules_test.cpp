@@ -31,7 +31,7 @@ TEST_F(Schedules, EndWithAStatus) {
       {"--check", "1"},
       {"--check --json", "1"},
       {"--check good", "0"},
-      {"--month --check < good -", "0"},
+      {"--check --month - < good", "0"},
       {"--month 2027-03 good", "0"},
       {"--month good --count 3", "2"},
       {"--json --count 3", "2"},

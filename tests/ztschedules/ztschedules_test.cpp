@@ -141,15 +141,15 @@ TEST(TimeText, ReadsAndWritesTimes) {
   EXPECT_EQ(rfc3339(Instant{}, Zone("DAY24").calendar), "1969-12-31T00:01:00-23:59");
 
   const std::vector<std::pair<std::chrono::seconds, const char*>> rows = {
-      {-59s, "now"},        {0s, "now"},    {59s, "59s"},       {119s, "1min"},          {60min, "1h"},
-      {135min, "2h 15min"}, {24h, "1 day"}, {47h, "1 day 23h"}, {71h + 59min, "2 days"},
+      {-59s, "now"},        {0s, "now"},    {59s, "59s"},       {119s, "1min"},  {60min, "1h"},
+      {135min, "2h 15min"}, {24h, "1 day"}, {47h, "1 day 23h"}, {48h, "2 days"}, {71h + 59min, "2 days"},
   };
   for (const auto& [left, text] : rows) EXPECT_EQ(timeLeft(left), text);
 }
 
 TEST(TerminalText, OnlyShows) {
-  EXPECT_EQ(printable("a\tb\x1b[1m\x7f\xc2\x85\xe2\x80\x8b\xff\xf3\xa0\x81\x81 é日本"),
-            "a\\x09b\\x1b[1m\\x7f\\u0085\\u200b\\xff\\U000e0041 é日本");
+  EXPECT_EQ(printable("a\tb\x1b[1m\x7f\xc2\x85\xe2\x80\x8b\xff\xf3\xa0\x81\x81\xcd\xb8\xe2\x80\xa8 é日本"),
+            "a\\x09b\\x1b[1m\\x7f\\u0085\\u200b\\xff\\U000e0041\\u0378\\u2028 é日本");
   EXPECT_EQ(displayWidth("e\u0301日本"), 5U);
   EXPECT_EQ(displayWidth("\u1112\u1161\u11ab\u0939\u093f"), 4U);  // a syllable of Hangul, a letter with a spacing mark
   EXPECT_EQ(shortened("日本語", 6), "日本語");
@@ -158,12 +158,14 @@ TEST(TerminalText, OnlyShows) {
   std::string marks = "e";
   for (int i = 0; i < 1000; ++i) marks += "\u0301";
   EXPECT_LT(shortened(marks, 6).size(), 200U);
+  EXPECT_TRUE(shortened(marks, 6).ends_with("…"));
   using Lines = std::vector<std::string_view>;
   EXPECT_EQ(wrapped("one two  three", 7), (Lines{"one two", " three"}));
   EXPECT_EQ(wrapped("onetwothree", 4), (Lines{"onet", "woth", "ree"}));
   EXPECT_EQ(wrapped("日本語 e\u0301e\u0301", 5), (Lines{"日本", "語 e\u0301e\u0301"}));
   EXPECT_EQ(wrapped(" 日本語x", 5), (Lines{" 日本", "語x"}));
   EXPECT_EQ(wrapped("", 5), Lines{""});
+  EXPECT_EQ(table({{"a", "0123456789b", "c"}}, 1, 5), "a  0123456789  c\n   b\n");
 }
 
 /// Entries in New York at 01:30:20, for the first time round, on the day on which that comes twice.
