@@ -38,6 +38,7 @@ TEST(Words, SayWhenALineFires) {
       {"59|23|22-31|*|0", "4th and 5th Sunday of the month at 23:59"},
       {"59|23|1-7,22-31|*|0,6", "1st, 4th and 5th Sat and Sun of the month at 23:59"},
       {"0|5|1-7,15-21|*|*", "days 1-7 and 15-21 of the month at 05:00"},
+      {"0|5|22-31|*|*", "days 22-31 of the month at 05:00"},
       {"0|5|1-7,8-14,22-31|*|1", "1st, 2nd, 4th and 5th Monday of the month at 05:00"},
       {"60|5|*|*|*", "never"},
   };
