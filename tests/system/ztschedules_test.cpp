@@ -54,9 +54,12 @@ TEST_F(Schedules, EndWithAStatus) {
     EXPECT_EQ(bash("grep -c '^ztschedules: ' output"), Texts{status == std::string("2") ? "1" : "0"}) << arguments;
   }
   EXPECT_EQ(bash(ZTSCHEDULES " --check good"), Texts{});
+  EXPECT_EQ(bash(ZTSCHEDULES " --month 2027-03 good | sed 1q"), Texts{"        March 2027"});
   EXPECT_EQ(bash(ZTSCHEDULES " --month good | sed 1q"), bash(ZTSCHEDULES " --month $(date +%Y-%m) - < good | sed 1q"));
   EXPECT_EQ(bash("crontab -r; " ZTSCHEDULES " | sed 1q"),
             (Texts{"ztschedules: no crontab for root", "No schedules: no line has ZTUtil in it."}));
+  EXPECT_EQ(bash("mount --bind /dev/null /usr/bin/crontab;" ZTSCHEDULES "; echo $?; umount /usr/bin/crontab"),
+            (Texts{"ztschedules: cannot run /usr/bin/crontab", "2"}));
   EXPECT_EQ(bash("printf '#!/bin/sh\\necho refused\\nexit 7' > crontab; chmod +x crontab; mount --bind crontab "
                  "/usr/bin/crontab;" ZTSCHEDULES "; echo $?; umount /usr/bin/crontab"),
             (Texts{"ztschedules: crontab ended with status 7: refused", "2"}));
