@@ -23,6 +23,8 @@ TEST_F(Schedules, AreThoseOfTheUsersCrontab) {
                    "Sun 2027-03-14 05:00 UTC  now   every day at 05:00  expanded)", "LINE  COPY      PROBLEM",
                    "4     \\x1b[1mb  day of week 7 matches no day: Sunday is 0"}));
   EXPECT_FALSE(std::filesystem::exists(home / "expanded"));
+  EXPECT_EQ(bash("COLUMNS=40 " ZTSCHEDULES " --check | tail -n +2"),
+            (Texts{"4     \\x1b[1mb  day of week 7 matches no", "                day: Sunday is 0"}));
 }
 
 TEST_F(Schedules, EndWithAStatus) {

@@ -103,6 +103,7 @@ TEST(Words, SayWhatIsWrong) {
       {R"(0|5|*|*|*|/ZTUtil $'file:///\xc3\xa9)", none, none},  // who knows what bash makes of it
       {R"(0|5|*|*|*|/ZTUtil a\r)", none, "the URL ends in an r that stands for a CR: end the line in LF alone"},
       {"0|5|*|*|1,7|/ZTUtil x", none, "day of week 1,7 means Monday only: 7 is no day"},
+      {"0|5|*|*|*|/ZTUtil letter", none, none},
       {"0|5|*|*|*/2|/ZTUtil x", none, "day of week */2 means Tuesday only"},
       {"0|5|1-7,15|6|*|/ZTUtil x", none,
        "day of month 1-7,15 means days 1-7 only; month 6 is not looked at: it runs in every month"},
