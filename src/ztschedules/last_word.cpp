@@ -34,17 +34,17 @@ bool isNoWord(std::string_view word) {
 /// Whether a quote is open at the end of a word; no for words that bash expands, which can have quotes of another kind.
 bool hasOpenQuote(std::string_view word) {
   if (word.find_first_of("$`") != word.npos) return false;
-  char quote = 0;
+  char open = 0;
   for (std::size_t i = 0; i < word.size(); ++i) {
-    if (word[i] == '\\' && quote != '\'') {
+    if (word[i] == '\\' && open != '\'') {
       ++i;
-    } else if (word[i] == quote) {
-      quote = 0;
-    } else if (quote == 0 && (word[i] == '\'' || word[i] == '"')) {
-      quote = word[i];
+    } else if (word[i] == open) {
+      open = 0;
+    } else if (open == 0 && (word[i] == '\'' || word[i] == '"')) {
+      open = word[i];
     }
   }
-  return quote != 0;
+  return open != 0;
 }
 
 }  // namespace
@@ -63,11 +63,11 @@ std::string copyName(const CrontabLine& line) {
 std::optional<std::string> problemOfLastWord(const CrontabLine& line) {
   const auto word = lastWord(line);
   if (word.empty()) return "the command does not end in a URL";
-  if (isNoWord(word)) return quoted(word) + " is not a URL: the last word of the command has to be one";
-  if (hasOpenQuote(word)) return "a quote in " + quoted(word) + " is not closed: a blank in a URL is written as %20";
+  if (isNoWord(word)) return quote(word) + " is not a URL: the last word of the command has to be one";
+  if (hasOpenQuote(word)) return "a quote in " + quote(word) + " is not closed: a blank in a URL is written as %20";
   if (!Commands::isArgument(word)) return "the URL is too long, or has a NUL in it";
   if (!isPlain(word) || URL::parse(word)) return std::nullopt;
-  return quoted(word) + " is not a URL: what may not stand in one has to be percent-encoded";
+  return quote(word) + " is not a URL: what may not stand in one has to be percent-encoded";
 }
 
 std::optional<std::string> warningOfLastWord(const CrontabLine& line) {

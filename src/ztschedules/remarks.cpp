@@ -65,9 +65,9 @@ std::string fieldCountProblem(const CrontabLine& line) {
 std::optional<std::string> numberProblem(const std::string& name, const std::string& field, std::int64_t most) {
   const auto range = "0 to " + std::to_string(most);
   const auto number = readInteger(field);
-  if (number && (*number < 0 || *number > most)) return name + " " + quoted(field) + " is not one of " + range;
+  if (number && (*number < 0 || *number > most)) return name + " " + quote(field) + " is not one of " + range;
   if (number) return std::nullopt;
-  std::string problem = name + " " + quoted(field) + " is not a single number from " + range;
+  std::string problem = name + " " + quote(field) + " is not a single number from " + range;
   if (field.find(' ') != field.npos) return problem + ": only TABs may stand around it";
   if (field.find_first_of("*,-/") != field.npos) return problem + ": each time needs a line of its own";
   return problem;
@@ -77,19 +77,19 @@ std::optional<std::string> numberProblem(const std::string& name, const std::str
 std::string commentProblem(std::string_view text) {
   const auto sign = text.substr(0, text.find_first_not_of("# \t"));
   const bool wouldRun = !problemOf(CrontabLine(std::string(text.substr(sign.size()))));
-  return wouldRun ? "commented out: take off " + quoted(sign) + " to have it run" : "a comment, not a schedule";
+  return wouldRun ? "commented out: take off " + quote(sign) + " to have it run" : "a comment, not a schedule";
 }
 
 std::optional<std::string> dayOfMonthProblem(const CrontabLine& line) {
   if (!acceptedRanges(line).empty()) return std::nullopt;
-  return "day of month " + quoted(line.part(CrontabLine::dayOfMonth)) + " is not one of 1-7, 8-14, 15-21, 22-31";
+  return "day of month " + quote(line.part(CrontabLine::dayOfMonth)) + " is not one of 1-7, 8-14, 15-21, 22-31";
 }
 
 std::optional<std::string> dayOfWeekProblem(const CrontabLine& line) {
   if (!acceptedWeekdays(line).empty()) return std::nullopt;
   const auto& field = line.part(CrontabLine::dayOfWeek);
   const bool hasSeven = field.find('7') != field.npos;
-  return "day of week " + quoted(field) +
+  return "day of week " + quote(field) +
          " matches no day: " + (hasSeven ? "Sunday is 0" : "days are 0 for Sunday to 6 for Saturday");
 }
 
@@ -102,13 +102,13 @@ std::optional<std::string> dayOfMonthWarning(const CrontabLine& line) {
   const auto ranges = acceptedRanges(line);
   const auto isRange = [](auto item) { return std::ranges::find(dayRanges, item) != dayRanges.end(); };
   if (field == "*" || ranges.empty() || isListOf(field, isRange)) return std::nullopt;
-  return "day of month " + quoted(field) + " means days " + listed(ranges) + " only";
+  return "day of month " + quote(field) + " means days " + listed(ranges) + " only";
 }
 
 std::optional<std::string> monthWarning(const CrontabLine& line) {
   const auto& field = line.part(CrontabLine::month);
   if (field == "*") return std::nullopt;
-  return "month " + quoted(field) + " is not looked at: it runs in every month";
+  return "month " + quote(field) + " is not looked at: it runs in every month";
 }
 
 std::optional<std::string> dayOfWeekWarning(const CrontabLine& line) {
@@ -119,7 +119,7 @@ std::optional<std::string> dayOfWeekWarning(const CrontabLine& line) {
   std::vector<std::string> names;
   std::ranges::transform(days, std::back_inserter(names), nameOf);
   const bool hasSeven = field.find('7') != field.npos;
-  return "day of week " + quoted(field) + " means " + listed(names) + " only" + (hasSeven ? ": 7 is no day" : "");
+  return "day of week " + quote(field) + " means " + listed(names) + " only" + (hasSeven ? ": 7 is no day" : "");
 }
 
 /// The remarks that there are, as one.

@@ -130,7 +130,7 @@ std::string shortened(std::string_view text, std::size_t columns) {
   return std::string(beginning(start, columns - 1)) + "…";
 }
 
-std::string quoted(std::string_view text) {
+std::string quote(std::string_view text) {
   constexpr std::size_t mostColumns = 40;
   const bool isGraphicAscii = !text.empty() && std::ranges::all_of(text, [](char c) { return c > ' ' && c <= '~'; });
   const auto shown = shortened(text, mostColumns);

@@ -20,7 +20,7 @@ std::size_t displayWidth(std::string_view text);
 std::string shortened(std::string_view text, std::size_t columns);
 
 /// A text as messages quote it: in printable form, shortened, and in quotes where its ends could not be seen otherwise.
-std::string quoted(std::string_view text);
+std::string quote(std::string_view text);
 
 /// The lines of a printable text that has only so many columns, at least 2: broken at blanks, or within a word that is
 /// wider. They point into `text`.
