@@ -40,7 +40,9 @@ std::optional<std::chrono::minutes> firingTime(const CrontabLine& line) {
   // Each weekday falls into each range in some month, so that accepting one of each is enough.
   const bool acceptsSomeRange = std::ranges::any_of(dayRanges, [&](auto range) { return acceptsRange(line, range); });
   bool acceptsSomeWeekday = false;
-  for (unsigned day = 0; day < 7; ++day) acceptsSomeWeekday |= acceptsWeekday(line, std::chrono::weekday{day});
+  for (unsigned day = 0; day < 7 && !acceptsSomeWeekday; ++day) {
+    acceptsSomeWeekday = acceptsWeekday(line, std::chrono::weekday{day});
+  }
   if (!acceptsSomeRange || !acceptsSomeWeekday) return std::nullopt;
   return std::chrono::hours{*hour} + std::chrono::minutes{*minute};
 }
