@@ -16,7 +16,6 @@
 namespace zt {
 
 using namespace std::chrono_literals;
-using std::chrono::days;
 using std::chrono::seconds;
 
 namespace {
