@@ -2,22 +2,25 @@
 #include <sstream>
 
 #include "discovery/crontab_reader.h"
-#include "discovery/due_entries.h"
-#include "fakes/fake_machine.h"
+#include "discovery/due_schedules.h"
+#include "platform/task.h"
 #include "property.h"
-#include "schedules/matching.h"
 #include "schedules/next_event.h"
-#include "zone.h"
+#include "support/fakes.h"
+#include "support/zone.h"
 
 namespace zt {
+
+using namespace platform;
+using namespace util;
 namespace {
 
 using namespace std::chrono_literals;
 
 struct CheckedCommands : FakeCommands {
-  std::optional<Texts> shell(const std::string& path, const Texts& arguments) override {
-    require(std::ranges::all_of(arguments, isArgument), "a program is given what it can be given");
-    return FakeCommands::shell(path, arguments);
+  std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
+    require(std::ranges::all_of(arguments, Task::isArgument), "a program is given what it can be given");
+    return FakeCommands::run(path, arguments);
   }
 };
 

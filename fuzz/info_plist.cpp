@@ -3,6 +3,8 @@
 
 namespace zt {
 
+using namespace platform;
+
 /// A property list.
 void check(std::string_view input) {
   const auto bundle = readBundle("/opt/Z.app", input);

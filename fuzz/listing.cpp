@@ -1,10 +1,13 @@
 #include "driver/wake_scheduling.h"
-#include "fakes/fake_machine.h"
 #include "logging/log_factory.h"
 #include "property.h"
+#include "support/fakes.h"
 #include "util/text.h"
 
 namespace zt {
+
+using namespace platform;
+using namespace util;
 namespace {
 
 /// What stands between blanks; a tab is no blank.

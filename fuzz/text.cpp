@@ -5,6 +5,8 @@
 #include "property.h"
 
 namespace zt {
+
+using namespace util;
 namespace {
 
 /// RFC 3629, section 3, from code points: those of each length, but for surrogates.

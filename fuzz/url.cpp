@@ -5,6 +5,8 @@
 #include "property.h"
 
 namespace zt {
+
+using namespace util;
 namespace {
 
 constexpr std::string_view hexDigits = "0123456789ABCDEFabcdef";

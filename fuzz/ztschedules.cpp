@@ -5,21 +5,24 @@
 
 #include "discovery/crontab_reader.h"
 #include "property.h"
+#include "support/zone.h"
 #include "util/text.h"
-#include "zone.h"
-#include "ztschedules/entry.h"
+#include "util/time_text.h"
+#include "ztschedules/schedule_entry.h"
 #include "ztschedules/terminal_text.h"
-#include "ztschedules/time_text.h"
 #include "ztschedules/views.h"
 
 namespace zt {
+
+using namespace platform;
+using namespace util;
 namespace {
 
 using namespace std::chrono_literals;
 
-void checkEntry(const Entry& entry, Instant now) {
-  require(entry.problem || entry.next, "a line that never runs has a problem");
-  require((entry.schedule == "never") == !entry.next, "what never runs is called so");
+void checkEntry(const ScheduleEntry& entry, Instant now) {
+  require(entry.diagnostics.error || entry.next, "a line that never runs has a problem");
+  require(entry.schedule.canFire() == entry.next.has_value(), "what never runs is called so");
   require(!entry.due || entry.next == std::chrono::floor<std::chrono::minutes>(now), "what is due runs in this minute");
 }
 
@@ -31,7 +34,7 @@ void checkView(std::string_view view, std::optional<std::size_t> columns = {}) {
   }
 }
 
-void checkJson(const std::vector<Entry>& entries, const Calendar& calendar) {
+void checkJson(const std::vector<ScheduleEntry>& entries, const Calendar& calendar) {
   const auto text = jsonView(entries, calendar);
   checkView(text);
   require(std::ranges::all_of(text, [](char c) { return c == '\n' || (c >= ' ' && c <= '~'); }), "JSON is ASCII");
@@ -58,15 +61,15 @@ void check(std::string_view input) {
   const Zone zone = zoneOf(setting.substr(0, blank));
   Instant now = at("2027-03-13 12:00 +0000");
   try {
-    now = readTime(setting.substr(std::min(blank + 1, setting.size())), zone.calendar);
+    now = readTime(std::string(setting.substr(std::min(blank + 1, setting.size()))), zone.calendar);
   } catch (const std::invalid_argument& error) {
     checkView(std::string(error.what()) + "\n");
   }
 
-  const auto entries = readEntries(input, now, zone.calendar);
+  const auto entries = readScheduleEntries(input, now, zone.calendar);
   auto texts = lines(input);
   std::erase_if(texts, [](const std::string& line) { return !isMarked(line); });
-  require(std::ranges::equal(entries, texts, {}, [](const Entry& entry) { return entry.line.crontabLine(); }),
+  require(std::ranges::equal(entries, texts, {}, [](const ScheduleEntry& entry) { return entry.line.crontabLine(); }),
           "each marked line has its entry");
   const auto all = split(input, '\n');
   for (const auto& entry : entries) {

@@ -11,8 +11,8 @@
 #include <string>
 #include <string_view>
 
+#include "support/zone.h"
 #include "tool.h"
-#include "zone.h"
 
 namespace zt::simulation {
 namespace {

@@ -11,21 +11,22 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::floor;
 using std::chrono::seconds;
+using namespace platform;
 using Texts = std::vector<std::string>;
 
 const std::filesystem::path application = "/opt/Z.app";
 
 /// What a run asks of the machine, and what became of its wake events.
-class Services final : public Clock,
-                       public Applications,
-                       public FileManager,
-                       public Commands,
-                       public PowerAssertions,
-                       public WakeEvents,
-                       public UnifiedLog,
-                       public PlainLog {
+class SimulatedServices final : public Clock,
+                                public Applications,
+                                public FileManager,
+                                public Commands,
+                                public PowerAssertions,
+                                public WakeEvents,
+                                public UnifiedLog,
+                                public PlainLog {
  public:
-  Services(Machine& machine, Judge& judge) : machine_(machine), judge_(judge) {}
+  SimulatedServices(Machine& machine, Judge& judge) : machine_(machine), judge_(judge) {}
 
   OwnWakeEvents wakeEvents() const { return {machine_.ownWakeEvents(), agentWorked_, listingWorked_}; }
 
@@ -43,7 +44,7 @@ class Services final : public Clock,
     return agentWorks() || !machine_.agentIsMissing();
   }
 
-  std::optional<Texts> shell(const std::string& path, const Texts& arguments) override {
+  std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
     if (path == "/usr/bin/crontab") {
       checkAssertion();
       const auto crontab = machine_.readCrontab();
@@ -56,7 +57,7 @@ class Services final : public Clock,
     std::erase(word, '\\');
     return word.empty() ? Texts{} : Texts{word};
   }
-  void spawn(const std::string&, const Texts& arguments) override {
+  void start(const std::string&, const Texts& arguments) override {
     machine_.note("copy started: " + arguments.front());
     judge_.copyStarted(machine_.now(), arguments.front());
     machine_.work(1ms);
@@ -135,9 +136,9 @@ class Services final : public Clock,
 void runTool(Machine& machine, Judge& judge, Calendar& calendar) {
   judge.runBegins();
   machine.work(machine.random().between(3ms, machine.random().oneIn(100) ? 2s : 30ms));  // to load it
-  Services services(machine, judge);
+  SimulatedServices services(machine, judge);
   std::ostringstream output;
-  const int status = run(
+  const int status = zt::run(
       {services, calendar, services, services, services, services, services, LogSinks{&services, services}, output});
   judge.runEnds(machine.now(), status, machine.assertionHeld, services.wakeEvents());
   machine.toolEnds();

@@ -8,8 +8,8 @@ bool isMarked(std::string_view line) {
   return line.find(marker) != line.npos;
 }
 
-std::vector<CrontabLine> readCrontabLines(Commands& commands) {
-  auto output = commands.shell(crontabProgram, {crontabArgument});
+std::vector<CrontabLine> readCrontabLines(platform::Commands& commands) {
+  auto output = commands.run(crontabProgram, {crontabArgument});
   if (!output) return {};
   std::erase_if(*output, [](const auto& line) { return !isMarked(line); });
 

@@ -21,6 +21,6 @@ bool isMarked(std::string_view line);
 /// The application's lines of the user's crontab, in crontab order: those that bear its marker and
 /// have exactly six fields. All others are left out silently; empty when the crontab is missing, or
 /// not valid UTF-8.
-std::vector<CrontabLine> readCrontabLines(Commands& commands);
+std::vector<CrontabLine> readCrontabLines(platform::Commands& commands);
 
 }  // namespace zt

@@ -2,7 +2,7 @@
 
 namespace zt {
 
-std::optional<Application> findApplication(const Applications& applications, const Log& log) {
+std::optional<Application> findApplication(const platform::Applications& applications, const Log& log) {
   static constexpr std::string_view bundleIdentifier = "com.velmorra.Zantrove";
   log.info("Looking for Zantrove!");
 

@@ -17,6 +17,6 @@ struct Application {
 
 /// Finds the application: the running copy that was started first, otherwise the installed one.
 /// nullopt, after an error in the log, when there is none.
-std::optional<Application> findApplication(const Applications& applications, const Log& log);
+std::optional<Application> findApplication(const platform::Applications& applications, const Log& log);
 
 }  // namespace zt

@@ -5,11 +5,11 @@
 #include <string>
 
 #include "discovery/crontab_reader.h"
-#include "discovery/due_entries.h"
-#include "driver/date_text.h"
+#include "discovery/due_schedules.h"
 #include "logging/log_factory.h"
 #include "schedules/next_event.h"
 #include "schedules/wall_time.h"
+#include "util/time_text.h"
 
 namespace zt {
 namespace {
@@ -52,9 +52,9 @@ class MainLoop {
   }
 
  private:
-  void launchController(const URL& match) {
+  void launchController(const util::URL& match) {
     log_.info("Spawning " + match.path());
-    services_.commands.spawn(controller_, {match.absoluteString()});
+    services_.commands.start(controller_, {match.absoluteString()});
   }
 
   /// Both looks ahead start from the minute that this pass has served, not from the clock: what is due in
@@ -95,7 +95,7 @@ class MainLoop {
     } while (current >= start && current < start + 1min);
   }
 
-  std::string date(Instant instant) const { return dateText(instant, services_.calendar); }
+  std::string date(Instant instant) const { return util::dateText(instant, services_.calendar); }
 
   const Services& services_;
   const Log& log_;

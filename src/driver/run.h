@@ -19,14 +19,14 @@ namespace zt {
 
 /// What a run needs of the machine. Everything has to outlive the run.
 struct Services {
-  Clock& clock;
+  platform::Clock& clock;
   Calendar& calendar;
-  const Applications& applications;
-  const FileManager& fileManager;
-  Commands& commands;
-  PowerAssertions& powerAssertions;
-  WakeEvents& wakeEvents;
-  LogSinks logSinks;
+  const platform::Applications& applications;
+  const platform::FileManager& fileManager;
+  platform::Commands& commands;
+  platform::PowerAssertions& powerAssertions;
+  platform::WakeEvents& wakeEvents;
+  platform::LogSinks logSinks;
   std::ostream& output;  ///< for messages about entries that are due but cannot be used
 };
 

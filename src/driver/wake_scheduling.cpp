@@ -1,7 +1,7 @@
 #include "driver/wake_scheduling.h"
 
-#include "driver/date_text.h"
 #include "util/text.h"
+#include "util/time_text.h"
 
 namespace zt {
 namespace {
@@ -18,7 +18,7 @@ void WakeScheduling::cancelExisting() {
   if (!listing) return;
   for (const auto& line : *listing) {
     if (!isOurs(line)) continue;
-    auto words = split(line, ' ');
+    auto words = util::split(line, ' ');
     std::erase(words, "");
     if (words.size() != 7 || !agentIsExecutable()) continue;
     log_.info("Canceling " + line);
@@ -27,7 +27,7 @@ void WakeScheduling::cancelExisting() {
 }
 
 void WakeScheduling::set(Instant date, const Calendar& calendar) {
-  if (agentIsExecutable()) wakeEvents_.wake(agent_, wakeTimeText(date, calendar));
+  if (agentIsExecutable()) wakeEvents_.wake(agent_, util::wakeTimeText(date, calendar));
 }
 
 }  // namespace zt

@@ -14,7 +14,8 @@ namespace zt {
 /// executable agent nothing is cancelled or set. The agent's exit status is not looked at.
 class WakeScheduling {
  public:
-  WakeScheduling(WakeEvents& wakeEvents, const FileManager& fileManager, std::filesystem::path agent, const Log& log)
+  WakeScheduling(platform::WakeEvents& wakeEvents, const platform::FileManager& fileManager,
+                 std::filesystem::path agent, const Log& log)
       : wakeEvents_(wakeEvents), fileManager_(fileManager), agent_(std::move(agent)), log_(log) {}
 
   /// Cancels every listed event that bears the name of the tool or of the agent. Other programs'
@@ -27,8 +28,8 @@ class WakeScheduling {
  private:
   bool agentIsExecutable() const { return fileManager_.isExecutableFile(agent_); }
 
-  WakeEvents& wakeEvents_;
-  const FileManager& fileManager_;
+  platform::WakeEvents& wakeEvents_;
+  const platform::FileManager& fileManager_;
   std::filesystem::path agent_;
   const Log& log_;
 };

@@ -14,7 +14,7 @@ namespace zt {
 class Log {
  public:
   /// The sinks have to outlive the log.
-  Log(std::string subsystem, std::string category, LogSinks sinks);
+  Log(std::string subsystem, std::string category, platform::LogSinks sinks);
 
   /// In the plain log these three are read as a format: a percent sign begins a directive, for
   /// which there is no argument. See expandPlainFormat().
@@ -27,15 +27,15 @@ class Log {
 
  private:
   struct OSLog {
-    UnifiedLog& sink;
+    platform::UnifiedLog& sink;
     std::string subsystem;
     std::string category;
   };
 
-  void write(LogLevel level, std::string_view message, std::string_view plainEntry) const;
+  void write(platform::LogLevel level, std::string_view message, std::string_view plainEntry) const;
 
   std::optional<OSLog> osLog;
-  PlainLog& plain_;
+  platform::PlainLog& plain_;
 };
 
 }  // namespace zt

@@ -10,14 +10,14 @@ namespace zt {
 /// is the caller's. Every call makes a new one, for which the sinks have to stay.
 class LogFactory {
  public:
-  static Log setting(std::string category, LogSinks sinks);
-  static Log utility(std::string category, LogSinks sinks);
-  static Log volume(std::string category, LogSinks sinks);
-  static Log delegate(std::string category, LogSinks sinks);
-  static Log view(std::string category, LogSinks sinks);
-  static Log vc(std::string category, LogSinks sinks);
-  static Log helper(std::string category, LogSinks sinks);
-  static Log extension(std::string category, LogSinks sinks);
+  static Log setting(std::string category, platform::LogSinks sinks);
+  static Log utility(std::string category, platform::LogSinks sinks);
+  static Log volume(std::string category, platform::LogSinks sinks);
+  static Log delegate(std::string category, platform::LogSinks sinks);
+  static Log view(std::string category, platform::LogSinks sinks);
+  static Log vc(std::string category, platform::LogSinks sinks);
+  static Log helper(std::string category, platform::LogSinks sinks);
+  static Log extension(std::string category, platform::LogSinks sinks);
 };
 
 }  // namespace zt

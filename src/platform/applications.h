@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-namespace zt {
+namespace zt::platform {
 
 /// Finds application bundles by their identifier.
 class Applications {
@@ -20,4 +20,4 @@ class Applications {
   virtual std::optional<std::filesystem::path> installed(std::string_view bundleIdentifier) const = 0;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -4,7 +4,7 @@
 
 #include "platform/instant.h"
 
-namespace zt {
+namespace zt::platform {
 
 /// The machine's wall clock.
 class Clock {
@@ -19,4 +19,4 @@ class Clock {
   virtual void sleep(std::chrono::seconds duration) = 0;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -6,7 +6,7 @@
 #include <string>
 #include <thread>
 
-namespace zt {
+namespace zt::platform {
 
 /// Takes over one open file descriptor and closes it when it goes. What fails here ends the process: one line on
 /// standard error, then abort.
@@ -68,4 +68,4 @@ class Pipe {
   FileHandle writing_;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -2,7 +2,7 @@
 
 #include <filesystem>
 
-namespace zt {
+namespace zt::platform {
 
 /// Questions about files.
 class FileManager {
@@ -14,4 +14,4 @@ class FileManager {
   virtual bool isExecutableFile(const std::filesystem::path& path) const = 0;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-namespace zt {
+namespace zt::platform {
 
 enum class LogLevel { default_, debug, info, error, fault };
 
@@ -31,4 +31,4 @@ struct LogSinks {
   PlainLog& plain;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string_view>
 
-namespace zt {
+namespace zt::platform {
 
 /// Keeps the machine from going to sleep by itself.
 class PowerAssertions {
@@ -23,4 +23,4 @@ class PowerAssertions {
   virtual void release(std::uint32_t identifier) = 0;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -5,12 +5,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
 #include "platform/file_handle.h"
 
-namespace zt {
+namespace zt::platform {
 
 /// One child process: configured, then launched once. The child gets descriptors 0 to 2, default signal
 /// dispositions, an empty signal mask and this process's environment, and nothing else.
@@ -27,6 +28,9 @@ class Task {
   /// What a standard stream of the child is: inherited, a pipe, or an open file.
   using Stream = std::variant<std::monostate, std::shared_ptr<Pipe>, std::shared_ptr<FileHandle>>;
   using TerminationHandler = std::function<void(Task&)>;
+
+  /// Whether a child can be given `text` as an argument: the system has a greatest length, and a NUL would end it.
+  static bool isArgument(std::string_view text);
 
   /// `launchPath` is executed directly: no shell, no search of PATH. `arguments` follow it in the child's
   /// argument list; nullopt is none.
@@ -66,4 +70,4 @@ class Task {
   std::shared_ptr<State> state_;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

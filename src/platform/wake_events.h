@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace zt {
+namespace zt::platform {
 
 /// The machine's scheduled wake events. They are set and cancelled by the application's agent, whose location is
 /// found anew by each run. A program behind them that is executable but cannot be started ends the process, as with
@@ -26,4 +26,4 @@ class WakeEvents {
   virtual void wake(const std::filesystem::path& agent, const std::string& time) = 0;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -1,9 +1,11 @@
 #include "schedules/crontab_line.h"
 
-#include <charconv>
 #include <cstdlib>
-#include <system_error>
+#include <string_view>
 #include <utility>
+
+#include "schedules/next_event.h"
+#include "schedules/schedule.h"
 
 namespace zt {
 
@@ -23,17 +25,16 @@ const std::string& CrontabLine::part(Field field) const {
   return parts_[field];
 }
 
-std::optional<std::int64_t> readInteger(std::string_view text) {
-  // from_chars() knows the minus sign only.
-  if (text.starts_with('+')) {
-    text.remove_prefix(1);
-    if (text.starts_with('-')) return std::nullopt;
-  }
-  std::int64_t value{};
-  const char* const end = text.data() + text.size();
-  const auto [rest, error] = std::from_chars(text.data(), end, value);
-  if (error != std::errc{} || rest != end) return std::nullopt;
-  return value;
+bool CrontabLine::runsOnDay(Instant time, const Calendar& calendar) const {
+  return parse(*this).firesOn(std::chrono::floor<std::chrono::days>(calendar.localTime(time)));
+}
+
+std::optional<Instant> CrontabLine::nextRunDate(Instant reference, const Calendar& calendar) const {
+  return zt::nextRunDate(parse(*this), reference, calendar);
+}
+
+bool runsAt(const CrontabLine& line, Instant time, const Calendar& calendar) {
+  return parse(line).firesAt(calendar.localTime(time));
 }
 
 }  // namespace zt

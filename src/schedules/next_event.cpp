@@ -1,39 +1,37 @@
 #include "schedules/next_event.h"
 
 #include <algorithm>
+#include <vector>
 
-#include "schedules/matching.h"
 #include "schedules/wall_time.h"
 
 namespace zt {
+namespace {
 
 using std::chrono::days;
 
-namespace {
+std::optional<Instant> nextRun(const Schedule& schedule, const Minute& reference, const Calendar& calendar) {
+  // Without this the search below would never end for such a line, and no other line would be looked at.
+  if (!schedule.canFire()) return std::nullopt;
 
-std::optional<Instant> nextRun(const CrontabLine& line, const Minute& reference, const Calendar& calendar) {
-  const auto time = firingTime(line);
-  // A line that never fires would keep the search, and so every other schedule, from ending.
-  if (!time) return std::nullopt;
-
-  // Clocks that are set back, which is by a day at most, show again what is over.
-  for (auto day = std::chrono::ceil<days>(reference.local - days{1} - *time);; day += days{1}) {
-    if (!acceptsDay(line, day)) continue;
-    if (const auto date = firstInstantAt(day + *time, reference, calendar)) return date;
+  // It starts a day early: when the clocks are set back, by a day at most, they show again what is over.
+  for (auto day = std::chrono::ceil<days>(reference.local - days{1} - *schedule.timeOfDay);; day += days{1}) {
+    if (!schedule.firesOn(day)) continue;
+    if (const auto date = firstInstantAt(day + *schedule.timeOfDay, reference, calendar)) return date;
   }
 }
 
 }  // namespace
 
-std::optional<Instant> CrontabLine::nextRunDate(Instant reference, const Calendar& calendar) const {
-  return nextRun(*this, minuteOf(reference, calendar), calendar);
+std::optional<Instant> nextRunDate(const Schedule& schedule, Instant reference, const Calendar& calendar) {
+  return nextRun(schedule, minuteOf(reference, calendar), calendar);
 }
 
 std::optional<Instant> nextEventDate(std::span<const CrontabLine> lines, Instant reference, const Calendar& calendar) {
   const Minute minute = minuteOf(reference, calendar);
   std::vector<Instant> dates;
   for (const auto& line : lines) {
-    if (const auto date = nextRun(line, minute, calendar)) dates.push_back(*date);
+    if (const auto date = nextRun(parse(line), minute, calendar)) dates.push_back(*date);
   }
   return earliestDate(dates);
 }

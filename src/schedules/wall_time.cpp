@@ -6,25 +6,28 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Whether clocks that are set back show a reading again that was over at the start of `from`. If they are set back by
-/// three hours at most, they still are three hours from now; if by more, as at the date line, a day from now.
-bool comesAgain(LocalTime local, const Minute& from, const Calendar& calendar) {
-  const auto isShownAfter = [&](std::chrono::hours time) {
-    return calendar.localTime(from.start + time) - time <= local;
+/// Whether the clock can show `local` again, a time that was over when it showed `from`. For that it has to be set back
+/// by as much as has passed since. This is quicker to find out than the instants of `local`.
+bool canComeAgain(LocalTime local, const Minute& from, const Calendar& calendar) {
+  const auto passed = from.local - local;
+  const auto isSetBackWithin = [&](std::chrono::hours time) {
+    return passed <= from.local + time - calendar.localTime(from.start + time);
   };
-  return isShownAfter(24h) || (local >= from.local - 3h && isShownAfter(3h));
+  // Zone rules set clocks back by 3 hours at most, for 3 hours at least; a move across the date line does it by a day.
+  return isSetBackWithin(24h) || (passed <= 3h && isSetBackWithin(3h));
 }
 
 }  // namespace
 
 Minute minuteOf(Instant instant, const Calendar& calendar) {
-  const LocalTime reading = calendar.localTime(instant);
-  const LocalTime local = std::chrono::floor<std::chrono::minutes>(reading);
-  return {.start = instant - (reading - local), .local = local};
+  const LocalTime exact = calendar.localTime(instant);
+  const LocalTime local = std::chrono::floor<std::chrono::minutes>(exact);
+  return {.start = instant - (exact - local), .local = local};
 }
 
 std::optional<Instant> firstInstantAt(LocalTime local, const Minute& from, const Calendar& calendar) {
-  if (local < from.local && !comesAgain(local, from, calendar)) return std::nullopt;
+  const bool isOver = local < from.local;
+  if (isOver && !canComeAgain(local, from, calendar)) return std::nullopt;
   for (const Instant instant : calendar.instants(local)) {
     if (instant >= from.start) return instant;
   }

@@ -6,8 +6,7 @@
 
 namespace zt {
 
-// What is meant where the clocks change: every decision about skipped and repeated wall times that
-// the schedules need stands here.
+// The policy for skipped and repeated wall times. Every decision about them that the schedules need is made here.
 
 /// A minute of the wall clock: the instant at which it starts, and what the clock shows then.
 struct Minute {
@@ -15,12 +14,12 @@ struct Minute {
   LocalTime local;
 };
 
-/// The minute that the wall clock shows at `instant`. In a repeated hour it is of the same time round.
+/// The minute that contains `instant`. In a repeated hour it belongs to the same pass through that hour as `instant`.
 Minute minuteOf(Instant instant, const Calendar& calendar);
 
-/// The first instant, not before the start of `from`, at which the wall clock shows `local`: the first time
-/// round of a repeated reading, or the second where the first is over. nullopt for a skipped
-/// reading, which the clock never shows, and for one that is over.
+/// The first instant, not before the start of `from`, at which the wall clock shows `local`: the first of a repeated
+/// time, or the second if the first is over. nullopt for a skipped time, which the clock never shows, and for one that
+/// is over for good.
 std::optional<Instant> firstInstantAt(LocalTime local, const Minute& from, const Calendar& calendar);
 
 }  // namespace zt

@@ -6,22 +6,23 @@
 
 #include "util/text.h"
 
-namespace zt {
+namespace zt::util {
 namespace {
 
-void setCommand(Task& task, std::optional<std::string> launchPath, std::optional<std::vector<std::string>> arguments) {
+void setCommand(platform::Task& task, std::optional<std::string> launchPath,
+                std::optional<std::vector<std::string>> arguments) {
   if (launchPath) task.setLaunchPath(*std::move(launchPath));
   if (arguments) task.setArguments(std::move(arguments));
 }
 
 /// The end from which this process reads the task's standard output; null where that is no pipe.
-FileHandle* outputOf(const Task& task) {
-  const auto* pipe = std::get_if<std::shared_ptr<Pipe>>(&task.standardOutput());
+platform::FileHandle* outputOf(const platform::Task& task) {
+  const auto* pipe = std::get_if<std::shared_ptr<platform::Pipe>>(&task.standardOutput());
   return pipe == nullptr ? nullptr : &(*pipe)->fileHandleForReading();
 }
 
-Task::TerminationHandler completionReader(Completion completion) {
-  return [completion = std::move(completion)](Task& task) {
+platform::Task::TerminationHandler completionReader(Completion completion) {
+  return [completion = std::move(completion)](platform::Task& task) {
     if (!completion) return;
     std::string text;
     if (auto* output = outputOf(task)) text = output->availableData();
@@ -38,19 +39,19 @@ struct OutputBuffer {
 
 }  // namespace
 
-std::optional<std::vector<std::string>> shell(Task task, std::optional<std::string> launchPath,
+std::optional<std::vector<std::string>> shell(platform::Task task, std::optional<std::string> launchPath,
                                               std::optional<std::vector<std::string>> arguments) {
   setCommand(task, std::move(launchPath), std::move(arguments));
-  const auto pipe = std::make_shared<Pipe>();
+  const auto pipe = std::make_shared<platform::Pipe>();
   const auto output = std::make_shared<OutputBuffer>();
-  pipe->fileHandleForReading().setReadabilityHandler([output](FileHandle& handle) {
+  pipe->fileHandleForReading().setReadabilityHandler([output](platform::FileHandle& handle) {
     const auto data = handle.availableData();
     output->bytes += data;
     if (data.empty()) output->complete.count_down();
   });
   task.setStandardOutput(pipe);
   task.setStandardError(pipe);
-  task.setTerminationHandler([output](Task& ended) {
+  task.setTerminationHandler([output](platform::Task& ended) {
     // What a child has written, or left something behind to write, is read to its end even after its exit.
     output->complete.wait();
     if (auto* handle = outputOf(ended)) handle->setReadabilityHandler(nullptr);
@@ -62,26 +63,27 @@ std::optional<std::vector<std::string>> shell(Task task, std::optional<std::stri
   return lines(output->bytes);
 }
 
-void spawn(Task task, std::optional<std::string> launchPath, std::optional<std::vector<std::string>> arguments) {
+void spawn(platform::Task task, std::optional<std::string> launchPath,
+           std::optional<std::vector<std::string>> arguments) {
   setCommand(task, std::move(launchPath), std::move(arguments));
   task.launch();
 }
 
-Task pipe(Task upstream, Task next, Completion completion) {
-  const auto between = std::make_shared<Pipe>();
-  const auto after = std::make_shared<Pipe>();
+platform::Task pipe(platform::Task upstream, platform::Task next, Completion completion) {
+  const auto between = std::make_shared<platform::Pipe>();
+  const auto after = std::make_shared<platform::Pipe>();
   upstream.setStandardOutput(between);
   next.setStandardInput(between);
   next.setStandardOutput(after);
   next.setStandardError(after);
-  upstream.setTerminationHandler([next](Task&) mutable { next.launch(); });
+  upstream.setTerminationHandler([next](platform::Task&) mutable { next.launch(); });
   if (completion) next.setTerminationHandler(completionReader(std::move(completion)));
   return next;
 }
 
-Task complete(Task task, Completion completion) {
+platform::Task complete(platform::Task task, Completion completion) {
   task.setTerminationHandler(completionReader(std::move(completion)));
   return task;
 }
 
-}  // namespace zt
+}  // namespace zt::util

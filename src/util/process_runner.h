@@ -8,7 +8,7 @@
 
 #include "platform/task.h"
 
-namespace zt {
+namespace zt::util {
 
 // What can be done with a task beyond launching it. A child that cannot be started ends this process, on
 // whichever thread that happens (see Task::launch).
@@ -21,12 +21,12 @@ using Completion = std::function<void(const std::string& text, std::int32_t stat
 /// status is not looked at. A launch path or arguments that are absent leave what the task holds; its
 /// output slots and its termination handler are replaced. Returns once the child has exited and everything
 /// that it handed its output to has closed it.
-std::optional<std::vector<std::string>> shell(Task task, std::optional<std::string> launchPath = std::nullopt,
+std::optional<std::vector<std::string>> shell(platform::Task task, std::optional<std::string> launchPath = std::nullopt,
                                               std::optional<std::vector<std::string>> arguments = std::nullopt);
 
 /// Launches a task and leaves it running, with the streams and the handler that it holds. A launch path or
 /// arguments that are absent leave what it holds.
-void spawn(Task task, std::optional<std::string> launchPath = std::nullopt,
+void spawn(platform::Task task, std::optional<std::string> launchPath = std::nullopt,
            std::optional<std::vector<std::string>> arguments = std::nullopt);
 
 /// Has `next` read what `upstream` writes: a pipe becomes the standard output of the one and the standard
@@ -40,13 +40,13 @@ void spawn(Task task, std::optional<std::string> launchPath = std::nullopt,
 ///
 /// With a completion, `next` reports as by complete(), if no further pipe() extends the chain; without one
 /// its termination handler stays as it is.
-Task pipe(Task upstream, Task next, Completion completion = nullptr);
+platform::Task pipe(platform::Task upstream, platform::Task next, Completion completion = nullptr);
 
 /// Has `completion` called once after the task has exited, with its termination status and with what one
 /// read of its standard output gives: empty where that is not valid UTF-8 or the standard output is no pipe.
 /// Nobody reads before, so a task that writes more than its pipe takes does not exit; and while the pipe is
 /// empty but held by a process that the task left behind, the read waits for that.
 /// Replaces the termination handler, launches nothing, and gives back the task.
-Task complete(Task task, Completion completion);
+platform::Task complete(platform::Task task, Completion completion);
 
-}  // namespace zt
+}  // namespace zt::util

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <memory>
 
-namespace zt {
+namespace zt::util {
 namespace {
 
 /// A text as utf8proc's options make it; one that is not valid UTF-8 stays as it is.
@@ -45,34 +45,43 @@ std::vector<std::string_view> split(std::string_view text, char separator) {
 }
 
 std::vector<std::string> lines(std::string_view text) {
-  std::vector<std::string> result;
+  const auto views = lineViews(text);
+  return {views.begin(), views.end()};
+}
+
+std::vector<std::string_view> lineViews(std::string_view text) {
+  std::vector<std::string_view> result;
   std::size_t start = 0;
   while (start < text.size()) {
     auto end = text.find('\n', start);
     while (end != text.npos && end > start && text[end - 1] == '\r') end = text.find('\n', end + 1);
     end = std::min(end, text.size());
-    if (end > start) result.emplace_back(text.substr(start, end - start));
+    if (end > start) result.push_back(text.substr(start, end - start));
     start = end + 1;
   }
   return result;
 }
 
-bool isValidUtf8(std::string_view text) {
-  // Nearly all texts are ASCII throughout, and passing over that is quick.
+std::string_view validUtf8Prefix(std::string_view text) {
+  // Nearly all texts are ASCII throughout, and skipping that is quick.
   const auto isAscii = [](char c) { return static_cast<unsigned char>(c) < 0x80; };
-  text.remove_prefix(static_cast<std::size_t>(std::ranges::find_if_not(text, isAscii) - text.begin()));
-  while (!text.empty()) {
+  auto rest = text.substr(static_cast<std::size_t>(std::ranges::find_if_not(text, isAscii) - text.begin()));
+  while (!rest.empty()) {
     utf8proc_int32_t codepoint;
-    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
-                                         static_cast<utf8proc_ssize_t>(text.size()), &codepoint);
-    if (length <= 0) return false;
-    text.remove_prefix(static_cast<std::size_t>(length));
+    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(rest.data()),
+                                         static_cast<utf8proc_ssize_t>(rest.size()), &codepoint);
+    if (length <= 0) break;
+    rest.remove_prefix(static_cast<std::size_t>(length));
   }
-  return true;
+  return text.substr(0, text.size() - rest.size());
+}
+
+bool isValidUtf8(std::string_view text) {
+  return validUtf8Prefix(text).size() == text.size();
 }
 
 bool isSame(std::string_view a, std::string_view b, CompareOptions options) {
   return comparisonKey(a, options) == comparisonKey(b, options);
 }
 
-}  // namespace zt
+}  // namespace zt::util

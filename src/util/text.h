@@ -4,20 +4,24 @@
 #include <string_view>
 #include <vector>
 
-namespace zt {
+namespace zt::util {
 
-/// The pieces of `text` between single separators, empty ones kept: always at least one. They point
-/// into `text`.
+/// The pieces of `text` between single separators, empty ones kept: always at least one. They point into `text`.
 std::vector<std::string_view> split(std::string_view text, char separator);
 
-/// The lines of a command's output, without empty ones. A carriage return and line feed count as
-/// one character, which does not end a line: a text with such line ends is one line.
+/// The lines of a command's output, without empty ones. A carriage return and line feed count as one character, which
+/// does not end a line: a text with such line ends is one line.
 std::vector<std::string> lines(std::string_view text);
 
-/// Whether `text` is well-formed UTF-8 (RFC 3629).
+/// The same as parts of `text`.
+std::vector<std::string_view> lineViews(std::string_view text);
+
+/// The longest beginning of `text` that is well-formed UTF-8 (RFC 3629).
+std::string_view validUtf8Prefix(std::string_view text);
+
+/// Whether all of `text` is.
 bool isValidUtf8(std::string_view text);
 
-/// How texts are compared.
 struct CompareOptions {
   bool caseInsensitive = false;  ///< Unicode case folding, of no language in particular: "ß" is "SS" as well
   bool literal = false;          ///< code point by code point: é as one code point is not é as two
@@ -28,4 +32,4 @@ struct CompareOptions {
 /// normalization. A text that is not valid UTF-8 is only the same as one of the same bytes.
 bool isSame(std::string_view a, std::string_view b, CompareOptions options);
 
-}  // namespace zt
+}  // namespace zt::util

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <memory>
 
-namespace zt {
+namespace zt::util {
 namespace {
 
 std::string encodedPathOf(const UriUriA& uri) {
@@ -79,4 +79,4 @@ bool URL::startsWithAnyPath(std::span<const URL> bases, CompareOptions options) 
   return std::ranges::any_of(bases, [&](const URL& base) { return startsWithPath(base, options); });
 }
 
-}  // namespace zt
+}  // namespace zt::util

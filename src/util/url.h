@@ -9,7 +9,7 @@
 
 #include "util/text.h"
 
-namespace zt {
+namespace zt::util {
 
 /// A URL reference (RFC 3986): a whole URL, or a relative reference such as a bare path.
 ///
@@ -52,4 +52,4 @@ class URL {
   std::string encodedPath_;
 };
 
-}  // namespace zt
+}  // namespace zt::util

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iostream>
 #include <numeric>
+#include <span>
 
 namespace zt {
 namespace {
@@ -26,8 +28,7 @@ Character takeCharacter(std::string_view& text) {
 }
 
 std::size_t widthOf(const Character& character) {
-  // utf8proc takes marks that have a width of their own for ones that have none, and the inner and last letters of a
-  // syllable of Hangul for ones that have a width.
+  // utf8proc gives marks with a width of their own no width, and the inner and last letters of a Hangul syllable one.
   if (utf8proc_category(character.codePoint) == UTF8PROC_CATEGORY_MC) return 1;
   if (character.codePoint >= 0x1160 && character.codePoint <= 0x11FF) return 0;
   return static_cast<std::size_t>(utf8proc_charwidth(character.codePoint));
@@ -66,32 +67,37 @@ std::string_view beginning(std::string_view text, std::size_t columns) {
   return text.substr(0, size);
 }
 
-constexpr std::size_t gap = 2;
-constexpr std::size_t leastColumns = 10;
+using Widths = std::vector<std::size_t>;
 
-/// How wide the columns of a table are made.
-std::vector<std::size_t> widthsOf(const std::vector<Row>& rows, std::size_t firstFlexible,
-                                  std::optional<std::size_t> columns) {
-  std::vector<std::size_t> widths(rows.front().size());
+constexpr std::size_t gap = 2;  // between two columns
+
+/// The width of each column that its widest cell needs.
+Widths naturalWidths(const std::vector<Row>& rows) {
+  Widths widths(rows.front().size());
   for (const auto& row : rows) {
     for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], displayWidth(row[i]));
-  }
-  if (!columns) return widths;
-  const auto total = std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
-  for (auto excess = total - std::min(total, *columns); excess > 0; --excess) {
-    const auto widest = std::max_element(widths.begin() + static_cast<std::ptrdiff_t>(firstFlexible), widths.end());
-    if (*widest <= leastColumns) break;
-    --*widest;
   }
   return widths;
 }
 
-/// A row with its cells wrapped into columns of the given widths.
-std::string wrappedRow(const Row& row, const std::vector<std::size_t>& widths) {
+/// Takes a column off the widest flexible one until the table fits or all of them are at their minimum.
+void shrink(Widths& widths, std::size_t firstFlexible, std::size_t columns) {
+  constexpr std::size_t minimum = 10;
+  const auto flexible = std::span(widths).subspan(firstFlexible);
+  auto total = std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
+  for (; total > columns; --total) {
+    auto& widest = *std::ranges::max_element(flexible);
+    if (widest <= minimum) return;
+    --widest;
+  }
+}
+
+/// A row as lines of the table: as many as its highest cell has when it is wrapped.
+std::string wrappedRow(const Row& row, const Widths& widths) {
   std::vector<std::vector<std::string_view>> cells;
   std::size_t height = 0;
-  for (std::size_t i = 0; i < row.size(); ++i) {
-    cells.push_back(wrapped(row[i], widths[i]));
+  for (std::size_t column = 0; column < row.size(); ++column) {
+    cells.push_back(wrapped(row[column], widths[column]));
     height = std::max(height, cells.back().size());
   }
   std::string result;
@@ -124,7 +130,7 @@ std::size_t displayWidth(std::string_view text) {
 }
 
 std::string shortened(std::string_view text, std::size_t columns) {
-  const auto mostBytes = columns * 16;  // there is no other limit to the marks on a letter
+  const auto mostBytes = columns * 16;  // a letter can have any number of marks
   auto start = printable(text.substr(0, mostBytes));
   if (text.size() <= mostBytes && displayWidth(start) <= columns) return start;
   return std::string(beginning(start, columns - 1)) + "…";
@@ -139,19 +145,27 @@ std::string quote(std::string_view text) {
 
 std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns) {
   std::vector<std::string_view> lines;
-  for (auto line = beginning(text, columns); line.size() < text.size(); line = beginning(text, columns)) {
-    const auto blank = text.substr(0, line.size() + 1).rfind(' ');  // which may be the first character that is too much
-    const bool isAtBlank = blank != text.npos && blank > 0;
-    if (isAtBlank) line = text.substr(0, blank);
+  for (;;) {
+    const auto fitting = beginning(text, columns);
+    if (fitting.size() == text.size()) break;
+    // The blank at which the line is broken, which may be the first character that does not fit, goes.
+    const auto blank = text.rfind(' ', fitting.size());
+    const bool breaksAtBlank = blank != text.npos && blank > 0;
+    const auto line = breaksAtBlank ? text.substr(0, blank) : fitting;
     lines.push_back(line);
-    text.remove_prefix(line.size() + (isAtBlank ? 1 : 0));
+    text.remove_prefix(line.size() + (breaksAtBlank ? 1 : 0));
   }
   lines.push_back(text);
   return lines;
 }
 
+void printMessage(std::string_view text) {
+  std::cerr << "ztschedules: " << printable(text) << '\n';
+}
+
 std::string table(const std::vector<Row>& rows, std::size_t firstFlexible, std::optional<std::size_t> columns) {
-  const auto widths = widthsOf(rows, firstFlexible, columns);
+  auto widths = naturalWidths(rows);
+  if (columns) shrink(widths, firstFlexible, *columns);
   std::string result;
   for (const auto& row : rows) result += wrappedRow(row, widths);
   return result;

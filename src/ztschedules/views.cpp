@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "schedules/matching.h"
-#include "util/local_time_text.h"
+#include "schedules/next_event.h"
+#include "util/time_text.h"
+#include "ztschedules/schedule_description.h"
 #include "ztschedules/terminal_text.h"
-#include "ztschedules/time_text.h"
 
 namespace zt {
 
@@ -20,9 +20,10 @@ using namespace std::chrono_literals;
 
 namespace {
 
-using Run = std::pair<Instant, const Entry*>;  // of two at the same time the upper one in the crontab comes first
+using Run =
+    std::pair<Instant, const ScheduleEntry*>;  // of two at the same time, the upper one in the crontab comes first
 
-std::vector<Run> nextRuns(std::span<const Entry> entries) {
+std::vector<Run> nextRuns(std::span<const ScheduleEntry> entries) {
   std::vector<Run> runs;
   for (const auto& entry : entries) {
     if (entry.next) runs.emplace_back(*entry.next, &entry);
@@ -35,34 +36,35 @@ std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar&
   if (runs.empty()) return "No schedule ever runs.\n";
   std::vector<Row> rows = {{"NEXT", "LEFT", "SCHEDULE", "COPY"}};
   for (const auto& [time, entry] : runs) {
-    rows.push_back({timeText(time, calendar), timeLeft(time - now), entry->schedule, entry->copy});
+    rows.push_back({printable(util::timeText(time, calendar)), util::timeLeft(time - now), describe(entry->schedule),
+                    entry->copy});
   }
   return table(rows, 2, columns);
 }
 
 /// How many runs there are on a local day.
-std::size_t countRuns(std::span<const Entry> entries, std::chrono::local_days day, const Calendar& calendar) {
+std::size_t countRuns(std::span<const ScheduleEntry> entries, std::chrono::local_days day, const Calendar& calendar) {
   std::size_t runs = 0;
   for (const auto& entry : entries) {
-    if (!entry.next || !acceptsDay(entry.line, day)) continue;
-    runs += calendar.instants(day + firingTime(entry.line).value()).size();
+    const auto& schedule = entry.schedule;
+    if (schedule.canFire() && schedule.firesOn(day)) runs += calendar.instants(day + *schedule.timeOfDay).size();
   }
   return runs;
 }
 
-std::string marked(const std::string& day, bool inColor) {
+std::string highlighted(const std::string& day, bool inColor) {
   return inColor ? "\x1b[1;32m" + day + "\x1b[0m " : day + "*";
 }
 
-/// The days of a month in lines from Monday to Sunday, marked where `runs`, which has a number for each day, is not 0.
+/// The days of a month in lines from Monday to Sunday. Those that have `runs`, a number for each day, are highlighted.
 std::string weeksOf(std::chrono::year_month month, const std::vector<std::size_t>& runs, bool inColor) {
   std::string result;
   const std::chrono::weekday firstWeekday{std::chrono::local_days{month / 1}};
   auto column = (firstWeekday - std::chrono::Monday).count();
   std::string week(static_cast<std::size_t>(column) * 4, ' ');
   for (std::size_t day = 1; day <= runs.size(); ++day) {
-    const auto number = formatted(std::chrono::local_days{month / static_cast<int>(day)}, "%e");
-    week.append(" ").append(runs[day - 1] > 0 ? marked(number, inColor) : number + " ");
+    const auto number = util::formatted(std::chrono::local_days{month / static_cast<int>(day)}, "%e");
+    week.append(" ").append(runs[day - 1] > 0 ? highlighted(number, inColor) : number + " ");
     if (++column % 7 == 0 || day == runs.size()) {
       result.append(week, 0, week.find_last_not_of(' ') + 1).append("\n");
       week.clear();
@@ -73,68 +75,71 @@ std::string weeksOf(std::chrono::year_month month, const std::vector<std::size_t
 
 }  // namespace
 
-std::string nextRunsView(std::span<const Entry> entries, Instant now, const Calendar& calendar,
+std::string nextRunsView(std::span<const ScheduleEntry> entries, Instant now, const Calendar& calendar,
                          std::optional<std::size_t> columns) {
   auto runs = nextRuns(entries);
   std::ranges::sort(runs);
   return runsTable(runs, now, calendar, columns);
 }
 
-std::string runsView(std::span<const Entry> entries, std::size_t count, Instant now, const Calendar& calendar,
+std::string runsView(std::span<const ScheduleEntry> entries, std::size_t count, Instant now, const Calendar& calendar,
                      std::optional<std::size_t> columns) {
   std::priority_queue ahead(std::greater<>(), nextRuns(entries));
   std::vector<Run> runs;
   while (runs.size() < count && !ahead.empty()) {
     const auto [time, entry] = runs.emplace_back(ahead.top());
     ahead.pop();
-    if (const auto next = entry->line.nextRunDate(time + 1min, calendar)) ahead.emplace(*next, entry);
+    if (const auto next = nextRunDate(entry->schedule, time + 1min, calendar)) ahead.emplace(*next, entry);
   }
   return runsTable(runs, now, calendar, columns);
 }
 
-std::string monthView(std::span<const Entry> entries, std::chrono::year_month month, const Calendar& calendar,
+std::string monthView(std::span<const ScheduleEntry> entries, std::chrono::year_month month, const Calendar& calendar,
                       bool inColor) {
   std::vector<std::size_t> runs;
   for (std::chrono::local_days day{month / 1}; day <= std::chrono::local_days{month / std::chrono::last}; ++day) {
     runs.push_back(countRuns(entries, day, calendar));
   }
   const std::string weekdays = " Mo  Tu  We  Th  Fr  Sa  Su";
-  const std::string title = formatted(std::chrono::local_days{month / 1}, "%B %Y");
+  const std::string title = util::formatted(std::chrono::local_days{month / 1}, "%B %Y");
   const auto daysWithRuns = static_cast<std::ptrdiff_t>(runs.size()) - std::ranges::count(runs, 0U);
 
   std::ostringstream view;
   view << std::string((weekdays.size() - title.size()) / 2, ' ') << title << '\n'
        << weekdays << '\n'
        << weeksOf(month, runs, inColor) << '\n'
-       << marked("dd", inColor) << " a day on which copies are due: " << std::accumulate(runs.begin(), runs.end(), 0UL)
-       << " on " << daysWithRuns << (daysWithRuns == 1 ? " day" : " days") << '\n';
+       << highlighted("dd", inColor)
+       << " a day on which copies are due: " << std::accumulate(runs.begin(), runs.end(), 0UL) << " on " << daysWithRuns
+       << (daysWithRuns == 1 ? " day" : " days") << '\n';
   return view.str();
 }
 
-std::string jsonView(std::span<const Entry> entries, const Calendar& calendar) {
+std::string jsonView(std::span<const ScheduleEntry> entries, const Calendar& calendar) {
   using Json = nlohmann::ordered_json;
   auto array = Json::array();
   for (const auto& entry : entries) {
     const auto& next = entry.next;
+    const auto& error = entry.diagnostics.error;
     array.push_back({{"line", entry.line.crontabLine()},
                      {"due", entry.due},
                      {"next", next ? Json(next->time_since_epoch().count()) : Json()},
-                     {"nextLocal", next ? Json(rfc3339(*next, calendar)) : Json()},
-                     {"schedule", entry.schedule},
-                     {"problem", entry.problem ? Json(*entry.problem) : Json()}});
+                     {"nextLocal", next ? Json(util::rfc3339(*next, calendar)) : Json()},
+                     {"schedule", describe(entry.schedule)},
+                     {"problem", error ? Json(*error) : Json()}});
   }
-  // ASCII only: this escapes control characters beyond ASCII as well.
+  // ASCII only, so that control characters beyond ASCII are escaped as well.
   return array.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 
-std::string problemsView(std::span<const Entry> entries, std::optional<std::size_t> columns) {
+std::string problemsView(std::span<const ScheduleEntry> entries, std::optional<std::size_t> columns) {
   std::vector<Row> rows = {{"LINE", "COPY", "PROBLEM"}};
-  const auto add = [&](const Entry& entry, const std::string& problem) {
+  const auto add = [&](const ScheduleEntry& entry, const std::string& problem) {
     rows.push_back({std::to_string(entry.number), entry.copy, problem});
   };
   for (const auto& entry : entries) {
-    if (entry.problem) add(entry, *entry.problem);
-    if (entry.warning) add(entry, "warning: " + *entry.warning);
+    const auto& [error, warning] = entry.diagnostics;
+    if (error) add(entry, *error);
+    if (warning) add(entry, "warning: " + *warning);
   }
   return rows.size() > 1 ? table(rows, 1, columns) : std::string();
 }

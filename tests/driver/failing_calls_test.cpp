@@ -4,10 +4,13 @@
 #include <sstream>
 
 #include "driver/run.h"
-#include "fakes/fake_machine.h"
-#include "zone.h"
+#include "support/fakes.h"
+#include "support/zone.h"
 
 namespace zt {
+
+using namespace platform;
+using namespace util;
 namespace {
 
 /// The call that fails; thrown where that ends the process.
@@ -104,16 +107,16 @@ struct Machine : Applications,
     FakeClock::sleep(duration);
   }
 
-  std::optional<Texts> shell(const std::string& path, const Texts& arguments) override {
+  std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
     if (path == "/usr/bin/crontab") {
       ++pass;
       for (const std::string start : {"01/02/2030 03:04:0", "01/03/2030 03:04:0"}) {
         events.push_back("[0] wake at " + start + std::to_string(pass) + " by 'ZTAgent'");
       }
     }
-    return fails(path + " " + arguments.back(), !isStartable) ? std::nullopt : FakeCommands::shell(path, arguments);
+    return fails(path + " " + arguments.back(), !isStartable) ? std::nullopt : FakeCommands::run(path, arguments);
   }
-  void spawn(const std::string& path, const Texts& arguments) override { does(path + " " + arguments.at(0), true); }
+  void start(const std::string& path, const Texts& arguments) override { does(path + " " + arguments.at(0), true); }
   std::optional<Texts> list(const std::filesystem::path& agent) override {
     return fails("list", !isStartable) ? std::nullopt : FakeWakeEvents::list(agent);
   }

@@ -4,11 +4,14 @@
 
 #include <sstream>
 
-#include "fakes/fake_machine.h"
+#include "support/fakes.h"
+#include "support/zone.h"
 #include "util/text.h"
-#include "zone.h"
 
 namespace zt {
+
+using namespace platform;
+using namespace util;
 namespace {
 
 using namespace std::chrono_literals;

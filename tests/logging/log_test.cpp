@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "fakes/fake_machine.h"
 #include "logging/log_factory.h"
 #include "logging/plain_format.h"
+#include "support/fakes.h"
 
 namespace zt {
 namespace {

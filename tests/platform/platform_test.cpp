@@ -4,12 +4,14 @@
 #include <fstream>
 #include <map>
 
-#include "fakes/fake_machine.h"
 #include "platform/linux/agent_wake_events.h"
 #include "platform/linux/system_applications.h"
-#include "zone.h"
+#include "support/fakes.h"
+#include "support/zone.h"
 
 namespace zt {
+
+using namespace platform;
 namespace {
 
 namespace fs = std::filesystem;

@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <set>
 
-#include "driver/date_text.h"
-#include "schedules/matching.h"
 #include "schedules/next_event.h"
-#include "zone.h"
+#include "schedules/schedule.h"
+#include "support/zone.h"
+#include "util/time_text.h"
 
 namespace zt {
 namespace {
@@ -25,15 +25,17 @@ TEST(CrontabLine, IsSplitAtEveryTab) {
   EXPECT_EQ(CrontabLine("0\t5\t1-7\t*\t1\t/ZTUtil a b").parts(), (Parts{"0", "5", "1-7", "*", "1", "/ZTUtil a b"}));
   EXPECT_EQ(CrontabLine("\t0\t\tx\t").parts(), (Parts{"", "0", "", "x", ""}));
   EXPECT_EQ(CrontabLine("").parts(), (Parts{""}));
-  EXPECT_DEATH(firingTime(CrontabLine("0\t5\t*\t*")), "^$") << "a missing field stops the process";
+  EXPECT_DEATH(runsAt(CrontabLine("75\t5\t*\t*"), Instant{}, Zone("UTC0").calendar), "^$");
 }
 
-TEST(Integers, AreWholeTextsWithAtMostOneSign) {
-  const std::vector<std::pair<const char*, std::int64_t>> rows = {
-      {"0", 0}, {"007", 7}, {"+5", 5}, {"-0", 0}, {"9223372036854775807", INT64_MAX}};
-  for (const auto& [text, value] : rows) EXPECT_EQ(readInteger(text), value) << text;
-  for (const auto* text : {"9223372036854775808", "", "+", "-", "+-5", "++5", " 5", "5 ", "0,30", "*/5", "0x5", "٥"}) {
-    EXPECT_EQ(readInteger(text), std::nullopt) << text;
+TEST(Schedule, ReadsWholeNumbersWithAtMostOneSign) {
+  const auto minute = [](const std::string& text) { return parse(CrontabLine(text + "\t0\t*\t*\t*\t")).timeOfDay; };
+  const std::vector<std::pair<const char*, std::optional<std::chrono::minutes>>> rows = {
+      {"0", 0min}, {"007", 7min}, {"+5", 5min}, {"-0", 0min}, {"59", 59min}};
+  for (const auto& [text, value] : rows) EXPECT_EQ(minute(text), value) << text;
+  for (const auto* text :
+       {"60", "-1", "9223372036854775808", "", "+", "-", "+-5", "++5", " 5", "5 ", "0,30", "*/5", "0x5", "٥"}) {
+    EXPECT_EQ(minute(text), std::nullopt) << text;
   }
 }
 
@@ -77,7 +79,7 @@ TEST(Matching, FollowsTheApplicationsRules) {
 
 /// Without its seconds, which are none.
 std::string textOf(std::optional<Instant> date, const Calendar& calendar) {
-  return date ? dateText(*date, calendar).erase(16, 3) : "never";
+  return date ? util::dateText(*date, calendar).erase(16, 3) : "never";
 }
 
 TEST(NextRunDate, FollowsTheWallClock) {
@@ -184,7 +186,7 @@ TEST_P(NextRunDateInZone, AgreesWithThePlainScan) {
           expected = scan(line, reference, zone.calendar);
         }
         ASSERT_EQ(textOf(line.nextRunDate(reference, zone.calendar), zone.calendar), textOf(expected, zone.calendar))
-            << line.crontabLine() << " from " << dateText(reference, zone.calendar);
+            << line.crontabLine() << " from " << util::dateText(reference, zone.calendar);
         ++compared;
       }
     }

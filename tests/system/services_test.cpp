@@ -10,9 +10,12 @@
 
 #include "platform/linux/journal_log.h"
 #include "platform/linux/logind_power_assertions.h"
-#include "private_machine.h"
+#include "support/private_machine.h"
 
 namespace zt {
+
+using namespace platform;
+using namespace util;
 namespace {
 
 namespace fs = std::filesystem;

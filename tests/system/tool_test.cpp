@@ -11,12 +11,15 @@
 #include <fstream>
 #include <iostream>
 
-#include "driver/date_text.h"
-#include "private_machine.h"
+#include "support/private_machine.h"
+#include "support/zone.h"
 #include "util/text.h"
-#include "zone.h"
+#include "util/time_text.h"
 
 namespace zt {
+
+using namespace platform;
+using namespace util;
 namespace {
 
 namespace fs = std::filesystem;

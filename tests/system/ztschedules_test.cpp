@@ -2,7 +2,7 @@
 
 #include <fstream>
 
-#include "private_machine.h"
+#include "support/private_machine.h"
 
 namespace zt {
 namespace {
@@ -21,10 +21,11 @@ TEST_F(Schedules, AreThoseOfTheUsersCrontab) {
   EXPECT_EQ(bash(ZTSCHEDULES " --at '2027-03-14 05:00'"),
             (Texts{"NEXT                      LEFT  SCHEDULE            COPY",
                    "Sun 2027-03-14 05:00 UTC  now   every day at 05:00  expanded)", "LINE  COPY      PROBLEM",
-                   "4     \\x1b[1mb  day of week 7 matches no day: Sunday is 0"}));
+                   "4     \\x1b[1mb  day of week 7 matches no day: use 0 (Sunday) to 6 (Saturday)"}));
   EXPECT_FALSE(std::filesystem::exists(home / "expanded"));
   EXPECT_EQ(bash("COLUMNS=40 " ZTSCHEDULES " --check | tail -n +2"),
-            (Texts{"4     \\x1b[1mb  day of week 7 matches no", "                day: Sunday is 0"}));
+            (Texts{"4     \\x1b[1mb  day of week 7 matches no", "                day: use 0 (Sunday) to 6",
+                   "                (Saturday)"}));
 }
 
 TEST_F(Schedules, EndWithAStatus) {
@@ -59,12 +60,12 @@ TEST_F(Schedules, EndWithAStatus) {
   EXPECT_EQ(bash(ZTSCHEDULES " --month 2027-03 good | sed 1q"), Texts{"        March 2027"});
   EXPECT_EQ(bash(ZTSCHEDULES " --month good | sed 1q"), bash(ZTSCHEDULES " --month $(date +%Y-%m) - < good | sed 1q"));
   EXPECT_EQ(bash("crontab -r; " ZTSCHEDULES " | sed 1q"),
-            (Texts{"ztschedules: no crontab for root", "No schedules: no line has ZTUtil in it."}));
+            (Texts{"ztschedules: no crontab for root", "No schedules: no line contains ZTUtil."}));
   EXPECT_EQ(bash("mount --bind /dev/null /usr/bin/crontab;" ZTSCHEDULES "; echo $?; umount /usr/bin/crontab"),
             (Texts{"ztschedules: cannot run /usr/bin/crontab", "2"}));
   EXPECT_EQ(bash("printf '#!/bin/sh\\necho refused\\nexit 7' > crontab; chmod +x crontab; mount --bind crontab "
                  "/usr/bin/crontab;" ZTSCHEDULES "; echo $?; umount /usr/bin/crontab"),
-            (Texts{"ztschedules: crontab ended with status 7: refused", "2"}));
+            (Texts{"ztschedules: crontab failed with status 7: refused", "2"}));
 }
 
 TEST_F(Schedules, HaveColourOnlyAtATerminal) {

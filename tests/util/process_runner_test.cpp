@@ -16,6 +16,9 @@
 #include <thread>
 
 namespace zt {
+
+using namespace platform;
+using namespace util;
 namespace {
 
 using namespace std::chrono_literals;

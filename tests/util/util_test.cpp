@@ -6,6 +6,8 @@
 #include "util/url.h"
 
 namespace zt {
+
+using namespace util;
 namespace {
 
 using Texts = std::vector<std::string>;

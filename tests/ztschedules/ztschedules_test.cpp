@@ -4,17 +4,19 @@
 #include <span>
 #include <stdexcept>
 
-#include "zone.h"
-#include "ztschedules/entry.h"
-#include "ztschedules/last_word.h"
-#include "ztschedules/remarks.h"
+#include "support/zone.h"
+#include "util/time_text.h"
+#include "ztschedules/copy_url.h"
+#include "ztschedules/diagnostics.h"
+#include "ztschedules/schedule_description.h"
+#include "ztschedules/schedule_entry.h"
 #include "ztschedules/terminal_text.h"
-#include "ztschedules/time_text.h"
 #include "ztschedules/views.h"
-#include "ztschedules/words.h"
 
 namespace zt {
 namespace {
+
+using namespace util;
 
 using namespace std::chrono_literals;
 
@@ -43,7 +45,7 @@ TEST(Words, SayWhenALineFires) {
       {"60|5|*|*|*", "never"},
   };
   for (const auto& [fields, words] : rows) {
-    EXPECT_EQ(scheduleInWords(CrontabLine(tabbed(fields) + "\t/ZTUtil x")), words) << fields;
+    EXPECT_EQ(describe(parse(CrontabLine(tabbed(fields) + "\t/ZTUtil x"))), words) << fields;
   }
 }
 
@@ -68,57 +70,56 @@ TEST(Words, SayWhatIsWrong) {
   const char* none = "";
   const std::vector<Row> rows = {
       {"59|23|1-7,22-31|*|0,6|/ZTUtil file:///a%20b", none, none},
-      {"-1|5|*|*|12|/ZTUtil x", "minute -1 is not one of 0 to 59", "day of week 12 means Monday and Tuesday only"},
-      {"0|5|*|*|7|/ZTUtil x", "day of week 7 matches no day: Sunday is 0", none},
-      {"0|5|*|*|mon|/ZTUtil x", "day of week mon matches no day: days are 0 for Sunday to 6 for Saturday", none},
-      {"*/5|5|*|*|*|/ZTUtil x", "minute */5 is not a single number from 0 to 59: each time needs a line of its own",
-       none},
+      {"-1|5|*|*|12|/ZTUtil x", "minute -1 is not one of 0 to 59",
+       "day of week 12 means only Monday and Tuesday: list each day, as in 1,2,3 (Sunday is 0)"},
+      {"0|5|*|*|7|/ZTUtil x", "day of week 7 matches no day: use 0 (Sunday) to 6 (Saturday)", none},
+      {"0|5|*|*|mon|/ZTUtil x", "day of week mon matches no day: use 0 (Sunday) to 6 (Saturday)", none},
+      {"*/5|5|*|*|*|/ZTUtil x", "minute */5 is not a single number from 0 to 59: each time needs its own line", none},
       {"0||*|*|*|/ZTUtil x", "hour \"\" is not a single number from 0 to 23", none},
       {"0 |24|*|*|*|/ZTUtil x",
-       "minute \"0 \" is not a single number from 0 to 59: only TABs may stand around it; hour 24 is not one of 0 to "
+       "minute \"0 \" is not a single number from 0 to 59: remove the blanks; hour 24 is not one of 0 to "
        "23",
        none},
       {"\x1b[1m|5|*|*|*|/ZTUtil x", "minute \"\\x1b[1m\" is not a single number from 0 to 59", none},
-      {"0|5|15|*|*|/ZTUtil x", "day of month 15 is not one of 1-7, 8-14, 15-21, 22-31", none},
-      {"0|5|22-28|*|1-5|/ZTUtil x", "day of month 22-28 is not one of 1-7, 8-14, 15-21, 22-31",
-       "day of week 1-5 means Monday and Friday only"},
-      {"0 5 * /ZTUtil", "4 fields, separated by blanks: TABs are needed, and 6 fields", none},
-      {"0 5 ? JAN-Mar monday,0 5 /ZTUtil x", "6 fields, separated by blanks: TABs are needed", none},
-      {"0|5 *|*|*|/ZTUtil x", "6 fields, some separated by blanks: TABs are needed", none},
-      {"0|5|*|*|/ZTUtil x", "5 fields: 6 are needed, with single TABs between them and none in the command", none},
-      {"0||5|*|*|*|/ZTUtil x", "7 fields: 6 are needed, with single TABs between them and none in the command", none},
-      {"you may not use ZTUtil", "1 field: 6 are needed, with single TABs between them and none in the command", none},
-      {"0|5|*|*|*|/ZTUtil x\r\n", "CR LF does not end a line: LF alone is needed", none},
-      {" # 0|5|*|*|*|/ZTUtil x", "commented out: take off \" # \" to have it run", none},
+      {"0|5|15|*|*|/ZTUtil x", "day of month 15 matches no day: use 1-7, 8-14, 15-21 or 22-31", none},
+      {"0|5|22-28|*|1-5|/ZTUtil x", "day of month 22-28 matches no day: use 1-7, 8-14, 15-21 or 22-31",
+       "day of week 1-5 means only Monday and Friday: list each day, as in 1,2,3 (Sunday is 0)"},
+      {"0 5 * /ZTUtil", "4 fields, separated by blanks: 6 are needed, separated by single TABs", none},
+      {"0 5 ? JAN-Mar monday,0 5 /ZTUtil x", "6 fields, separated by blanks: single TABs are needed", none},
+      {"0|5 *|*|*|/ZTUtil x", "6 fields, some separated by blanks: single TABs are needed", none},
+      {"0|5|*|*|/ZTUtil x", "5 fields: 6 are needed, separated by single TABs, with no TAB in the command", none},
+      {"0||5|*|*|*|/ZTUtil x", "7 fields: 6 are needed, separated by single TABs, with no TAB in the command", none},
+      {"you may not use ZTUtil", "1 field: 6 are needed, separated by single TABs, with no TAB in the command", none},
+      {"0|5|*|*|*|/ZTUtil x\r\n", "CR LF does not end a line: use LF alone", none},
+      {" # 0|5|*|*|*|/ZTUtil x", "commented out: remove \" # \" to enable it", none},
       {"#0|5|*|*|7|/ZTUtil x", "a comment, not a schedule", none},
       {"0|5|*|*|*|/ZTUtil ", "the command does not end in a URL", none},
-      {"0|5|*|*|*|/ZTUtil file:///é", "\"file:///é\" is not a URL: what may not stand in one has to be percent-encoded",
-       none},
-      {"0|5|*|*|*|/ZTUtil a\x07", "\"a\\x07\" is not a URL: what may not stand in one has to be percent-encoded", none},
-      {"0|5|*|*|*|/ZTUtil x 2>&1", "2>&1 is not a URL: the last word of the command has to be one", none},
-      {"0|5|*|*|*|/ZTUtil x #y", "#y is not a URL: the last word of the command has to be one", none},
-      {"0|5|*|*|*|/ZTUtil 'a b'", "a quote in b' is not closed: a blank in a URL is written as %20", none},
+      {"0|5|*|*|*|/ZTUtil file:///é", "\"file:///é\" is not a URL: percent-encode what a URL cannot contain", none},
+      {"0|5|*|*|*|/ZTUtil a\x07", "\"a\\x07\" is not a URL: percent-encode what a URL cannot contain", none},
+      {"0|5|*|*|*|/ZTUtil x 2>&1", "2>&1 is not a URL: the command has to end in one", none},
+      {"0|5|*|*|*|/ZTUtil x #y", "#y is not a URL: the command has to end in one", none},
+      {"0|5|*|*|*|/ZTUtil 'a b'", "a quote in b' is not closed: write a blank in a URL as %20", none},
       {R"(0|5|*|*|*|/ZTUtil \'a"\""'\')", none, none},
       {R"(0|5|*|*|*|/ZTUtil "it's")", none, none},
       {R"(0|5|*|*|*|/ZTUtil $'file:///\xc3\xa9)", none, none},  // who knows what bash makes of it
-      {R"(0|5|*|*|*|/ZTUtil a\r)", none, "the URL ends in an r that stands for a CR: end the line in LF alone"},
-      {"0|5|*|*|1,7|/ZTUtil x", none, "day of week 1,7 means Monday only: 7 is no day"},
+      {R"(0|5|*|*|*|/ZTUtil a\r)", none, "the URL ends in an r that stands for a CR: use LF alone to end the line"},
+      {"0|5|*|*|1,7|/ZTUtil x", none, "day of week 1,7 means only Monday: list each day, as in 1,2,3 (Sunday is 0)"},
       {"0|5|*|*|*|/ZTUtil letter", none, none},
-      {"0|5|*|*|*/2|/ZTUtil x", none, "day of week */2 means Tuesday only"},
+      {"0|5|*|*|*/2|/ZTUtil x", none, "day of week */2 means only Tuesday: list each day, as in 1,2,3 (Sunday is 0)"},
       {"0|5|1-7,15|6|*|/ZTUtil x", none,
-       "day of month 1-7,15 means days 1-7 only; month 6 is not looked at: it runs in every month"},
+       "day of month 1-7,15 means only days 1-7; month 6 is ignored: the schedule runs in every month"},
   };
   for (const auto& row : rows) {
-    const auto entries = readEntries(tabbed(row.line), Instant{}, Zone("UTC0").calendar);
+    const auto entries = readScheduleEntries(tabbed(row.line), Instant{}, Zone("UTC0").calendar);
     ASSERT_EQ(entries.size(), 1U) << row.line;
-    EXPECT_EQ(entries[0].problem.value_or(none), row.problem) << row.line;
-    EXPECT_EQ(entries[0].warning.value_or(none), row.warning) << row.line;
+    EXPECT_EQ(entries[0].diagnostics.error.value_or(none), row.problem) << row.line;
+    EXPECT_EQ(entries[0].diagnostics.warning.value_or(none), row.warning) << row.line;
   }
 }
 
 TEST(Words, SayThatAUrlIsTooLong) {
-  const auto problem = problemOf(CrontabLine(tabbed("0|5|*|*|*|") + std::string(200'000, 'a')));
-  EXPECT_EQ(problem, "the URL is too long, or has a NUL in it");
+  const auto problem = diagnose(CrontabLine(tabbed("0|5|*|*|*|") + std::string(200'000, 'a'))).error;
+  EXPECT_EQ(problem, "the URL is too long, or contains a NUL");
 }
 
 TEST(TimeText, ReadsAndWritesTimes) {
@@ -174,12 +175,12 @@ TEST(TerminalText, OnlyShows) {
 struct Views : testing::Test {
   const Zone zone{"America/New_York"};
   const Instant now = at("2027-11-07 01:30:20 -0400");
-  const std::vector<Entry> entries =
-      readEntries(tabbed("30|9|15-21|*|1|/ZTUtil file:///Plans/日本語のコピー日本語のコピー\n"
-                         "*/5 * * * * other\n\n"
-                         "30|1|*|*|1-5,0|/ZTUtil file:///Documents\n"
-                         "30|1|15|*|*|/ZTUtil file:///Mid\n"),
-                  now, zone.calendar);
+  const std::vector<ScheduleEntry> entries =
+      readScheduleEntries(tabbed("30|9|15-21|*|1|/ZTUtil file:///Plans/日本語のコピー日本語のコピー\n"
+                                 "*/5 * * * * other\n\n"
+                                 "30|1|*|*|1-5,0|/ZTUtil file:///Documents\n"
+                                 "30|1|15|*|*|/ZTUtil file:///Mid\n"),
+                          now, zone.calendar);
 };
 
 TEST_F(Views, ShowTables) {
@@ -197,9 +198,10 @@ TEST_F(Views, ShowTables) {
   EXPECT_EQ(problemsView(entries, {}),
             "LINE  COPY                          PROBLEM\n"
             "1     日本語のコピー日本語のコピー  \"file:///Plans/日本語のコピー日本語のコ…\""
-            " is not a URL: what may not stand in one has to be percent-encoded\n"
-            "4     Documents                     warning: day of week 1-5,0 means Monday, Friday and Sunday only\n"
-            "5     Mid                           day of month 15 is not one of 1-7, 8-14, 15-21, 22-31\n");
+            " is not a URL: percent-encode what a URL cannot contain\n"
+            "4     Documents                     warning: day of week 1-5,0 means only Monday, Friday and Sunday: list "
+            "each day, as in 1,2,3 (Sunday is 0)\n"
+            "5     Mid                           day of month 15 matches no day: use 1-7, 8-14, 15-21 or 22-31\n");
 }
 
 TEST_F(Views, ShowAMonth) {
@@ -213,7 +215,7 @@ TEST_F(Views, ShowAMonth) {
             " 29* 30\n"
             "\n"
             "dd* a day on which copies are due: 15 on 13 days\n");
-  const auto skipped = readEntries("30\t2\t8-14\t*\t0\tZTUtil\n", now, zone.calendar);
+  const auto skipped = readScheduleEntries("30\t2\t8-14\t*\t0\tZTUtil\n", now, zone.calendar);
   EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 3, zone.calendar, true).find("due: 0 on 0 days"),
             std::string::npos);
   EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 2, zone.calendar, true).find(" 13  \x1b[1;32m14\x1b[0m\n"),
@@ -236,17 +238,17 @@ TEST_F(Views, ShowJson) {
     "next": null,
     "nextLocal": null,
     "schedule": "never",
-    "problem": "day of month 15 is not one of 1-7, 8-14, 15-21, 22-31"
+    "problem": "day of month 15 matches no day: use 1-7, 8-14, 15-21 or 22-31"
   }
 ]
 )");
 }
 
 TEST_F(Views, HaveNothingToSayOfTextThatIsNotUtf8) {
-  const auto broken = readEntries("0\t5\t*\t*\t*\tZTUtil\n\n# \xff\n", now, zone.calendar);
+  const auto broken = readScheduleEntries("0\t5\t*\t*\t*\tZTUtil\n\n# \xff\n", now, zone.calendar);
   ASSERT_EQ(broken.size(), 1U);
-  EXPECT_EQ(broken[0].problem, "line 3 is not UTF-8, so no line is read");
-  EXPECT_EQ(broken[0].schedule, "never");
+  EXPECT_EQ(broken[0].diagnostics.error, "line 3 is not UTF-8, so no line is read");
+  EXPECT_FALSE(broken[0].schedule.canFire());
   EXPECT_FALSE(broken[0].next);
 }
 

@@ -4,7 +4,7 @@
 #include "platform/file_manager.h"
 #include "platform/wake_events.h"
 
-namespace zt {
+namespace zt::platform {
 
 /// Wake events by way of the application's agent and its verbs `sched`, `cancel` and `wake`.
 /// The listing is that of /usr/bin/pmset where the machine has it, otherwise the agent's, and none
@@ -23,4 +23,4 @@ class AgentWakeEvents final : public WakeEvents {
   const FileManager& fileManager_;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -5,7 +5,7 @@
 
 #include "platform/linux/fatal.h"
 
-namespace zt {
+namespace zt::platform {
 
 std::jthread startBackgroundThread(std::function<void(std::stop_token)> work) {
   try {
@@ -15,4 +15,4 @@ std::jthread startBackgroundThread(std::function<void(std::stop_token)> work) {
   }
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -9,7 +9,7 @@
 #include <system_error>
 #include <type_traits>
 
-namespace zt {
+namespace zt::platform {
 namespace {
 
 /// Far more than an application's has. In a larger one libplist, which is recursive, could go deeper than the stack.
@@ -58,4 +58,4 @@ std::optional<Bundle> readBundle(const std::filesystem::path& path, std::string_
   return Bundle{identifier, path / ("Contents/MacOS/" + executable)};
 }
 
-}  // namespace zt
+}  // namespace zt::platform

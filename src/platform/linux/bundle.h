@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace zt {
+namespace zt::platform {
 
 /// What an application bundle says of itself.
 struct Bundle {
@@ -21,4 +21,4 @@ std::optional<Bundle> readBundle(const std::filesystem::path& path);
 /// the other would read.
 std::optional<Bundle> readBundle(const std::filesystem::path& path, std::string_view infoPlist);
 
-}  // namespace zt
+}  // namespace zt::platform

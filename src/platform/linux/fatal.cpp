@@ -9,7 +9,7 @@
 #include <string>
 #include <system_error>
 
-namespace zt {
+namespace zt::platform {
 
 void fatal(std::string_view context, int error) {
   static std::mutex ending;
@@ -24,4 +24,4 @@ void fatal(std::string_view context, int error) {
   std::abort();
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -2,10 +2,10 @@
 
 #include <string_view>
 
-namespace zt {
+namespace zt::platform {
 
 /// Ends the process abnormally after one line on standard error: what could not be done, and the
 /// text of `error`, a number of errno(3). Control characters are shown as question marks.
 [[noreturn]] void fatal(std::string_view context, int error);
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -1,4 +1,4 @@
-#include "platform/linux/file_contents.h"
+#include "platform/file_contents.h"
 
 #include <errno.h>
 #include <fcntl.h>
@@ -10,7 +10,7 @@
 
 #include "platform/file_handle.h"
 
-namespace zt {
+namespace zt::platform {
 namespace {
 
 constexpr std::size_t sizeLimit = std::size_t{4} * 1024 * 1024;
@@ -42,4 +42,4 @@ std::string fileContents(int fileDescriptor, const std::string& name) {
   }
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -14,7 +14,7 @@
 #include "platform/linux/background_thread.h"
 #include "platform/linux/fatal.h"
 
-namespace zt {
+namespace zt::platform {
 
 FileHandle::~FileHandle() {
   closeFile();
@@ -82,4 +82,4 @@ Pipe::Ends Pipe::open() {
   return {.reading = ends[0], .writing = ends[1]};
 }
 
-}  // namespace zt
+}  // namespace zt::platform

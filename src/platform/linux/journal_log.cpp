@@ -13,7 +13,7 @@
 #include "platform/file_handle.h"
 #include "platform/linux/systemd_library.h"
 
-namespace zt {
+namespace zt::platform {
 namespace {
 
 int priority(LogLevel level) {
@@ -67,4 +67,4 @@ void JournalLog::write(LogLevel level, std::string_view subsystem, std::string_v
   systemd_.sd_journal_sendv(parts.data(), static_cast<int>(parts.size()));
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -5,7 +5,7 @@
 
 #include "platform/log_sinks.h"
 
-namespace zt {
+namespace zt::platform {
 
 struct SystemdLibrary;
 
@@ -27,4 +27,4 @@ class JournalLog final : public UnifiedLog {
   std::string unit_;  ///< the user's unit that this process is part of, or empty
 };
 
-}  // namespace zt
+}  // namespace zt::platform

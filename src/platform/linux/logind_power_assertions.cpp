@@ -11,7 +11,7 @@
 
 #include "platform/linux/systemd_library.h"
 
-namespace zt {
+namespace zt::platform {
 namespace {
 
 using namespace std::chrono_literals;
@@ -81,4 +81,4 @@ void LogindPowerAssertions::release(std::uint32_t identifier) {
   locks_.erase(identifier);
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -5,7 +5,7 @@
 #include "platform/file_handle.h"
 #include "platform/power_assertions.h"
 
-namespace zt {
+namespace zt::platform {
 
 /// Inhibitor locks of systemd-logind (org.freedesktop.login1(5), Inhibit), which every user may take for idle
 /// sleep. The only type is "PreventUserIdleSystemSleep".
@@ -23,4 +23,4 @@ class LogindPowerAssertions final : public PowerAssertions {
   std::map<std::uint32_t, FileHandle> locks_;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -9,7 +9,7 @@
 
 #include "platform/linux/fatal.h"
 
-namespace zt {
+namespace zt::platform {
 
 namespace {
 
@@ -41,4 +41,4 @@ void setUpProcess() {
   ::signal(SIGPIPE, SIG_IGN);
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace zt {
+namespace zt::platform {
 
 /// Makes the process independent of how it was started. Call once, before anything is opened.
 /// - A standard stream that is closed becomes /dev/null, so that no pipe takes its number.
@@ -9,4 +9,4 @@ namespace zt {
 /// - SIGPIPE is ignored: a reader of the output who leaves must not end a run with copies yet to start.
 void setUpProcess();
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -8,7 +8,7 @@
 #include <cstdio>
 #include <string>
 
-namespace zt {
+namespace zt::platform {
 
 void StandardErrorLog::write(std::string_view message) {
   timespec now{};
@@ -33,4 +33,4 @@ void StandardErrorLog::write(std::string_view message) {
   }
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -4,7 +4,7 @@
 
 #include "platform/log_sinks.h"
 
-namespace zt {
+namespace zt::platform {
 
 /// Entries on standard error, each written whole: local date and time, process name with its and
 /// the thread's number, message.
@@ -16,4 +16,4 @@ class StandardErrorLog final : public PlainLog {
   std::mutex writing_;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -18,7 +18,7 @@
 #include "platform/file_handle.h"
 #include "platform/linux/bundle.h"
 
-namespace zt {
+namespace zt::platform {
 namespace {
 
 namespace fs = std::filesystem;
@@ -172,4 +172,4 @@ std::vector<fs::path> SystemApplications::defaultFolders() {
   return folders;
 }
 
-}  // namespace zt
+}  // namespace zt::platform

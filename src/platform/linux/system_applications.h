@@ -4,7 +4,7 @@
 
 #include "platform/applications.h"
 
-namespace zt {
+namespace zt::platform {
 
 /// Bundles among this user's processes and in application folders. Only processes whose real and
 /// effective user are this process's own count: nobody else decides what is started in our name.
@@ -23,4 +23,4 @@ class SystemApplications final : public Applications {
   std::vector<std::filesystem::path> folders_;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

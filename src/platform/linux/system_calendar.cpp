@@ -7,7 +7,7 @@
 
 #include "platform/linux/fatal.h"
 
-namespace zt {
+namespace zt::platform {
 
 using namespace std::chrono_literals;
 using std::chrono::seconds;
@@ -69,4 +69,4 @@ seconds SystemCalendar::offsetAt(SampleTime time) const {
   return sample.offset;
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -5,7 +5,7 @@
 
 #include "platform/calendar.h"
 
-namespace zt {
+namespace zt::platform {
 
 /// The C library's time zone (tzset(3)): every form of TZ that `date` takes, and /etc/localtime. It keeps what it has
 /// asked the C library until update(), so one thread at a time may use it.
@@ -36,4 +36,4 @@ class SystemCalendar final : public Calendar {
   mutable std::array<Sample, 512> cache_;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

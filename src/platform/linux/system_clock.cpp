@@ -5,7 +5,7 @@
 
 #include "platform/linux/fatal.h"
 
-namespace zt {
+namespace zt::platform {
 
 Instant SystemClock::now() const {
   return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
@@ -23,4 +23,4 @@ void SystemClock::sleep(std::chrono::seconds duration) {
   if (error != 0) fatal("cannot sleep", error);
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -2,7 +2,7 @@
 
 #include "platform/clock.h"
 
-namespace zt {
+namespace zt::platform {
 
 /// CLOCK_REALTIME, with sleeps measured by CLOCK_BOOTTIME: suspended time counts, and setting the
 /// wall clock neither stretches nor cuts a sleep.
@@ -12,4 +12,4 @@ class SystemClock final : public Clock {
   void sleep(std::chrono::seconds duration) override;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -4,11 +4,11 @@
 
 #include <system_error>
 
-namespace zt {
+namespace zt::platform {
 
 bool SystemFileManager::isExecutableFile(const std::filesystem::path& path) const {
   std::error_code error;
   return std::filesystem::is_regular_file(path, error) && ::access(path.c_str(), X_OK) == 0;
 }
 
-}  // namespace zt
+}  // namespace zt::platform

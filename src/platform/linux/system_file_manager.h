@@ -2,7 +2,7 @@
 
 #include "platform/file_manager.h"
 
-namespace zt {
+namespace zt::platform {
 
 /// access(2) on regular files.
 class SystemFileManager final : public FileManager {
@@ -10,4 +10,4 @@ class SystemFileManager final : public FileManager {
   bool isExecutableFile(const std::filesystem::path& path) const override;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -4,7 +4,7 @@
 
 #include <optional>
 
-namespace zt {
+namespace zt::platform {
 namespace {
 
 std::optional<SystemdLibrary> open() {
@@ -36,4 +36,4 @@ const SystemdLibrary* SystemdLibrary::load() {
   return library ? &*library : nullptr;
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -6,7 +6,7 @@
 #include <systemd/sd-journal.h>
 #include <systemd/sd-login.h>
 
-namespace zt {
+namespace zt::platform {
 
 /// The functions of libsystemd, under their own names. Nothing is linked with it: it is loaded where it is used, as it
 /// and the libraries that it brings along would make every start two thirds longer (docs/performance.md).
@@ -25,4 +25,4 @@ struct SystemdLibrary {
   decltype(&::sd_pid_get_user_unit) sd_pid_get_user_unit;
 };
 
-}  // namespace zt
+}  // namespace zt::platform

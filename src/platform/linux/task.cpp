@@ -9,6 +9,7 @@
 
 #include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <list>
 #include <mutex>
@@ -17,7 +18,7 @@
 #include "platform/linux/background_thread.h"
 #include "platform/linux/fatal.h"
 
-namespace zt {
+namespace zt::platform {
 namespace {
 
 /// What posix_spawn(3) is to do in the child before the program starts.
@@ -87,6 +88,12 @@ struct Task::State {
   bool hasExited = false;
   std::int32_t terminationStatus = 0;
 };
+
+bool Task::isArgument(std::string_view text) {
+  // execve(2), "Limits on size of arguments and environment": 128 KiB with the NUL at its end.
+  constexpr std::size_t longest = std::size_t{128} * 1024 - 1;
+  return text.size() <= longest && text.find('\0') == text.npos;
+}
 
 Task::Task(std::string launchPath, std::optional<std::vector<std::string>> arguments)
     : state_(std::make_shared<State>()) {
@@ -184,4 +191,4 @@ Task::State& Task::configuration() {
   return *state_;
 }
 
-}  // namespace zt
+}  // namespace zt::platform

@@ -1,4 +1,4 @@
-#include "platform/linux/terminal.h"
+#include "platform/terminal.h"
 
 #include <stdlib.h>
 #include <sys/ioctl.h>
@@ -7,7 +7,7 @@
 #include <charconv>
 #include <string_view>
 
-namespace zt {
+namespace zt::platform {
 namespace {
 
 /// Empty where a variable is not set.
@@ -33,4 +33,4 @@ Terminal Terminal::ofStandardOutput() {
   return result;
 }
 
-}  // namespace zt
+}  // namespace zt::platform

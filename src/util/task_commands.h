@@ -1,0 +1,15 @@
+#pragma once
+
+#include "platform/commands.h"
+
+namespace zt::util {
+
+/// Commands as child processes.
+class TaskCommands final : public platform::Commands {
+ public:
+  std::optional<std::vector<std::string>> run(const std::string& path,
+                                              const std::vector<std::string>& arguments) override;
+  void start(const std::string& path, const std::vector<std::string>& arguments) override;
+};
+
+}  // namespace zt::util

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+#include "platform/calendar.h"
+
+namespace zt::util {
+
+// Times as texts, and texts as times.
+
+/// A local time in a format of strftime(3), in English. The format may not ask for the zone, which a local time does
+/// not have, and may produce 63 characters at most.
+std::string formatted(LocalTime local, const char* format);
+
+/// Local date and time with the offset from UTC, as messages of the log show it: "2027-03-05 07:03:00 +0100".
+std::string dateText(Instant instant, const Calendar& calendar);
+
+/// Local date and time as the agent takes it, without zero padding and seconds: "3/5/2027 7:3:00".
+std::string wakeTimeText(Instant instant, const Calendar& calendar);
+
+/// Local date and time to the minute with the zone's abbreviation, as tables show it: "Sun 2027-03-14 03:15 EDT".
+std::string timeText(Instant instant, const Calendar& calendar);
+
+/// RFC 3339, section 5.6: "2027-03-14T03:15:00-04:00". That format has no offsets with seconds, or of a day or more;
+/// the nearest offset towards zero is given instead, with the local time at that offset.
+std::string rfc3339(Instant instant, const Calendar& calendar);
+
+/// A duration, rounded down: in days from two days on, otherwise in its two largest units, such as "3 days",
+/// "1 day 4h", "2h 15min", "45min" and "30s"; "now" for none.
+std::string timeLeft(std::chrono::seconds left);
+
+// Both throw a std::invalid_argument that tells what is wrong, in words that follow the text: "is not a month ...".
+
+/// The instant that a text names: seconds since 1970, or a local date and time such as "2027-03-14 01:00", with or
+/// without seconds, and with a blank or a T between them. A repeated time means the first instant. Skipped times are
+/// rejected, and so are years before 1970 and after 9998.
+Instant readTime(const std::string& text, const Calendar& calendar);
+
+/// The month that a text such as "2027-03" names, from 1970 to 9998.
+std::chrono::year_month readMonth(const std::string& text);
+
+}  // namespace zt::util

@@ -1,0 +1,150 @@
+#include "ztschedules/diagnostics.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <string_view>
+
+#include "util/text.h"
+#include "ztschedules/copy_url.h"
+#include "ztschedules/schedule_description.h"
+#include "ztschedules/terminal_text.h"
+
+namespace zt {
+namespace {
+
+using Message = std::optional<std::string>;
+using Field = CrontabLine::Field;
+
+constexpr std::string_view blanksAndTabs = " \t";
+
+/// The messages that there are, as one.
+Message joined(std::initializer_list<Message> messages) {
+  Message result;
+  for (const auto& message : messages) {
+    if (message) result = result ? *result + "; " + *message : *message;
+  }
+  return result;
+}
+
+/// Whether a word could be a time field of crontab(5): numbers, names and what stands between them.
+bool looksLikeTimeField(std::string_view word) {
+  static constexpr std::array names = {"sun", "mon", "tue", "wed", "thu", "fri", "sat", "jan", "feb", "mar",
+                                       "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"};
+  static constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+  static constexpr std::string_view otherCharacters = "0123456789*,-/+?#:";
+  if (word.empty()) return false;
+  while (!word.empty()) {
+    const auto start = word.substr(0, 3);
+    const bool isName =
+        std::ranges::any_of(names, [&](auto name) { return util::isSame(start, name, {.caseInsensitive = true}); });
+    const auto end = std::min(word.find_first_not_of(isName ? letters : otherCharacters), word.size());
+    if (end == 0) return false;
+    word.remove_prefix(end);
+  }
+  return true;
+}
+
+/// Takes the first word off a text. It is empty when there are no more.
+std::string_view takeWord(std::string_view& text) {
+  text.remove_prefix(std::min(text.find_first_not_of(blanksAndTabs), text.size()));
+  const auto word = text.substr(0, text.find_first_of(blanksAndTabs));
+  text.remove_prefix(word.size());
+  return word;
+}
+
+/// How many fields the line would have if blanks separated them, too: up to five that look like times, and a command.
+std::size_t fieldsBetweenBlanks(std::string_view text) {
+  std::size_t times = 0;
+  while (times < CrontabLine::command) {
+    const auto word = takeWord(text);
+    if (word.empty()) return times;
+    if (!looksLikeTimeField(word)) return times + 1;
+    ++times;
+  }
+  return takeWord(text).empty() ? times : times + 1;
+}
+
+Message fieldCountError(const CrontabLine& line) {
+  const auto fields = line.parts().size();
+  if (fields == CrontabLine::fieldCount) return std::nullopt;
+  const auto meant = fieldsBetweenBlanks(line.crontabLine());
+  if (meant > fields) {
+    return std::to_string(meant) + (fields == 1 ? " fields, " : " fields, some ") + "separated by blanks: " +
+           (meant < CrontabLine::fieldCount ? "6 are needed, separated by single TABs" : "single TABs are needed");
+  }
+  return std::to_string(fields) + (fields == 1 ? " field" : " fields") +
+         ": 6 are needed, separated by single TABs, with no TAB in the command";
+}
+
+/// Why a line that begins with a # makes no copy.
+Message commentError(std::string_view text) {
+  const auto start = text.find_first_not_of(blanksAndTabs);
+  if (start == text.npos || text[start] != '#') return std::nullopt;
+  const auto sign = text.substr(0, text.find_first_not_of("# \t"));
+  const bool wouldRun = !diagnose(CrontabLine(std::string(text.substr(sign.size())))).error;
+  return wouldRun ? "commented out: remove " + quote(sign) + " to enable it" : "a comment, not a schedule";
+}
+
+Message lineEndError(std::string_view text) {
+  if (text.find("\r\n") == text.npos) return std::nullopt;
+  return "CR LF does not end a line: use LF alone";
+}
+
+std::string nameOf(Field field) {
+  static constexpr std::array names = {"minute", "hour", "day of month", "month", "day of week"};
+  return names.at(field);
+}
+
+/// Why a field means nothing.
+Message fieldError(const CrontabLine& line, const Schedule& schedule, Field field) {
+  const auto text = nameOf(field) + " " + quote(line.part(field));
+  const auto range = std::string("0 to ") + (field == CrontabLine::minute ? "59" : "23");
+  switch (schedule.readings[field]) {
+    case FieldReading::complete:
+    case FieldReading::partial:
+    case FieldReading::ignored:
+      return std::nullopt;
+    case FieldReading::outOfRange:
+      return text + " is not one of " + range;
+    case FieldReading::blank:
+      return text + " is not a single number from " + range + ": remove the blanks";
+    case FieldReading::multipleTimes:
+      return text + " is not a single number from " + range + ": each time needs its own line";
+    case FieldReading::notANumber:
+      return text + " is not a single number from " + range;
+    case FieldReading::noDay:
+      return text + " matches no day: use " +
+             (field == CrontabLine::dayOfWeek ? "0 (Sunday) to 6 (Saturday)" : "1-7, 8-14, 15-21 or 22-31");
+  }
+  return std::nullopt;
+}
+
+/// What a field means that seems to mean something else.
+Message fieldWarning(const CrontabLine& line, const Schedule& schedule, Field field) {
+  const auto text = nameOf(field) + " " + quote(line.part(field));
+  const auto reading = schedule.readings[field];
+  if (reading == FieldReading::ignored) return text + " is ignored: the schedule runs in every month";
+  if (reading != FieldReading::partial) return std::nullopt;
+  if (field == CrontabLine::dayOfMonth) return text + " means only days " + listed(rangeTexts(schedule));
+  return text + " means only " + listed(weekdayNames(schedule)) + ": list each day, as in 1,2,3 (Sunday is 0)";
+}
+
+}  // namespace
+
+Diagnostics diagnose(const CrontabLine& line) {
+  auto lineError = lineEndError(line.crontabLine());
+  if (!lineError) lineError = commentError(line.crontabLine());
+  if (!lineError) lineError = fieldCountError(line);
+  if (line.parts().size() != CrontabLine::fieldCount) return {.error = lineError, .warning = {}};
+
+  using enum CrontabLine::Field;
+  const auto schedule = parse(line);
+  const auto error = [&](Field field) { return fieldError(line, schedule, field); };
+  const auto warning = [&](Field field) { return fieldWarning(line, schedule, field); };
+  const auto errors = joined({error(minute), error(hour), error(dayOfMonth), error(dayOfWeek), urlError(line)});
+  return {.error = lineError ? lineError : errors,
+          .warning = joined({warning(dayOfMonth), warning(month), warning(dayOfWeek), urlWarning(line)})};
+}
+
+}  // namespace zt

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace zt {
+
+/// What the command line of ztschedules asks for. At most one of `count`, `month` and `json` is set.
+struct Options {
+  std::optional<std::string> at;
+  std::optional<std::size_t> count;
+  std::optional<std::string> month;  ///< empty for the current one
+  bool json = false;
+  bool check = false;
+  std::optional<std::string> file;  ///< "-" for standard input
+};
+
+/// Reads the command line. Gives nullopt after it has answered --help or --version on standard output. Throws a
+/// std::exception that tells what is wrong with it.
+std::optional<Options> readOptions(int count, const char* const* arguments);
+
+}  // namespace zt

@@ -1,0 +1,56 @@
+#include "ztschedules/schedule_entry.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "discovery/crontab_reader.h"
+#include "schedules/next_event.h"
+#include "util/text.h"
+#include "ztschedules/copy_url.h"
+#include "ztschedules/terminal_text.h"
+
+namespace zt {
+namespace {
+
+std::size_t lineFeeds(std::string_view text) {
+  return static_cast<std::size_t>(std::ranges::count(text, '\n'));
+}
+
+/// Why the tool reads nothing of a text, if that is so.
+std::optional<std::string> textError(std::string_view text) {
+  const auto valid = util::validUtf8Prefix(text);
+  if (valid.size() == text.size()) return std::nullopt;
+  return "line " + std::to_string(1 + lineFeeds(valid)) + " is not UTF-8, so no line is read";
+}
+
+ScheduleEntry entryOf(std::size_t number, CrontabLine line, Instant now, const Calendar& calendar) {
+  ScheduleEntry entry{number, std::move(line)};
+  entry.diagnostics = diagnose(entry.line);
+  if (entry.line.parts().size() != CrontabLine::fieldCount) return entry;
+  entry.schedule = parse(entry.line);
+  entry.due = entry.schedule.firesAt(calendar.localTime(now));
+  entry.next = nextRunDate(entry.schedule, now, calendar);
+  return entry;
+}
+
+}  // namespace
+
+std::vector<ScheduleEntry> readScheduleEntries(std::string_view crontab, Instant now, const Calendar& calendar) {
+  constexpr std::size_t mostColumns = 60;
+  const auto error = textError(crontab);
+  std::vector<ScheduleEntry> entries;
+  std::size_t number = 1;
+  const char* counted = crontab.data();  // up to here `number` has counted the lines
+  for (const auto text : util::lineViews(crontab)) {
+    number += lineFeeds({counted, text.data()});
+    counted = text.data();
+    if (!isMarked(text)) continue;
+    CrontabLine line{std::string(text)};
+    entries.push_back(error ? ScheduleEntry{.number = number, .line = std::move(line), .diagnostics = {error, {}}}
+                            : entryOf(number, std::move(line), now, calendar));
+    entries.back().copy = shortened(copyName(entries.back().line), mostColumns);
+  }
+  return entries;
+}
+
+}  // namespace zt

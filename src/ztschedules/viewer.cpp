@@ -1,0 +1,82 @@
+#include "ztschedules/viewer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <iostream>
+#include <stdexcept>
+#include <string>
+#include <system_error>
+
+#include "discovery/crontab_reader.h"
+#include "util/time_text.h"
+#include "ztschedules/crontab_text.h"
+#include "ztschedules/options.h"
+#include "ztschedules/terminal_text.h"
+#include "ztschedules/views.h"
+
+namespace zt {
+namespace {
+
+constexpr int success = 0;
+constexpr int foundProblems = 1;
+constexpr int failure = 2;
+
+/// The value that a text from the command line names; `read` throws the rest of a message that begins with the text.
+auto readArgument(const std::string& text, auto read) {
+  try {
+    return read(text);
+  } catch (const std::invalid_argument& error) {
+    throw std::invalid_argument(quote(text) + " " + error.what());
+  }
+}
+
+/// The month to show, if one is asked for.
+std::optional<std::chrono::year_month> monthOf(const Options& options, Instant now, const Calendar& calendar) {
+  if (!options.month) return std::nullopt;
+  if (!options.month->empty()) return readArgument(*options.month, util::readMonth);
+  const std::chrono::year_month_day date{std::chrono::floor<std::chrono::days>(calendar.localTime(now))};
+  return date.year() / date.month();
+}
+
+int show(const Options& options, const ViewerServices& services) {
+  const auto& [clock, calendar, fileManager, terminal] = services;
+  const auto readTime = [&](const std::string& text) { return util::readTime(text, services.calendar); };
+  const Instant now = options.at ? readArgument(*options.at, readTime) : clock.now();
+  const auto month = monthOf(options, now, calendar);
+  const auto entries = readScheduleEntries(crontabText(options.file, fileManager), now, calendar);
+
+  std::string view;
+  if (options.json) {
+    view = jsonView(entries, calendar);
+  } else if (month) {
+    view = monthView(entries, *month, calendar, terminal.hasColor);
+  } else if (entries.empty() && !options.check) {
+    view = "No schedules: no line contains " + std::string(marker) + ".\n";
+  } else if (options.count) {
+    view = runsView(entries, *options.count, now, calendar, terminal.columns);
+  } else if (!options.check) {
+    view = nextRunsView(entries, now, calendar, terminal.columns);
+  }
+  const auto problems = options.json ? std::string() : problemsView(entries, terminal.columns);
+  std::cout << view << (view.empty() || problems.empty() ? "" : "\n") << problems;
+
+  const bool hasErrors =
+      std::ranges::any_of(entries, [](const auto& entry) { return entry.diagnostics.error.has_value(); });
+  return options.check && hasErrors ? foundProblems : success;
+}
+
+}  // namespace
+
+int runViewer(int count, const char* const* arguments, const ViewerServices& services) {
+  try {
+    const auto options = readOptions(count, arguments);
+    const int status = options ? show(*options, services) : success;
+    if (!std::cout.flush()) throw std::system_error(errno, std::generic_category(), "cannot write the output");
+    return status;
+  } catch (const std::exception& error) {
+    printMessage(error.what());
+    return failure;
+  }
+}
+
+}  // namespace zt
