@@ -17,8 +17,8 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::seconds;
 
-/// Service managers take a job that ends within this time of its start for a failing one, and hold back its
-/// next start.
+/// A service manager takes a job that ends sooner than this after its start for a failing one, and delays its next
+/// start.
 constexpr seconds throttleInterval = 10s;
 
 std::string inSeconds(seconds duration) {
@@ -29,16 +29,18 @@ std::string inSeconds(seconds duration) {
 
 class MainLoop {
  public:
+  /// What follows a pass.
+  enum class Next { anotherPass, end };
+
   MainLoop(const Services& services, const Log& log, const Application& application)
       : services_(services),
         log_(log),
         controller_(application.controller),
         wakeScheduling_(services.wakeEvents, services.fileManager, application.agent, log) {}
 
-  /// Serves the current minute. Then it sleeps into the next one, or sets the wake event and waits out the throttle
-  /// interval. Gives whether another pass is to be made: always after the former, after the latter only where the event
-  /// has come meanwhile.
-  bool pass() {
+  /// Serves the current minute. Then sleeps into the next one if something is due in it, or else sets the wake event and
+  /// waits out the throttle interval.
+  Next pass() {
     services_.calendar.update();
     const Instant now = services_.clock.now();
     log_.info("Looking for schedules that run at " + date(now));
@@ -57,42 +59,53 @@ class MainLoop {
     services_.commands.start(controller_, {match.absoluteString()});
   }
 
-  /// Both looks ahead start from the minute that this pass has served, not from the clock: what is due in
-  /// the minute after it is seen even where the work has gone on into that.
-  bool stayOrSetWake(const std::vector<CrontabLine>& lines, Instant now) {
+  /// Both next events are counted from the minute that this pass has served, not from the clock: what is due in the
+  /// minute after it is found even if the work has taken until then.
+  Next stayOrSetWake(const std::vector<CrontabLine>& lines, Instant now) {
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
-    if (!first) return false;
-    // Only an event in the coming minute hides a later one. Any other is what both looks find.
+    if (!first) return Next::end;
+    // Only an event in the coming minute can differ from the one after it.
     const bool isInComingMinute = *first < minuteOf(now + 2min, services_.calendar).start;
     const auto second = isInComingMinute ? nextEventDate(lines, now + 2min, services_.calendar) : first;
-    if (!second) return false;
+    if (!second) return Next::end;
     log_.info("Checking one " + date(*first) + " and two " + date(*second) + " minute events.");
     if (first != second) {
       sleepUntilAfterMinuteOf(now);
-      return true;
+      return Next::anotherPass;
     }
-    log_.info("Next event more than 1 minute from now, setting wake, then sleeping " + inSeconds(throttleInterval) +
-              " for launchd ThrottleInterval.");
-    wakeScheduling_.set(*first, services_.calendar);
-    services_.clock.sleep(throttleInterval);
-    // A machine that was put to sleep meanwhile is woken by that event, which starts no second run beside this one. The
-    // clock may ring a second early.
-    return services_.clock.now() + 1s >= *first;
+    return setWakeAndWait(*first);
   }
 
-  /// Sleeps until one second past the minute of `served`, or not at all where the work has taken that
-  /// long. Where the clock was set back to an earlier minute meanwhile, it is that minute that ends.
+  Next setWakeAndWait(Instant event) {
+    log_.info("Next event more than 1 minute from now, setting wake, then sleeping " + inSeconds(throttleInterval) +
+              " for launchd ThrottleInterval.");
+    wakeScheduling_.set(event, services_.calendar);
+    services_.clock.sleep(throttleInterval);
+    // If the machine was suspended meanwhile, the event has woken it, but its start has been merged into this run. The
+    // hardware clock can wake the machine a second early.
+    const bool eventHasCome = services_.clock.now() + 1s >= event;
+    return eventHasCome ? Next::anotherPass : Next::end;
+  }
+
   void sleepUntilAfterMinuteOf(Instant served) {
-    const auto start = minuteOf(served, services_.calendar).start;
-    Instant current = services_.clock.now();
-    // A clock that is set back while we sleep shows the same minute again: it has been served.
-    do {
-      const auto elapsed = current - std::min(start, minuteOf(current, services_.calendar).start);
-      const auto duration = std::max(61s - elapsed, 0s);
-      log_.info("Sleeping for " + inSeconds(duration) + ".");
-      services_.clock.sleep(duration);
-      current = services_.clock.now();
-    } while (current >= start && current < start + 1min);
+    const Instant start = minuteOf(served, services_.calendar).start;
+    sleepUntilAfterMinute(start);
+    // The clock may have been set back during the sleep. What it shows once more has been served.
+    const auto showsServedMinute = [&] {
+      const Instant now = services_.clock.now();
+      return start <= now && now < start + 1min;
+    };
+    while (showsServedMinute()) sleepUntilAfterMinute(start);
+  }
+
+  /// Sleeps until one second past the minute that begins at `start`, or not at all if that time has come. If the clock
+  /// has been set back to an earlier minute, that minute counts instead.
+  void sleepUntilAfterMinute(Instant start) {
+    const Instant now = services_.clock.now();
+    const Instant earlier = std::min(start, minuteOf(now, services_.calendar).start);
+    const seconds duration = std::max(earlier + 61s - now, 0s);
+    log_.info("Sleeping for " + inSeconds(duration) + ".");
+    services_.clock.sleep(duration);
   }
 
   std::string date(Instant instant) const { return util::dateText(instant, services_.calendar); }
@@ -116,7 +129,7 @@ int run(const Services& services) {
   log.info("Power asssertion created - createdAssertion = " + std::to_string(assertion.result));
 
   MainLoop loop(services, log, *application);
-  while (loop.pass()) {
+  while (loop.pass() == MainLoop::Next::anotherPass) {
   }
 
   log.info("Heading out, canceling power assertion.");
