@@ -18,7 +18,7 @@ namespace zt::platform {
 
 FileHandle::~FileHandle() {
   closeFile();
-  // Only where its own handler has let go of it is there still a reader, and that cannot wait for itself.
+  // There is still a reader if its handler destroys this file handle: that thread cannot wait for its own end.
   if (reader_.joinable()) reader_.detach();
 }
 
@@ -38,7 +38,8 @@ void FileHandle::setReadabilityHandler(ReadabilityHandler handler) {
   {
     const std::lock_guard lock(changingReader_);
     reader_.request_stop();
-    if (reader_.get_id() == std::this_thread::get_id()) {
+    const bool isInHandler = reader_.get_id() == std::this_thread::get_id();
+    if (isInHandler) {
       if (handler) std::abort();
       return;
     }
@@ -58,14 +59,17 @@ void FileHandle::callWhenReadable(const ReadabilityHandler& handler, const std::
   const std::stop_callback tell(stop, [&] { ::eventfd_write(stopped.fileDescriptor(), 1); });
 
   std::array<pollfd, 2> events{{{fileDescriptor_, POLLIN, 0}, {stopped.fileDescriptor(), POLLIN, 0}}};
-  do {
+  for (;;) {
     while (::poll(events.data(), events.size(), -1) < 0) {
       if (errno != EINTR) fatal("cannot watch a pipe or file", errno);
     }
     if (stop.stop_requested()) return;
     handler(*this);
-    // Where the handler has let go of this file handle, a stop has been requested and no member is left.
-  } while (!stop.stop_requested() && !atEndOfFile_);
+    // The handler may have destroyed this file handle, and with it all members. That requests a stop, and the token
+    // belongs to the thread.
+    const bool mayBeDestroyed = stop.stop_requested();
+    if (mayBeDestroyed || atEndOfFile_) return;
+  }
 }
 
 void FileHandle::closeFile() noexcept {
