@@ -25,12 +25,12 @@ tm fieldsAt(Instant instant) {
 
 void SystemCalendar::update() {
   ::tzset();
-  ++updates_;  // so that what is in the cache is out of date
+  ++updates_;  // invalidates the cache
 }
 
 LocalTime SystemCalendar::localTime(Instant instant) const {
   const tm fields = fieldsAt(instant);
-  // From the fields and not from tm_gmtoff, which leaves out the leap seconds of a "right/" zone.
+  // From the fields, because tm_gmtoff leaves out the leap seconds of a "right/" zone.
   const std::chrono::year_month_day date{std::chrono::year{fields.tm_year + 1900},
                                          std::chrono::month(unsigned(fields.tm_mon + 1)),
                                          std::chrono::day(unsigned(fields.tm_mday))};
@@ -43,18 +43,22 @@ std::string SystemCalendar::zoneAbbreviation(Instant instant) const {
 }
 
 std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
-  // mktime(3) is no help: what it answers in a repeated hour depends on the call before it.
+  // mktime(3) is no help: its answer in a repeated hour depends on the call before it.
   const Instant asUtc{local.time_since_epoch()};
-  // Near enough is the zone's standard offset, which tzset(3) leaves in `timezone`, in seconds west.
-  const auto near = std::chrono::floor<SamplePeriod>(asUtc + seconds{::timezone});
-  // The reading taken with every offset in force around it: three hours off, as far as rules move the clocks, and a day
-  // off, as the date line has been moved. The instant in question lies between `near` and the sample after that.
+  // With the zone's standard offset, which tzset(3) leaves in `timezone` in seconds west, the instant lies between the
+  // sample `before` and the next one. Rules move the clocks by up to three hours, which is one sample, and a move
+  // across the date line by a day. Every offset in force that close to the instant is tried.
+  const auto before = std::chrono::floor<SamplePeriod>(asUtc + seconds{::timezone});
+  const auto after = before + SamplePeriod{1};
+  constexpr SamplePeriod threeHours{1};
+  constexpr SamplePeriod day{8};
   std::vector<Instant> candidates;
-  for (const int distance : {-8, -1, 0, 1, 2, 9}) {
-    const Instant candidate = asUtc - offsetAt(near + SamplePeriod{distance});
+  for (const auto sample : {before - day, before - threeHours, before, after, after + threeHours, after + day}) {
+    const Instant candidate = asUtc - offsetAt(sample);
     if (std::ranges::find(candidates, candidate) == candidates.end()) candidates.push_back(candidate);
   }
-  if (candidates.size() > 1) {  // with one offset all around nothing is skipped or repeated
+  const bool offsetIsConstant = candidates.size() == 1;  // then nothing is skipped or repeated
+  if (!offsetIsConstant) {
     std::erase_if(candidates, [&](Instant instant) { return localTime(instant) != local; });
     std::ranges::sort(candidates);
   }

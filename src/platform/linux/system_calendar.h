@@ -7,8 +7,8 @@
 
 namespace zt::platform {
 
-/// The C library's time zone (tzset(3)): every form of TZ that `date` takes, and /etc/localtime. It keeps what it has
-/// asked the C library until update(), so one thread at a time may use it.
+/// The C library's time zone (tzset(3)): every form of TZ that `date` takes, and /etc/localtime. What the C library has
+/// answered is cached until update(), so only one thread at a time may use it.
 class SystemCalendar final : public Calendar {
  public:
   SystemCalendar() { SystemCalendar::update(); }
@@ -19,8 +19,8 @@ class SystemCalendar final : public Calendar {
   std::vector<Instant> instants(LocalTime local) const override;
 
  private:
-  // Offsets are looked at every three hours. One that holds for less can be missed, and one that is off by more than
-  // three hours from what holds around it if it holds for less than a day.
+  // The offset from UTC is sampled every three hours. An offset that is in force for less can be missed, and so can one
+  // that differs by more than three hours from those around it and is in force for less than a day.
   using SamplePeriod = std::chrono::duration<std::int64_t, std::ratio<10'800>>;
   using SampleTime = std::chrono::sys_time<SamplePeriod>;
   struct Sample {
@@ -32,7 +32,7 @@ class SystemCalendar final : public Calendar {
   std::chrono::seconds offsetAt(SampleTime time) const;
 
   unsigned updates_ = 0;
-  /// A cache, for 64 days: each time has its place. The lines of a crontab fire on the same days.
+  /// A cache with a fixed place for each time, enough for 64 days: the lines of a crontab fire on the same days.
   mutable std::array<Sample, 512> cache_;
 };
 
