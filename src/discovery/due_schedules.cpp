@@ -24,7 +24,7 @@ std::vector<util::URL> matchingSchedules(std::span<const CrontabLine> lines, Ins
 }
 
 std::optional<util::URL> commandURL(const CrontabLine& line, platform::Commands& commands, std::ostream& output) {
-  const auto& command = line.part(CrontabLine::command);
+  const auto command = line.part(CrontabLine::command);
   const auto fail = [&](std::string_view problem, std::string_view text, std::string_view from) {
     // Flushed at once: a run that ends abnormally later must not take the reason along.
     output << "ztbackupbytime: " << problem << " \"" << text << "\" " << from << " \"" << line.crontabLine() << "\"."

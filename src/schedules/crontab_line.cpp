@@ -9,18 +9,17 @@
 
 namespace zt {
 
-CrontabLine::CrontabLine(std::string line) : crontabLine_(std::move(line)) {
+CrontabLine::CrontabLine(std::string line) : crontabLine_(std::make_shared<const std::string>(std::move(line))) {
   parts_.reserve(fieldCount);
-  const std::string_view text = crontabLine_;
-  std::size_t start = 0;
-  for (auto tab = text.find('\t'); tab != text.npos; tab = text.find('\t', start)) {
-    parts_.emplace_back(text.substr(start, tab - start));
-    start = tab + 1;
+  std::string_view rest = *crontabLine_;
+  for (auto tab = rest.find('\t'); tab != rest.npos; tab = rest.find('\t')) {
+    parts_.push_back(rest.substr(0, tab));
+    rest.remove_prefix(tab + 1);
   }
-  parts_.emplace_back(text.substr(start));
+  parts_.push_back(rest);
 }
 
-const std::string& CrontabLine::part(Field field) const {
+std::string_view CrontabLine::part(Field field) const {
   if (field >= parts_.size()) std::abort();
   return parts_[field];
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/calendar.h"
@@ -22,9 +24,10 @@ class CrontabLine {
   /// `line` has no line terminator. It is split at every single TAB; empty parts are kept.
   explicit CrontabLine(std::string line);
 
-  const std::string& crontabLine() const { return crontabLine_; }
-  const std::vector<std::string>& parts() const { return parts_; }
-  const std::string& part(Field field) const;
+  const std::string& crontabLine() const { return *crontabLine_; }
+  /// They point into the text of the line, and so do those of its copies.
+  const std::vector<std::string_view>& parts() const { return parts_; }
+  std::string_view part(Field field) const;
 
   /// Whether day of week and day of month both accept the local day of `time`.
   bool runsOnDay(Instant time, const Calendar& calendar) const;
@@ -34,8 +37,8 @@ class CrontabLine {
   std::optional<Instant> nextRunDate(Instant reference, const Calendar& calendar) const;
 
  private:
-  std::string crontabLine_;
-  std::vector<std::string> parts_;
+  std::shared_ptr<const std::string> crontabLine_;  // stays where it is when a line is moved or copied
+  std::vector<std::string_view> parts_;
 };
 
 /// Whether the line fires in the minute that contains `time`.

@@ -79,9 +79,9 @@ bool Schedule::canFire() const {
 }
 
 bool Schedule::firesOn(std::chrono::local_days day) const {
+  if (!weekdays[std::chrono::weekday{day}.c_encoding()]) return false;
   const unsigned dayOfMonth{std::chrono::year_month_day{day}.day()};
-  const auto range = std::min<std::size_t>((dayOfMonth - 1) / 7, dayRanges.size() - 1);
-  return weekdays[std::chrono::weekday{day}.c_encoding()] && ranges[range];
+  return ranges[std::min<std::size_t>((dayOfMonth - 1) / 7, dayRanges.size() - 1)];
 }
 
 bool Schedule::firesAt(LocalTime time) const {

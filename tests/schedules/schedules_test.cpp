@@ -21,7 +21,7 @@ CrontabLine lineOf(std::string fields) {
 }
 
 TEST(CrontabLine, IsSplitAtEveryTab) {
-  using Parts = std::vector<std::string>;
+  using Parts = std::vector<std::string_view>;
   EXPECT_EQ(CrontabLine("0\t5\t1-7\t*\t1\t/ZTUtil a b").parts(), (Parts{"0", "5", "1-7", "*", "1", "/ZTUtil a b"}));
   EXPECT_EQ(CrontabLine("\t0\t\tx\t").parts(), (Parts{"", "0", "", "x", ""}));
   EXPECT_EQ(CrontabLine("").parts(), (Parts{""}));

@@ -21,14 +21,7 @@ tm fieldsAt(Instant instant) {
   return fields;
 }
 
-}  // namespace
-
-void SystemCalendar::update() {
-  ::tzset();
-  ++updates_;  // invalidates the cache
-}
-
-LocalTime SystemCalendar::localTime(Instant instant) const {
+LocalTime localTimeAt(Instant instant) {
   const tm fields = fieldsAt(instant);
   // From the fields, because tm_gmtoff leaves out the leap seconds of a "right/" zone.
   const std::chrono::year_month_day date{std::chrono::year{fields.tm_year + 1900},
@@ -36,6 +29,18 @@ LocalTime SystemCalendar::localTime(Instant instant) const {
                                          std::chrono::day(unsigned(fields.tm_mday))};
   return std::chrono::local_days{date} + std::chrono::hours{fields.tm_hour} + std::chrono::minutes{fields.tm_min} +
          seconds{fields.tm_sec};
+}
+
+}  // namespace
+
+void SystemCalendar::update() {
+  ::tzset();
+  ++updates_;  // invalidates what is cached
+}
+
+LocalTime SystemCalendar::localTime(Instant instant) const {
+  if (latest_.update != updates_ || latest_.instant != instant) latest_ = {instant, localTimeAt(instant), updates_};
+  return latest_.local;
 }
 
 std::string SystemCalendar::zoneAbbreviation(Instant instant) const {
@@ -59,7 +64,7 @@ std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
   }
   const bool offsetIsConstant = candidates.size() == 1;  // then nothing is skipped or repeated
   if (!offsetIsConstant) {
-    std::erase_if(candidates, [&](Instant instant) { return localTime(instant) != local; });
+    std::erase_if(candidates, [local](Instant instant) { return localTimeAt(instant) != local; });
     std::ranges::sort(candidates);
   }
   return candidates;
@@ -68,7 +73,7 @@ std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
 seconds SystemCalendar::offsetAt(SampleTime time) const {
   auto& sample = cache_[static_cast<std::size_t>(time.time_since_epoch().count()) % cache_.size()];
   if (sample.update != updates_ || sample.time != time) {
-    sample = {time, localTime(time).time_since_epoch() - seconds{time.time_since_epoch()}, updates_};
+    sample = {time, localTimeAt(time).time_since_epoch() - seconds{time.time_since_epoch()}, updates_};
   }
   return sample.offset;
 }

@@ -31,7 +31,14 @@ class SystemCalendar final : public Calendar {
 
   std::chrono::seconds offsetAt(SampleTime time) const;
 
+  struct Answer {
+    Instant instant;
+    LocalTime local;
+    unsigned update = 0;
+  };
+
   unsigned updates_ = 0;
+  mutable Answer latest_;  ///< of localTime(): each line of a crontab asks for the same instant
   /// A cache with a fixed place for each time, enough for 64 days: the lines of a crontab fire on the same days.
   mutable std::array<Sample, 512> cache_;
 };
