@@ -12,15 +12,14 @@ namespace zt {
 inline constexpr auto crontabProgram = "/usr/bin/crontab";
 inline constexpr auto crontabArgument = "-l";
 
-/// What the application marks its lines with.
+/// The text that marks the lines of the application.
 inline constexpr std::string_view marker = "ZTUtil";
 
-/// Whether a line of a crontab bears the marker, wherever in it.
+/// Whether a line of a crontab contains the marker.
 bool isMarked(std::string_view line);
 
-/// The application's lines of the user's crontab, in crontab order: those that bear its marker and
-/// have exactly six fields. All others are left out silently; empty when the crontab is missing, or
-/// not valid UTF-8.
+/// The application's lines of the user's crontab, in crontab order: those that contain the marker and have exactly six
+/// fields. All others are left out silently. Empty if the crontab is missing or not valid UTF-8.
 std::vector<CrontabLine> readCrontabLines(platform::Commands& commands);
 
 }  // namespace zt

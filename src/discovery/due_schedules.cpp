@@ -11,7 +11,7 @@ namespace zt {
 
 std::vector<util::URL> matchingSchedules(std::span<const CrontabLine> lines, Instant time, const Calendar& calendar,
                                          platform::Commands& commands, std::ostream& output) {
-  // All are judged before the first shell runs.
+  // All lines are tested before the first shell runs.
   std::vector<const CrontabLine*> due;
   for (const auto& line : lines) {
     if (runsAt(line, time, calendar)) due.push_back(&line);
@@ -26,13 +26,13 @@ std::vector<util::URL> matchingSchedules(std::span<const CrontabLine> lines, Ins
 std::optional<util::URL> commandURL(const CrontabLine& line, platform::Commands& commands, std::ostream& output) {
   const auto command = line.part(CrontabLine::command);
   const auto fail = [&](std::string_view problem, std::string_view text, std::string_view from) {
-    // Flushed at once: a run that ends abnormally later must not take the reason along.
+    // Flushed at once: the message must not be lost if the run ends abnormally later.
     output << "ztbackupbytime: " << problem << " \"" << text << "\" " << from << " \"" << line.crontabLine() << "\"."
            << std::endl;
     return std::nullopt;
   };
 
-  // An empty piece is a word as well: only a split into no pieces would have none.
+  // An empty piece counts as a word, so this cannot happen.
   const auto words = util::split(command, ' ');
   if (words.empty()) return fail("crontab executable had no space in it. Was", command, "from");
 

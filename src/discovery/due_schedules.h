@@ -11,15 +11,13 @@
 
 namespace zt {
 
-/// The URLs of the lines that fire in the minute of `time`, in the order of the lines. A line whose
-/// command holds no URL is left out, with one line about it on `output`. Only lines that fire are
-/// handed to the shell.
+/// The URLs of the lines that fire in the minute of `time`, in the order of the lines. A line whose command has no URL
+/// is left out, with a one-line message on `output`. Only lines that fire are passed to the shell.
 std::vector<util::URL> matchingSchedules(std::span<const CrontabLine> lines, Instant time, const Calendar& calendar,
                                          platform::Commands& commands, std::ostream& output);
 
-/// The URL that is the last word of the line's command, after /bin/bash has taken off its escapes
-/// (and has expanded what else it expands). nullopt, after one line on `output`, where there is
-/// none.
+/// The URL that is the last word of the line's command, after /bin/bash has removed escapes and expanded what it
+/// expands. nullopt, after a one-line message on `output`, if there is none.
 std::optional<util::URL> commandURL(const CrontabLine& line, platform::Commands& commands, std::ostream& output);
 
 }  // namespace zt

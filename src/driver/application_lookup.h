@@ -11,12 +11,12 @@ namespace zt {
 /// The application and the programs inside it that a run uses.
 struct Application {
   std::filesystem::path location;
-  std::filesystem::path controller;  ///< not looked for before it is started
-  std::filesystem::path agent;       ///< looked for before each use
+  std::filesystem::path controller;  ///< not checked before it is started
+  std::filesystem::path agent;       ///< checked before each use
 };
 
-/// Finds the application: the running copy that was started first, otherwise the installed one.
-/// nullopt, after an error in the log, when there is none.
+/// Finds the application: the running copy that was started first, otherwise the installed one. nullopt, after an error
+/// in the log, if there is none.
 std::optional<Application> findApplication(const platform::Applications& applications, const Log& log);
 
 }  // namespace zt

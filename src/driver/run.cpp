@@ -38,8 +38,8 @@ class MainLoop {
         controller_(application.controller),
         wakeScheduling_(services.wakeEvents, services.fileManager, application.agent, log) {}
 
-  /// Serves the current minute. Then sleeps into the next one if something is due in it, or else sets the wake event and
-  /// waits out the throttle interval.
+  /// Serves the current minute. Then sleeps into the next one if something is due in it, or else sets the wake event
+  /// and waits out the throttle interval.
   Next pass() {
     services_.calendar.update();
     const Instant now = services_.clock.now();

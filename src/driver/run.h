@@ -17,7 +17,7 @@
 
 namespace zt {
 
-/// What a run needs of the machine. Everything has to outlive the run.
+/// What a run needs from the machine. Everything has to outlive the run.
 struct Services {
   platform::Clock& clock;
   Calendar& calendar;
@@ -27,11 +27,10 @@ struct Services {
   platform::PowerAssertions& powerAssertions;
   platform::WakeEvents& wakeEvents;
   platform::LogSinks logSinks;
-  std::ostream& output;  ///< for messages about entries that are due but cannot be used
+  std::ostream& output;  ///< for messages about due lines without a URL
 };
 
-/// One run of the tool, from start to exit. Gives the exit status: 0, or 1 when the application
-/// cannot be found.
+/// One run of the tool, from start to exit. Gives the exit status: 0, or 1 if the application cannot be found.
 int run(const Services& services);
 
 }  // namespace zt

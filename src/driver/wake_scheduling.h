@@ -10,16 +10,16 @@
 
 namespace zt {
 
-/// Replaces the wake events that this tool has set, by way of the application's agent. Without an
-/// executable agent nothing is cancelled or set. The agent's exit status is not looked at.
+/// Replaces the wake events that this tool has set, through the application's agent. Without an executable agent
+/// nothing is cancelled or set. The exit status of the agent is ignored.
 class WakeScheduling {
  public:
   WakeScheduling(platform::WakeEvents& wakeEvents, const platform::FileManager& fileManager,
                  std::filesystem::path agent, const Log& log)
       : wakeEvents_(wakeEvents), fileManager_(fileManager), agent_(std::move(agent)), log_(log) {}
 
-  /// Cancels every listed event that bears the name of the tool or of the agent. Other programs'
-  /// events, and lines that are not seven words, are left alone.
+  /// Cancels every listed event that contains the name of the tool or of the agent. Events of other programs, and lines
+  /// that do not have seven words, are left alone.
   void cancelExisting();
 
   /// Sets the event for `date`.

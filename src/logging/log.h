@@ -8,20 +8,20 @@
 
 namespace zt {
 
-/// Writes messages at five levels for one subsystem and category. Where the machine has a unified
-/// log, the message is stored there as it is; otherwise it goes to the plain log behind the name of
-/// its level. Callable from any thread; failures to write are not reported.
+/// Writes messages at five levels for one subsystem and category. If the machine has a unified log, the message is
+/// stored there unchanged; otherwise it goes to the plain log after the name of its level. Callable from any thread;
+/// failures to write are not reported.
 class Log {
  public:
   /// The sinks have to outlive the log.
   Log(std::string subsystem, std::string category, platform::LogSinks sinks);
 
-  /// In the plain log these three are read as a format: a percent sign begins a directive, for
-  /// which there is no argument. See expandPlainFormat().
+  /// The plain log reads these three as a format: a percent sign begins a directive, for which there is no argument.
+  /// See expandPlainFormat().
   void default_(std::string_view message) const;
   void debug(std::string_view message) const;
   void info(std::string_view message) const;
-  /// These two are printed as they are in both logs.
+  /// Both logs print these two unchanged.
   void error(std::string_view message) const;
   void fault(std::string_view message) const;
 

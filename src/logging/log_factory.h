@@ -6,8 +6,8 @@
 
 namespace zt {
 
-/// Makes logs for the areas of the application: the subsystem is com.velmorra.Zantrove.AREA, and the category
-/// is the caller's. Every call makes a new one, for which the sinks have to stay.
+/// Makes logs for the areas of the application: the subsystem is com.velmorra.Zantrove.AREA, the category is the
+/// caller's. Every call makes a new log. The sinks have to outlive it.
 class LogFactory {
  public:
   static Log setting(std::string category, platform::LogSinks sinks);

@@ -14,8 +14,8 @@ class Clock {
   /// The current instant, rounded down to the second.
   virtual Instant now() const = 0;
 
-  /// Blocks for the whole of `duration`, whatever signals arrive. Time that the machine spends
-  /// suspended counts; a change of the wall clock does not. Zero or less returns at once.
+  /// Blocks for the whole `duration`, whatever signals arrive. Time in which the machine is suspended counts; a change
+  /// of the wall clock does not. Zero or less returns at once.
   virtual void sleep(std::chrono::seconds duration) = 0;
 };
 

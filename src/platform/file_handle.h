@@ -8,8 +8,7 @@
 
 namespace zt::platform {
 
-/// Takes over one open file descriptor and closes it when it goes. What fails here ends the process: one line on
-/// standard error, then abort.
+/// Owns one open file descriptor. Any failure here ends the process: one line on standard error, then abort.
 class FileHandle {
  public:
   using ReadabilityHandler = std::function<void(FileHandle&)>;
@@ -19,21 +18,19 @@ class FileHandle {
   FileHandle& operator=(const FileHandle&) = delete;
   ~FileHandle();
 
-  /// The bytes that can be read now, at most 64 KiB. Blocks until there are some; empty at end of file.
-  /// While a readability handler is set, only that may call it.
+  /// The bytes that can be read now, at most 64 KiB. Blocks until there are some; empty at end of file. While a
+  /// readability handler is set, only that handler may call this.
   std::string availableData();
 
-  /// Has `handler` called on a background thread whenever there is something to read, which it is to take
-  /// with availableData(), and a last time at end of file. It must not throw. Takes the place of a handler
-  /// that was set before; empty stops the calls. Returns, as the destructor does, when no call of the former
-  /// handler is running any more.
+  /// Calls `handler` on a background thread whenever there is something to read, which it has to read with
+  /// availableData(), and a last time at end of file. It must not throw. Replaces an earlier handler; an empty one
+  /// stops the calls. Like the destructor, this returns when no call of the earlier handler is running any more.
   ///
-  /// Handlers are set, and the file is closed, by one thread at a time. A handler may itself stop its calls
-  /// or let go of the file handle, without any wait; setting another one there is a programming error and
-  /// aborts.
+  /// Only one thread at a time may set handlers or close the file. A handler may stop its own calls or destroy the file
+  /// handle; neither waits. Setting another handler there is a programming error and aborts.
   void setReadabilityHandler(ReadabilityHandler handler);
 
-  /// Stops the calls and closes the descriptor before its owner goes; may be called again.
+  /// Stops the calls and closes the descriptor. May be called again.
   void closeFile() noexcept;
 
   /// -1 once closed.
@@ -44,14 +41,14 @@ class FileHandle {
 
   int fileDescriptor_;
   bool atEndOfFile_ = false;
-  std::mutex changingReader_;  // guards reader_: the new thread may stop its calls before it is stored there
+  std::mutex changingReader_;  // guards reader_: a new thread may stop its calls before it is stored there
   std::jthread reader_;
 };
 
 /// An anonymous pipe. Both ends are close-on-exec.
 class Pipe {
  public:
-  /// Where no pipe can be made, the process ends in the same way.
+  /// If no pipe can be made, the process ends as above.
   Pipe();
 
   FileHandle& fileHandleForReading() noexcept { return reading_; }

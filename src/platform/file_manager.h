@@ -9,8 +9,7 @@ class FileManager {
  public:
   virtual ~FileManager() = default;
 
-  /// Whether `path` is a regular file that this process may execute. False when it is missing or
-  /// cannot be looked at.
+  /// Whether `path` is a regular file that this process may execute. False if it is missing or cannot be examined.
   virtual bool isExecutableFile(const std::filesystem::path& path) const = 0;
 };
 

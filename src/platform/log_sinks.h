@@ -6,8 +6,7 @@ namespace zt::platform {
 
 enum class LogLevel { default_, debug, info, error, fault };
 
-/// A system log that keeps level, subsystem and category of an entry as fields of their own.
-/// Callable from any thread.
+/// A system log that stores level, subsystem and category of an entry as separate fields. Callable from any thread.
 class UnifiedLog {
  public:
   virtual ~UnifiedLog() = default;
@@ -25,9 +24,9 @@ class PlainLog {
   virtual void write(std::string_view message) = 0;
 };
 
-/// Where a run's messages go: to `unified` where the machine has one, otherwise to `plain`.
+/// Where the messages of a run go: to `unified` if the machine has one, otherwise to `plain`.
 struct LogSinks {
-  UnifiedLog* unified;  ///< null when there is none
+  UnifiedLog* unified;  ///< null if there is none
   PlainLog& plain;
 };
 

@@ -5,7 +5,7 @@
 
 namespace zt::platform {
 
-/// Keeps the machine from going to sleep by itself.
+/// Keeps the machine from idle sleep.
 class PowerAssertions {
  public:
   struct Created {
@@ -15,11 +15,11 @@ class PowerAssertions {
 
   virtual ~PowerAssertions() = default;
 
-  /// Takes an assertion that holds until it is released or this process ends. `type` is what is to
-  /// be prevented, `name` who asks, `details` why, for a person who looks.
+  /// Takes an assertion that lasts until it is released or this process ends. `type` is what it prevents; `name` and
+  /// `details` tell a person who has taken it and why.
   virtual Created create(std::string_view type, std::string_view name, std::string_view details) = 0;
 
-  /// Gives an assertion back. Failure is not reported: the process is about to end.
+  /// Releases an assertion. A failure is not reported: the process is about to end.
   virtual void release(std::uint32_t identifier) = 0;
 };
 

@@ -16,13 +16,12 @@ namespace zt::platform {
 /// One child process: configured, then launched once. The child gets descriptors 0 to 2, default signal
 /// dispositions, an empty signal mask and this process's environment, and nothing else.
 ///
-/// A Task refers to its child, and a copy refers to the same one. The slots own the pipes and files in
-/// them until the last copy goes. The child runs on then, and a handler that is set is still called.
-/// A child that has exited and that neither a handler nor waitUntilExit() waits for remains a zombie until
-/// this process ends.
+/// A Task refers to its child, and a copy refers to the same child. The last copy closes the pipes and files of its
+/// streams; the child runs on, and its handler is still called. A child that has exited remains a zombie until this
+/// process ends, unless a handler or waitUntilExit() waits for it.
 ///
-/// One thread at a time sets a task up and launches it. Setting anything after the launch, and a second
-/// launch, are programming errors and abort.
+/// Only one thread at a time may set up and launch a task. Setting anything after the launch, and a second launch, are
+/// programming errors and abort.
 class Task {
  public:
   /// What a standard stream of the child is: inherited, a pipe, or an open file.
@@ -32,8 +31,8 @@ class Task {
   /// Whether a child can be given `text` as an argument: the system has a greatest length, and a NUL would end it.
   static bool isArgument(std::string_view text);
 
-  /// `launchPath` is executed directly: no shell, no search of PATH. `arguments` follow it in the child's
-  /// argument list; nullopt is none.
+  /// `launchPath` is executed directly, without a shell or a search of PATH. `arguments` follow it in the argument list
+  /// of the child; nullopt means none.
   explicit Task(std::string launchPath = {}, std::optional<std::vector<std::string>> arguments = std::nullopt);
 
   void setLaunchPath(std::string path);
@@ -44,27 +43,27 @@ class Task {
   void setStandardError(Stream stream);
   const Stream& standardOutput() const;
 
-  /// Takes the place of a handler that was set before; empty is none. It is called once, on a background
-  /// thread of its own, after the child has exited, and is let go of then. It must not throw.
+  /// Replaces an earlier handler; empty means none. It is called once, on a background thread of its own, after the
+  /// child has exited, and is destroyed then. It must not throw.
   void setTerminationHandler(TerminationHandler handler);
 
-  /// Starts the child and closes the pipe ends that the child now has, so that each serves one child; files
-  /// stay open. A child that cannot be started ends this process: one line on standard error with its path and
-  /// the reason, then abort.
+  /// Starts the child and closes the pipe ends that it has been given, so each serves one child; files stay open. If
+  /// the child cannot be started, this process ends: one line on standard error with the path and the reason, then
+  /// abort.
   void launch();
 
-  /// Blocks until the child has exited, on any thread and as often as wanted. It waits for the launch as
-  /// well, as in a chain: a task that nobody launches blocks it for good.
+  /// Blocks until the child has exited. Callable on any thread, any number of times. It waits for the launch as well,
+  /// so for a task in a chain; a task that is never launched blocks it for good.
   void waitUntilExit();
 
-  /// The child's exit status, or the number of the signal that killed it. Valid in the termination handler
-  /// and once waitUntilExit() has returned.
+  /// The exit status, or the number of the signal that killed the child. Valid in the termination handler and after
+  /// waitUntilExit() has returned.
   std::int32_t terminationStatus() const;
 
  private:
   struct State;
 
-  /// The state, as long as it may be changed.
+  /// The state before the launch; aborts after it.
   State& configuration();
 
   std::shared_ptr<State> state_;

@@ -5,13 +5,13 @@
 
 namespace zt::platform {
 
-/// What the standard output can show.
+/// What standard output can show.
 struct Terminal {
-  /// Asks the kernel and the environment. COLUMNS goes before a terminal's own width, and limits what goes into a pipe,
-  /// too. With NO_COLOR (https://no-color.org), and on a terminal that is "dumb", there is no colour.
+  /// Asks the kernel and the environment. COLUMNS overrides the width of the terminal, and limits output to a pipe as
+  /// well. NO_COLOR (https://no-color.org) turns colour off, and so does a TERM of "dumb".
   static Terminal ofStandardOutput();
 
-  std::optional<std::size_t> columns;  ///< nullopt where there is no limit
+  std::optional<std::size_t> columns;  ///< nullopt if there is no limit
   bool hasColor = false;
 };
 

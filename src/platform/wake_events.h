@@ -7,16 +7,14 @@
 
 namespace zt::platform {
 
-/// The machine's scheduled wake events. They are set and cancelled by the application's agent, whose location is
-/// found anew by each run. A program behind them that is executable but cannot be started ends the process, as with
-/// Commands.
+/// The machine's scheduled wake events. The application's agent sets and cancels them; each run looks up its location
+/// anew. A program that is executable but cannot be started ends the process, as with Commands.
 class WakeEvents {
  public:
   virtual ~WakeEvents() = default;
 
-  /// The scheduled events, one line each, whoever set them; nullopt when there is no listing. A
-  /// line of an event has seven words: index, "wake", "at", date MM/DD/YYYY, time HH:MM:SS (local),
-  /// "by", owner.
+  /// The scheduled events of all owners, one line each; nullopt if there is no listing. The line of an event has seven
+  /// words: index, "wake", "at", date MM/DD/YYYY, time HH:MM:SS (local), "by", owner.
   virtual std::optional<std::vector<std::string>> list(const std::filesystem::path& agent) = 0;
 
   /// Cancels the agent's event at `dateAndTime`: the fourth and fifth words of its line.

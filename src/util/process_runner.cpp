@@ -15,7 +15,7 @@ void setCommand(platform::Task& task, std::optional<std::string> launchPath,
   if (arguments) task.setArguments(std::move(arguments));
 }
 
-/// The end from which this process reads the task's standard output; null where that is no pipe.
+/// The end from which this process reads the standard output of the task; null if that is not a pipe.
 platform::FileHandle* outputOf(const platform::Task& task) {
   const auto* pipe = std::get_if<std::shared_ptr<platform::Pipe>>(&task.standardOutput());
   return pipe == nullptr ? nullptr : &(*pipe)->fileHandleForReading();
@@ -31,7 +31,7 @@ platform::Task::TerminationHandler completionReader(Completion completion) {
   };
 }
 
-/// What shell() collects: filled on one background thread, and for others to read once it is complete.
+/// What shell() collects. One background thread fills it; others may read it when it is complete.
 struct OutputBuffer {
   std::string bytes;
   std::latch complete{1};
@@ -52,7 +52,7 @@ std::optional<std::vector<std::string>> shell(platform::Task task, std::optional
   task.setStandardOutput(pipe);
   task.setStandardError(pipe);
   task.setTerminationHandler([output](platform::Task& ended) {
-    // What a child has written, or left something behind to write, is read to its end even after its exit.
+    // After the exit of the child there can still be output to read, from processes that it left behind as well.
     output->complete.wait();
     if (auto* handle = outputOf(ended)) handle->setReadabilityHandler(nullptr);
   });

@@ -10,43 +10,40 @@
 
 namespace zt::util {
 
-// What can be done with a task beyond launching it. A child that cannot be started ends this process, on
-// whichever thread that happens (see Task::launch).
+// Operations on tasks. A child that cannot be started ends this process, on any thread (see Task::launch).
 
-/// Gets a task's output and its termination status, on a background thread. It must not throw.
+/// Receives the output and the termination status of a task, on a background thread. Must not throw.
 using Completion = std::function<void(const std::string& text, std::int32_t status)>;
 
-/// Runs a task to completion. Gives the lines of its standard output and standard error, in the order in
-/// which the child wrote them, without empty ones; nullopt when they are not valid UTF-8. The termination
-/// status is not looked at. A launch path or arguments that are absent leave what the task holds; its
-/// output slots and its termination handler are replaced. Returns once the child has exited and everything
-/// that it handed its output to has closed it.
+/// Runs a task to completion. Gives the lines of its standard output and standard error in the order in which they were
+/// written, without empty ones; nullopt if they are not valid UTF-8. The termination status is ignored. An absent
+/// launch path or absent arguments leave those of the task; its output streams and its termination handler are
+/// replaced. Returns when the child has exited and every process that inherited its output has closed it.
 std::optional<std::vector<std::string>> shell(platform::Task task, std::optional<std::string> launchPath = std::nullopt,
                                               std::optional<std::vector<std::string>> arguments = std::nullopt);
 
-/// Launches a task and leaves it running, with the streams and the handler that it holds. A launch path or
-/// arguments that are absent leave what it holds.
+/// Launches a task and leaves it running, with its streams and its handler. An absent launch path or absent arguments
+/// leave those of the task.
 void spawn(platform::Task task, std::optional<std::string> launchPath = std::nullopt,
            std::optional<std::vector<std::string>> arguments = std::nullopt);
 
-/// Has `next` read what `upstream` writes: a pipe becomes the standard output of the one and the standard
-/// input of the other, and a second pipe becomes both output streams of `next`. Gives back `next`, for a
-/// further pipe() to extend the chain. Launches nothing: whoever launches `upstream` starts the chain.
+/// Makes `next` read what `upstream` writes: a pipe becomes the standard output of `upstream` and the standard input of
+/// `next`, and a second pipe becomes both output streams of `next`. Gives `next`, so that another pipe() can extend the
+/// chain. Launches nothing: launching `upstream` starts the chain.
 ///
-/// `upstream` gets a termination handler, in place of its own, that launches `next`. They do not run side by
-/// side: nobody reads while `upstream` writes, and more than a pipe takes, 64 KiB on Linux by default
-/// (pipe(7)), blocks it for good. So it does with `next`. What a task in the middle of a chain writes to its
-/// standard error is lost.
+/// `upstream` gets a termination handler, in place of its own, that launches `next`. The two do not run at the same
+/// time: nobody reads while `upstream` writes, so writing more than a pipe holds, 64 KiB on Linux by default (pipe(7)),
+/// blocks it for good. The same is true of `next`. The standard error of a task within a chain is lost.
 ///
-/// With a completion, `next` reports as by complete(), if no further pipe() extends the chain; without one
-/// its termination handler stays as it is.
+/// With a completion, `next` reports as by complete(), unless another pipe() extends the chain; without one its
+/// termination handler stays.
 platform::Task pipe(platform::Task upstream, platform::Task next, Completion completion = nullptr);
 
-/// Has `completion` called once after the task has exited, with its termination status and with what one
-/// read of its standard output gives: empty where that is not valid UTF-8 or the standard output is no pipe.
-/// Nobody reads before, so a task that writes more than its pipe takes does not exit; and while the pipe is
-/// empty but held by a process that the task left behind, the read waits for that.
-/// Replaces the termination handler, launches nothing, and gives back the task.
+/// Calls `completion` once after the task has exited, with its termination status and with the result of one read of
+/// its standard output: empty if that is not valid UTF-8, or if standard output is not a pipe. Nobody reads before
+/// that, so a task that writes more than its pipe holds does not exit. If the pipe is empty but a process that the task
+/// left behind still has it open, the read waits. Replaces the termination handler, launches nothing, and gives the
+/// task.
 platform::Task complete(platform::Task task, Completion completion);
 
 }  // namespace zt::util

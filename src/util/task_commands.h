@@ -4,7 +4,7 @@
 
 namespace zt::util {
 
-/// Commands as child processes.
+/// Runs commands as child processes of this one.
 class TaskCommands final : public platform::Commands {
  public:
   std::optional<std::vector<std::string>> run(const std::string& path,

@@ -10,7 +10,7 @@
 namespace zt::util {
 namespace {
 
-/// A text as utf8proc's options make it; one that is not valid UTF-8 stays as it is.
+/// A text mapped by utf8proc with these options; unchanged if it is not valid UTF-8.
 std::string mapped(const std::string& text, int options) {
   utf8proc_uint8_t* result = nullptr;
   const auto size =
@@ -21,11 +21,11 @@ std::string mapped(const std::string& text, int options) {
   return {reinterpret_cast<const char*>(result), static_cast<std::size_t>(size)};
 }
 
-/// What is the same for texts that are the same under the options.
+/// A key that is equal for texts that are the same under the options.
 std::string comparisonKey(std::string_view text, CompareOptions options) {
   const int decompose = options.literal ? 0 : UTF8PROC_DECOMPOSE;
   std::string key(text);
-  // Before folding as well, which makes a letter of a mark (U+0345): marks do not move past a letter.
+  // Also before folding: that turns a mark (U+0345) into a letter, which other marks cannot move past any more.
   if (!options.literal) key = mapped(key, decompose);
   if (options.caseInsensitive) key = mapped(key, decompose | UTF8PROC_CASEFOLD);
   return key;

@@ -27,9 +27,9 @@ struct CompareOptions {
   bool literal = false;          ///< code point by code point: é as one code point is not é as two
 };
 
-/// Whether two texts are the same from end to end: by canonical equivalence (Unicode Standard, section 3.7),
-/// with `caseInsensitive` by canonical caseless matching (section 3.13, D145), with `literal` without any
-/// normalization. A text that is not valid UTF-8 is only the same as one of the same bytes.
+/// Whether two texts are the same from end to end: by canonical equivalence (Unicode Standard, section 3.7), with
+/// `caseInsensitive` by canonical caseless matching (section 3.13, D145), with `literal` without any normalization. A
+/// text that is not valid UTF-8 is the same only as one with the same bytes.
 bool isSame(std::string_view a, std::string_view b, CompareOptions options);
 
 }  // namespace zt::util

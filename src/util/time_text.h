@@ -31,7 +31,7 @@ std::string rfc3339(Instant instant, const Calendar& calendar);
 /// "1 day 4h", "2h 15min", "45min" and "30s"; "now" for none.
 std::string timeLeft(std::chrono::seconds left);
 
-// Both throw a std::invalid_argument that tells what is wrong, in words that follow the text: "is not a month ...".
+// Both throw a std::invalid_argument with the rest of a sentence that begins with the text: "is not a month ...".
 
 /// The instant that a text names: seconds since 1970, or a local date and time such as "2027-03-14 01:00", with or
 /// without seconds, and with a blank or a T between them. A repeated time means the first instant. Skipped times are

@@ -12,7 +12,7 @@ namespace {
 
 std::string encodedPathOf(const UriUriA& uri) {
   std::string path = uri.absolutePath != URI_FALSE ? "/" : "";
-  // Behind a host every segment has its slash, the first one too.
+  // After a host, every segment begins with a slash, the first one too.
   bool slash = uri.hostText.first != nullptr;
   for (const auto* segment = uri.pathHead; segment != nullptr; segment = segment->next) {
     if (slash) path += '/';

@@ -13,26 +13,25 @@ namespace zt::util {
 
 /// A URL reference (RFC 3986): a whole URL, or a relative reference such as a bare path.
 ///
-/// URLs are compared as locations, by their path components alone: scheme, host, query and fragment do not
-/// count, and neither does how a character was written, percent-encoded or not. Whole components are
-/// compared, in order, as isSame() compares texts. The disk is not asked: "." and ".." are names like others,
-/// so that /a/b/../c counts as below /a/b. Everything is below a URL without a path.
+/// URLs are compared as locations, by their path components alone: scheme, host, query and fragment do not count, nor
+/// does percent-encoding. Whole components are compared, in order, as isSame() compares texts. The file system is not
+/// consulted: "." and ".." are ordinary names, so /a/b/../c is below /a/b. Everything is below a URL without a path.
 class URL {
  public:
-  /// Takes the text as it is, adding no scheme and encoding nothing; nullopt when it is no URL
-  /// reference, for one because it holds a character that has to be percent-encoded.
+  /// Takes the text as it is, without adding a scheme or encoding anything; nullopt if it is not a URL reference, for
+  /// example because it contains a character that has to be percent-encoded.
   static std::optional<URL> parse(std::string_view text);
 
-  /// The text of the whole reference, percent-encoded as it was given.
+  /// The text of the whole reference, as it was given.
   const std::string& absoluteString() const { return text_; }
-  /// The path component with its percent-encoding taken off.
+  /// The path, percent-decoded.
   std::string path() const;
 
-  /// "/" if the path starts at the root, then each name with its percent-encoding taken off. A slash in a
-  /// name (%2F) separates nothing; empty names, as after a trailing slash, are left out.
+  /// "/" if the path starts at the root, then each name, percent-decoded. A slash within a name (%2F) does not separate
+  /// names. Empty names, such as after a trailing slash, are left out.
   std::vector<std::string> pathComponents() const;
 
-  /// Whether the path is written as that of a directory, with a slash at its end.
+  /// Whether the path is written as that of a directory, with a trailing slash.
   bool myHasDirectoryPath() const { return encodedPath_.ends_with('/'); }
 
   /// Whether both have the same path components.

@@ -27,7 +27,7 @@ Message joined(std::initializer_list<Message> messages) {
   return result;
 }
 
-/// Whether a word could be a time field of crontab(5): numbers, names and what stands between them.
+/// Whether a word could be a time field of crontab(5): numbers, names, and the characters between them.
 bool looksLikeTimeField(std::string_view word) {
   static constexpr std::array names = {"sun", "mon", "tue", "wed", "thu", "fri", "sat", "jan", "feb", "mar",
                                        "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"};

@@ -9,8 +9,8 @@ namespace zt {
 
 /// What is wrong with a line, and how to mend it. Text quoted from the line is printable (see terminal_text.h).
 struct Diagnostics {
-  std::optional<std::string> error;    ///< why the line makes no copy: it is not a schedule, never fires, or has no URL
-  std::optional<std::string> warning;  ///< what a line that is a schedule means, where it seems to mean something else
+  std::optional<std::string> error;    ///< why the line makes no copy
+  std::optional<std::string> warning;  ///< what the line means, if it seems to mean something else
 };
 
 /// The diagnostics of a line with any number of fields. Without an error it makes copies, as far as can be known

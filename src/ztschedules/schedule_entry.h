@@ -11,7 +11,7 @@
 
 namespace zt {
 
-/// A line of a crontab that has the application's marker, and what there is to show of it.
+/// A marked line of a crontab, and what ztschedules shows of it.
 struct ScheduleEntry {
   std::size_t number;   ///< of the line, from 1; empty lines count
   CrontabLine line;     ///< with any number of fields

@@ -15,7 +15,7 @@ namespace {
 /// One character of a text, or one byte of what is not UTF-8.
 struct Character {
   std::string_view bytes;
-  utf8proc_int32_t codePoint;  // negative where it is not UTF-8
+  utf8proc_int32_t codePoint;  // negative if it is not UTF-8
 };
 
 Character takeCharacter(std::string_view& text) {

@@ -12,7 +12,7 @@ std::optional<std::vector<std::string>> AgentWakeEvents::list(const std::filesys
 }
 
 void AgentWakeEvents::cancel(const std::filesystem::path& agent, const std::string& dateAndTime) {
-  // A listing may have anything in it.
+  // A listing may contain anything.
   if (Task::isArgument(dateAndTime)) commands_.run(agent, {"cancel", dateAndTime});
 }
 

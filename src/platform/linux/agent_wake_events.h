@@ -6,9 +6,8 @@
 
 namespace zt::platform {
 
-/// Wake events by way of the application's agent and its verbs `sched`, `cancel` and `wake`.
-/// The listing is that of /usr/bin/pmset where the machine has it, otherwise the agent's, and none
-/// where neither can be executed.
+/// Wake events through the application's agent and its verbs `sched`, `cancel` and `wake`. The listing comes from
+/// /usr/bin/pmset if the machine has it, otherwise from the agent. If neither can be executed, there is none.
 class AgentWakeEvents final : public WakeEvents {
  public:
   AgentWakeEvents(Commands& commands, const FileManager& fileManager)

@@ -6,8 +6,8 @@
 
 namespace zt::platform {
 
-/// Starts `work`, which must not throw, on a thread of its own, for the caller to join or detach. Where the machine has
-/// none to give, the process ends by fatal().
+/// Starts `work`, which must not throw, on a new thread, which the caller joins or detaches. If no thread can be
+/// started, the process ends by fatal().
 std::jthread startBackgroundThread(std::function<void(std::stop_token)> work);
 
 }  // namespace zt::platform

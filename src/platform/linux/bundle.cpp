@@ -12,14 +12,14 @@
 namespace zt::platform {
 namespace {
 
-/// Far more than an application's has. In a larger one libplist, which is recursive, could go deeper than the stack.
+/// Far more than an application needs. libplist is recursive, and a larger file could overflow the stack.
 constexpr std::uintmax_t mostBytes = std::uintmax_t{256} * 1024;
 
 using Plist = std::unique_ptr<std::remove_pointer_t<plist_t>, decltype(&plist_free)>;
 
 Plist parsePlist(std::string_view data) {
   const auto size = static_cast<std::uint32_t>(data.size());
-  // Not plist_from_memory(): its parameters differ from one release of libplist to the next.
+  // Not plist_from_memory(): its parameters differ between releases of libplist.
   const auto parse = plist_is_binary(data.data(), size) != 0 ? plist_from_bin : plist_from_xml;
   plist_t root = nullptr;
   parse(data.data(), size, &root);
@@ -29,7 +29,7 @@ Plist parsePlist(std::string_view data) {
 std::string textOf(plist_t dictionary, const char* key) {
   auto* node = plist_dict_get_item(dictionary, key);
   if (node == nullptr || plist_get_node_type(node) != PLIST_STRING) return {};
-  // Not plist_get_string_val(), which ends the process where there is a NUL in the string.
+  // Not plist_get_string_val(): it ends the process if the string contains a NUL.
   std::uint64_t size = 0;
   const char* text = plist_get_string_ptr(node, &size);
   return text == nullptr ? std::string{} : std::string(text, size);
@@ -41,7 +41,7 @@ std::optional<Bundle> readBundle(const std::filesystem::path& path) {
   if (path.extension() != ".app") return std::nullopt;
   const auto infoPlist = path / "Contents/Info.plist";
   std::error_code error;
-  // Opening anything else, a named pipe for one, could block for good.
+  // Opening anything else, such as a named pipe, could block for good.
   if (!std::filesystem::is_regular_file(infoPlist, error)) return std::nullopt;
   if (std::filesystem::file_size(infoPlist, error) > mostBytes) return std::nullopt;
   std::ifstream file(infoPlist, std::ios::binary);
@@ -54,7 +54,7 @@ std::optional<Bundle> readBundle(const std::filesystem::path& path, std::string_
   const std::string identifier = textOf(plist.get(), "CFBundleIdentifier");
   const std::string executable = textOf(plist.get(), "CFBundleExecutable");
   if (identifier.empty() || executable.empty()) return std::nullopt;
-  // Put together as text: a name that begins with a slash would otherwise replace the folder.
+  // Joined as text: operator/ would replace the folder by a name that begins with a slash.
   return Bundle{identifier, path / ("Contents/MacOS/" + executable)};
 }
 

@@ -4,8 +4,8 @@
 
 namespace zt::platform {
 
-/// Ends the process abnormally after one line on standard error: what could not be done, and the
-/// text of `error`, a number of errno(3). Control characters are shown as question marks.
+/// Aborts the process after one line on standard error: what could not be done, and the text of `error`, a number of
+/// errno(3). Control characters are shown as question marks.
 [[noreturn]] void fatal(std::string_view context, int error);
 
 }  // namespace zt::platform

@@ -74,7 +74,7 @@ void FileHandle::callWhenReadable(const ReadabilityHandler& handler, const std::
 
 void FileHandle::closeFile() noexcept {
   setReadabilityHandler(nullptr);
-  // Not repeated after EINTR: Linux has let go of the descriptor by then (close(2), NOTES).
+  // Not repeated after EINTR: Linux has closed the descriptor by then (close(2), NOTES).
   if (fileDescriptor_ >= 0) ::close(std::exchange(fileDescriptor_, -1));
 }
 

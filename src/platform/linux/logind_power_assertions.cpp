@@ -18,16 +18,16 @@ using namespace std::chrono_literals;
 using std::chrono::steady_clock;
 
 constexpr auto longestWait = 2s;
-constexpr int noAnswerYet = 0;  // the descriptor of a lock is never one of the standard streams
+constexpr int noAnswerYet = 0;  // no lock has the descriptor of a standard stream
 
-/// Leaves the lock's descriptor or a negative errno in `userdata`, an int.
+/// Stores the descriptor of the lock, or a negative errno, in `userdata`, an int.
 int takeAnswer(sd_bus_message* message, void* userdata, sd_bus_error* /*error*/) {
-  const auto& systemd = *SystemdLibrary::load();  // it is what calls this
+  const auto& systemd = *SystemdLibrary::load();  // loaded: it calls this function
   int descriptor = -1;
   int result = -systemd.sd_bus_message_get_errno(message);
   if (result == 0) result = systemd.sd_bus_message_read(message, "h", &descriptor);
   if (result >= 0) {
-    // The message owns what it brings.
+    // The message owns its descriptor.
     result = ::fcntl(descriptor, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
     if (result < 0) result = -errno;
   }
@@ -37,7 +37,7 @@ int takeAnswer(sd_bus_message* message, void* userdata, sd_bus_error* /*error*/)
 
 /// The descriptor of a new lock, or a negative errno.
 int inhibit(const std::string& what, const std::string& who, const std::string& why) {
-  // Without a bus there is nobody to ask, and no library to load.
+  // Without a bus, loading the library would be in vain.
   if (std::getenv("DBUS_SYSTEM_BUS_ADDRESS") == nullptr && ::access("/run/dbus/system_bus_socket", F_OK) != 0)
     return -errno;
   const auto* systemd = SystemdLibrary::load();
@@ -49,7 +49,7 @@ int inhibit(const std::string& what, const std::string& who, const std::string& 
   if (result < 0) return result;
   const std::unique_ptr<sd_bus, decltype(systemd->sd_bus_close_unref)> bus(opened, systemd->sd_bus_close_unref);
 
-  // Not sd_bus_call(): its timeout begins when the bus has let us in, and a bus that hangs never does.
+  // Not sd_bus_call(): its timeout starts only after the bus has accepted us, and a bus that hangs never does.
   int answer = noAnswerYet;
   result = systemd->sd_bus_call_method_async(bus.get(), nullptr, "org.freedesktop.login1", "/org/freedesktop/login1",
                                              "org.freedesktop.login1.Manager", "Inhibit", takeAnswer, &answer, "ssss",

@@ -7,13 +7,12 @@
 
 namespace zt::platform {
 
-/// Inhibitor locks of systemd-logind (org.freedesktop.login1(5), Inhibit), which every user may take for idle
-/// sleep. The only type is "PreventUserIdleSystemSleep".
+/// Inhibitor locks of systemd-logind (org.freedesktop.login1(5), Inhibit). Every user may take one against idle sleep.
+/// The only type is "PreventUserIdleSystemSleep".
 ///
-/// The result of create() is negative where there is no lock: a number of errno(3), such as -EACCES where
-/// logind refuses, -ENOENT or -ECONNREFUSED without a system bus, -ELIBACC without libsystemd, and -ETIMEDOUT when
-/// there was no answer within two seconds. A lock is held by a file descriptor, so that it ends with this process at
-/// the latest.
+/// If there is no lock, the result of create() is a negative errno(3): -EACCES if logind refuses, -ENOENT or
+/// -ECONNREFUSED without a system bus, -ELIBACC without libsystemd, -ETIMEDOUT without an answer within two seconds,
+/// and others. A file descriptor holds the lock, so it ends with this process at the latest.
 class LogindPowerAssertions final : public PowerAssertions {
  public:
   Created create(std::string_view type, std::string_view name, std::string_view details) override;

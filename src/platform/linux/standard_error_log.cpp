@@ -22,7 +22,7 @@ void StandardErrorLog::write(std::string_view message) {
                 program_invocation_short_name, ::getpid(), ::gettid());
 
   const std::string line = std::string(heading.data()).append(message).append("\n");
-  const std::scoped_lock lock(writing_);  // a pipe takes a long line in pieces
+  const std::scoped_lock lock(writing_);  // a long line is written to a pipe in pieces
   for (std::string_view left = line; !left.empty();) {
     const auto written = ::write(STDERR_FILENO, left.data(), left.size());
     if (written > 0) {

@@ -6,8 +6,8 @@
 
 namespace zt::platform {
 
-/// Entries on standard error, each written whole: local date and time, process name with its and
-/// the thread's number, message.
+/// Entries on standard error, one line each: local date and time, name of the process, numbers of process and thread,
+/// message.
 class StandardErrorLog final : public PlainLog {
  public:
   void write(std::string_view message) override;

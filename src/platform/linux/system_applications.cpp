@@ -23,20 +23,20 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Where a symbolic link leads; empty where it cannot be read.
+/// The target of a symbolic link; empty if it cannot be read.
 std::string targetOf(int folder, const char* link) {
   std::array<char, PATH_MAX> target;
   const auto size = ::readlinkat(folder, link, target.data(), target.size());
   return size < 0 ? std::string{} : std::string{target.data(), static_cast<std::size_t>(size)};
 }
 
-/// One process, by its folder in /proc (proc(5)). The folder stays open, so that all answers are of
-/// the same process: once that has ended they are empty, whoever gets its number next.
+/// One process, by its folder in /proc (proc(5)). The folder stays open, so all answers are about the same process.
+/// When that has ended they are empty, even if another process gets its number.
 class Process {
  public:
   explicit Process(const std::string& folder) : folder_(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
 
-  /// Empty for other users' processes, unless we are root, and for threads of the kernel.
+  /// Empty for kernel threads, and for other users' processes unless we are root.
   std::string executable() const {
     std::string path = targetOf(descriptor(), "exe");
     const auto program = file();
@@ -44,8 +44,8 @@ class Process {
     return path;
   }
 
-  /// Whether the process runs the file at `path`, or ran it until its owner put another in its place, as an
-  /// update does. The path alone proves nothing: the process can have a mount namespace of its own.
+  /// Whether the process runs the file at `path`, or ran it until the owner of that file replaced it, as an update
+  /// does. The path alone proves nothing: the process can have its own mount namespace.
   bool runs(const fs::path& path) const {
     const auto running = file();
     struct stat found {};
@@ -68,7 +68,7 @@ class Process {
 
   /// In clock ticks since boot.
   std::uint64_t startTime() const {
-    // The name, in parentheses, may hold anything; after it come fields 3 and on, 22 is the start.
+    // The name, in parentheses, may contain anything. Field 3 follows it, and field 22 is the start time.
     const std::string stat = read("stat");
     std::istringstream fields(stat.substr(stat.rfind(')') + 1));
     std::string skipped;
@@ -83,7 +83,7 @@ class Process {
 
   int descriptor() const { return folder_.fileDescriptor(); }
 
-  /// The file that it runs. That can have been removed since: its link count is 0 then.
+  /// The file that it runs. If that has been removed since, its link count is 0.
   std::optional<struct stat> file() const {
     struct stat result {};
     if (::fstatat(descriptor(), "exe", &result, 0) != 0) return std::nullopt;
@@ -100,7 +100,7 @@ class Process {
   FileHandle folder_;
 };
 
-/// The bundle whose main executable `executable` would be by its place: X.app/Contents/MacOS/name.
+/// The bundle that has `executable` as its main program, judging by its path: X.app/Contents/MacOS/name.
 std::optional<fs::path> bundleAround(std::string_view executable) {
   static constexpr std::string_view folder = "/Contents/MacOS/";
   const auto place = executable.rfind(folder);
@@ -122,7 +122,7 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
 std::vector<std::optional<fs::path>> SystemApplications::running(std::string_view bundleIdentifier) const {
   struct Copy {
     std::uint64_t startTime;
-    int processIdentifier;  // tells apart what was started within one tick
+    int processIdentifier;  // orders copies that were started in the same tick
     fs::path bundle;
   };
   std::vector<Copy> copies;
@@ -133,7 +133,7 @@ std::vector<std::optional<fs::path>> SystemApplications::running(std::string_vie
     const auto [end, error] = std::from_chars(name.begin(), name.end(), processIdentifier);
     if (error != std::errc{} || end != name.end()) continue;
 
-    // One link rules out most of a machine's hundreds of processes. What is left is looked at in a folder held open.
+    // Reading one link rules out most of a machine's hundreds of processes. The others get a Process.
     if (!bundleAround(targetOf(AT_FDCWD, (folder + "/exe").c_str()))) continue;
     const Process process(folder);
     const auto executable = process.executable();

@@ -6,17 +6,17 @@
 
 namespace zt::platform {
 
-/// Bundles among this user's processes and in application folders. Only processes whose real and
-/// effective user are this process's own count: nobody else decides what is started in our name.
+/// Bundles among this user's processes and in application folders. Only processes with the same real and effective user
+/// as this one count: nobody else decides what is started in our name.
 class SystemApplications final : public Applications {
  public:
-  /// The folders are searched in order, each one's entries in name order.
+  /// The folders are searched in order, and the entries of each in name order.
   explicit SystemApplications(std::vector<std::filesystem::path> folders) : folders_(std::move(folders)) {}
 
   std::vector<std::optional<std::filesystem::path>> running(std::string_view bundleIdentifier) const override;
   std::optional<std::filesystem::path> installed(std::string_view bundleIdentifier) const override;
 
-  /// Where applications are put on this machine: $HOME/Applications, /Applications, /opt.
+  /// Where applications are installed: $HOME/Applications, /Applications, /opt.
   static std::vector<std::filesystem::path> defaultFolders();
 
  private:

@@ -15,7 +15,7 @@ void SystemClock::sleep(std::chrono::seconds duration) {
   timespec end;
   if (::clock_gettime(CLOCK_BOOTTIME, &end) != 0) fatal("cannot read the clock", errno);
   end.tv_sec += duration.count();
-  // An absolute end: what a signal interrupts goes on to the same moment.
+  // The end is absolute, so a sleep that a signal interrupts still ends at the same time.
   int error;
   do {
     error = ::clock_nanosleep(CLOCK_BOOTTIME, TIMER_ABSTIME, &end, nullptr);

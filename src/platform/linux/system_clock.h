@@ -4,8 +4,8 @@
 
 namespace zt::platform {
 
-/// CLOCK_REALTIME, with sleeps measured by CLOCK_BOOTTIME: suspended time counts, and setting the
-/// wall clock neither stretches nor cuts a sleep.
+/// CLOCK_REALTIME. Sleeps are measured by CLOCK_BOOTTIME: suspended time counts, and setting the wall clock makes a
+/// sleep neither longer nor shorter.
 class SystemClock final : public Clock {
  public:
   Instant now() const override;

@@ -8,7 +8,7 @@ namespace zt::platform {
 namespace {
 
 std::optional<SystemdLibrary> open() {
-  // Never closed: the functions are used until the process ends.
+  // Never closed: the functions are needed until the process ends.
   void* const library = ::dlopen("libsystemd.so.0", RTLD_NOW);
   if (library == nullptr) return std::nullopt;
   bool complete = true;

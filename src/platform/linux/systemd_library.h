@@ -1,6 +1,6 @@
 #pragma once
 
-// Otherwise sd_journal_sendv() is a macro that adds the place in the source, which readers of the journal do not need.
+// Otherwise sd_journal_sendv() is a macro that adds the source location, which nobody who reads the journal needs.
 #define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-bus.h>
 #include <systemd/sd-journal.h>
@@ -8,10 +8,10 @@
 
 namespace zt::platform {
 
-/// The functions of libsystemd, under their own names. Nothing is linked with it: it is loaded where it is used, as it
-/// and the libraries that it brings along would make every start two thirds longer (docs/performance.md).
+/// The functions of libsystemd, under their own names. The library is loaded when it is first used: linked, it and its
+/// dependencies would make every start take two thirds longer (docs/performance.md).
 struct SystemdLibrary {
-  /// Loads the library at the first call, for good. Null where it is missing or lacks one of the functions.
+  /// Loads the library at the first call, for good. Null if it is missing or lacks one of the functions.
   static const SystemdLibrary* load();
 
   decltype(&::sd_bus_call_method_async) sd_bus_call_method_async;

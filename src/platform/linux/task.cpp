@@ -21,7 +21,7 @@
 namespace zt::platform {
 namespace {
 
-/// What posix_spawn(3) is to do in the child before the program starts.
+/// What posix_spawn(3) does in the child before the program starts.
 class SpawnSetup {
  public:
   SpawnSetup() {
@@ -44,7 +44,7 @@ class SpawnSetup {
   /// Makes the descriptor `source` the child's `target`. Gives 0 or the error number.
   int connect(int source, int target) {
     if (source <= STDERR_FILENO) {
-      // The child connects one after the other: an earlier connection may have taken this number over.
+      // The child makes its connections one by one, and an earlier one may have replaced this descriptor.
       source = ::fcntl(source, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
       if (source < 0) return errno;
       outOfTheWay_.emplace_back(source);
@@ -54,7 +54,7 @@ class SpawnSetup {
 
   /// Gives 0, or the error number of what failed: preparing the child or executing its program.
   int spawn(pid_t& child, const char* path, char* const* arguments) {
-    // Close-on-exec covers what this process opened, not what it was itself handed by its parent.
+    // Close-on-exec covers what this process opened, but not what its own parent passed to it.
     const int error = ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
     if (error != 0) return error;
     return ::posix_spawn(&child, path, &actions_, &attributes_, arguments, ::environ);
@@ -66,7 +66,7 @@ class SpawnSetup {
   std::list<FileHandle> outOfTheWay_;
 };
 
-/// The end of the pipe that the child gets, the file, or null for an inherited stream.
+/// The end of the pipe that the child gets, or the file; null for an inherited stream.
 FileHandle* childsEnd(const Task::Stream& stream, FileHandle& (Pipe::*end)()) {
   if (const auto* pipe = std::get_if<std::shared_ptr<Pipe>>(&stream)) return &((**pipe).*end)();
   if (const auto* file = std::get_if<std::shared_ptr<FileHandle>>(&stream)) return file->get();
@@ -156,7 +156,7 @@ void Task::launch() {
   if (error != 0) fatal("cannot start " + state.launchPath, error);
 
   for (const auto& [stream, end, target] : connections) {
-    // Only the child is to hold its pipe ends: with ours open, a reader would never see the end of file.
+    // Only the child may hold its ends of the pipes: as long as ours are open, a reader never gets an end of file.
     if (std::holds_alternative<std::shared_ptr<Pipe>>(stream)) end->closeFile();
   }
 

@@ -10,7 +10,7 @@
 namespace zt::platform {
 namespace {
 
-/// Empty where a variable is not set.
+/// Empty if a variable is not set.
 std::string_view environment(const char* name) {
   const char* value = ::getenv(name);
   return value == nullptr ? std::string_view() : value;
