@@ -25,7 +25,7 @@ std::optional<int> parseNumber(std::string_view text, int most, FieldReading& re
   const bool isNumber = rest == end && error != std::errc::invalid_argument;
   const auto contains = [text](std::string_view characters) { return text.find_first_of(characters) != text.npos; };
   reading = isNumber           ? FieldReading::outOfRange
-            : contains(" ")    ? FieldReading::blank
+            : contains(" ")    ? FieldReading::hasBlank
             : contains("*,-/") ? FieldReading::multipleTimes
                                : FieldReading::notANumber;
   return std::nullopt;

@@ -18,10 +18,10 @@ inline constexpr std::array<std::string_view, 4> dayRanges = {"1-7", "8-14", "15
 /// How the text of a time field was read.
 enum class FieldReading : std::uint8_t {
   complete,  ///< the field means what it says
-  partial,   ///< a day field that also contains text without a meaning
+  partial,   ///< a day field of which only a part means anything
   ignored,   ///< a month other than "*"
   // With one of these the field means nothing, and the line never fires.
-  blank,          ///< a minute or hour with a blank in it
+  hasBlank,       ///< a minute or hour with a blank in it
   multipleTimes,  ///< a minute or hour that crontab(5) would read as a list, range or step
   notANumber,     ///< any other minute or hour that is not a number
   outOfRange,     ///< a minute or hour that is a number, but no clock shows it

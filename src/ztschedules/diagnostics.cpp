@@ -107,7 +107,7 @@ Message fieldError(const CrontabLine& line, const Schedule& schedule, Field fiel
       return std::nullopt;
     case FieldReading::outOfRange:
       return text + " is not one of " + range;
-    case FieldReading::blank:
+    case FieldReading::hasBlank:
       return text + " is not a single number from " + range + ": remove the blanks";
     case FieldReading::multipleTimes:
       return text + " is not a single number from " + range + ": each time needs its own line";
