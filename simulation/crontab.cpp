@@ -11,31 +11,16 @@ namespace {
 
 using namespace std::chrono_literals;
 
-struct Field {
+struct DayField {
   const char* text;
   unsigned accepted;  ///< bits, as in Schedule
 };
-
-constexpr unsigned all = 0x7F;
-constexpr std::array<Field, 10> weekdayFields{{{"*", all},
-                                               {"*", all},
-                                               {"*", all},
-                                               {"0", 1},
-                                               {"1", 2},
-                                               {"6", 0x40},
-                                               {"1,3,5", 0x2A},
-                                               {"1-5", 0x22},  // has the digits of Monday and Friday
-                                               {"0,6", 0x41},
-                                               {"*/2", 4}}};
-constexpr std::array<Field, 9> ordinalFields{{{"*", all},
-                                              {"*", all},
-                                              {"*", all},
-                                              {"*", all},
-                                              {"1-7", 1},
-                                              {"8-14", 2},
-                                              {"15-21", 4},
-                                              {"22-31", 0x18},
-                                              {"1-7,15-21", 5}}};
+constexpr DayField every{"*", 0x7F};
+// "1-5" has the digits of Monday and Friday.
+constexpr std::array<DayField, 10> weekdayFields = {
+    every, every, every, {"0", 1}, {"1", 2}, {"6", 0x40}, {"1,3,5", 0x2A}, {"1-5", 0x22}, {"0,6", 0x41}, {"*/2", 4}};
+constexpr std::array<DayField, 9> ordinalFields = {
+    every, every, every, every, {"1-7", 1}, {"8-14", 2}, {"15-21", 4}, {"22-31", 0x18}, {"1-7,15-21", 5}};
 
 constexpr std::array brokenMinutes = {"*", "0,30", "*/5", "75", "60", "-1", "", " 5", "#0", "0x5"};
 constexpr std::array brokenHours = {"*", "24", "-1", "9-17", "", "99999999999999999999"};
@@ -63,15 +48,14 @@ void Crontab::drawLine(Random& random, int minute, int hour) {
   std::array<std::string, 6> fields = {number(random, minute),
                                        number(random, hour),
                                        ordinal.text,
-                                       random.oneIn(2) ? "*" : "2",  // nobody looks at the month
+                                       random.oneIn(2) ? "*" : "2",  // the tool ignores the month
                                        weekday.text,
                                        "'/Z.app/ZTUtil' start file:///Copies/no\\%20" + name};
   Schedule schedule{minute, hour, weekday.accepted, ordinal.accepted, "file:///Copies/no%20" + name};
-  bool isSchedule = true;
   char separator = '\t';
-  if (random.oneIn(5)) {
+  const bool neverFires = random.oneIn(5);
+  if (neverFires) {
     const auto kind = random.below(7);
-    isSchedule = false;
     if (kind == 0) fields[0] = random.pick(brokenMinutes);
     if (kind == 1) fields[1] = random.pick(brokenHours);
     if (kind == 2) fields[2] = random.pick(brokenOrdinals);
@@ -80,34 +64,28 @@ void Crontab::drawLine(Random& random, int minute, int hour) {
     if (kind == 5) fields[5] += "\tmore";
     if (kind == 6) fields[5] = "ztutil file:///Copies/other";
   } else if (random.oneIn(20)) {
-    // Fires like others, and the machine is woken for it: only then it shows that there is nothing to start.
+    // Fires like others, and wakes the machine: only then does the tool find that there is nothing to start.
     fields[5] = random.oneIn(2) ? "ZTUtil start " : "ZTUtil file:///Copies[";
     schedule.url.clear();
   }
-  std::string line = fields[0];
+  std::string& line = text_.emplace_back(fields[0]);
   for (std::size_t field = 1; field < fields.size(); ++field) line.append(1, separator).append(fields[field]);
-  text_.push_back(line);
-  if (isSchedule) schedules_.push_back(schedule);
+  if (!neverFires) schedules_.push_back(schedule);
 }
 
 Crontab Crontab::draw(Random& random) {
   Crontab crontab;
   crontab.text_ = {"# m h dom mon dow command", "MAILTO=\"\"",
                    "17 *\t* * *\tcd / && run-parts --report /etc/cron.hourly"};
-  const auto anyMinute = [&] { return static_cast<int>(random.below(60)); };
   if (random.oneIn(10)) {
-    for (int hour = 0; hour < 24; ++hour) crontab.drawLine(random, anyMinute(), hour);
+    for (int hour = 0; hour < 24; ++hour) crontab.drawLine(random, static_cast<int>(random.below(60)), hour);
     return crontab;
   }
   // Many are close together, and in the hours in which clocks change.
   constexpr std::int64_t day = 24L * 60;
-  std::int64_t time = 0;
+  std::int64_t time = 0;  // in minutes
   for (auto left = random.below(16); left > 0; --left) {
-    if (random.oneIn(2)) {
-      time = random.below(random.oneIn(3) ? 4L * 60 : day);
-    } else {
-      time = (time + random.below(4)) % day;
-    }
+    time = random.oneIn(2) ? random.below(random.oneIn(3) ? 4L * 60 : day) : (time + random.below(4)) % day;
     crontab.drawLine(random, static_cast<int>(time % 60), static_cast<int>(time / 60));
   }
   return crontab;
@@ -124,12 +102,12 @@ std::vector<std::string> Crontab::dueAt(Minute minute) const {
 
 std::optional<Minute> Crontab::next(Minute from) const {
   if (schedules_.empty()) return std::nullopt;
-  if (from < scannedFrom_ || from > found_) {
+  if (from < searchedFrom_ || from > found_) {
     const auto isDue = [this](Minute minute) {
       const tm local = localFields(minute);
       return std::ranges::any_of(schedules_, [&](const auto& schedule) { return schedule.firesAt(local); });
     };
-    scannedFrom_ = from;
+    searchedFrom_ = from;
     for (found_ = from; !isDue(found_);) found_ += 1min;
   }
   return found_;
