@@ -7,10 +7,23 @@
 
 namespace zt::simulation {
 
-using namespace std::chrono_literals;
-using std::chrono::seconds;
-
 namespace {
+
+using namespace std::chrono_literals;
+
+// How long the machine has to be available to the tool for a pass to be sure. Programs, and loading the tool, come on
+// top: they do not count as available time.
+
+/// A run under way may have begun to wait for its end, which takes this long.
+constexpr seconds lastWait = 10s;
+/// The timer starts the tool 60 seconds after it last ended, and up to a second late.
+constexpr seconds untilNextStart = 61s;
+/// Without a wake event: a run under way ends, and the timer starts the next one. With a margin of 4 seconds.
+constexpr seconds enoughForTimer = lastWait + untilNextStart + 4s;
+/// After a wake event that starts the tool: it is started at once. This is all margin.
+constexpr seconds enoughToStart = 3s;
+/// After a wake event during a run: that makes another pass after its wait. With a margin of 2 seconds.
+constexpr seconds enoughForRun = lastWait + 2s;
 
 std::string text(Moment moment) {
   return localTime(moment, "%F %T %z");
@@ -40,8 +53,8 @@ void Judge::tell(const std::string& violation) {
 
 void Judge::runBegins() {
   ++figures_.runs;
-  running_ = true;
-  provided_.reset();
+  runIsUnderWay_ = true;
+  armedFor_.reset();
 }
 
 void Judge::passBegins(Moment now, std::shared_ptr<const Crontab> crontab) {
@@ -55,8 +68,9 @@ void Judge::sleepAnnounced(seconds duration) {
 }
 
 void Judge::toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEvents) {
-  if (announced_ != duration) otherViolation("the tool sleeps " + std::to_string(duration.count()) + " s unannounced");
-  announced_.reset();
+  if (std::exchange(announced_, {}) != duration) {
+    otherViolation("the tool sleeps " + std::to_string(duration.count()) + " s unannounced");
+  }
   if (!pass_) return;
   pass_->slept = true;
   // The machine may be put to sleep now. Only for what is due in the coming minute the tool stays without an event.
@@ -88,13 +102,13 @@ void Judge::copyStarted(Moment now, const std::string& url) {
 void Judge::endPass() {
   if (!pass_) return;
   const auto& [minute, crontab, started, slept] = *pass_;
-  looks_ = minute == lastMinute_ ? looks_ + 1 : 1;
+  passesInMinute_ = minute == lastMinute_ ? passesInMinute_ + 1 : 1;
   lastMinute_ = minute;
-  if (looks_ == 1) {
+  if (passesInMinute_ == 1) {
     compare(crontab->dueAt(minute), started);
   } else if (!started.empty()) {
     figures_.doubled += std::ssize(started);
-    if (looks_ == 2) figures_.startedOnce -= std::ssize(started);
+    if (passesInMinute_ == 2) figures_.startedOnce -= std::ssize(started);
     tell("what is due at " + text(minute) + " was started again, by another look at the crontab");
   }
   pass_.reset();
@@ -123,41 +137,42 @@ void Judge::compare(const std::vector<std::string>& due, const std::vector<std::
 void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEvents& wakeEvents) {
   if (status != 0) otherViolation("the run ended with status " + std::to_string(status));
   if (assertionHeld) otherViolation("the assertion is still held");
-  if (announced_) otherViolation("a sleep was announced and did not come");
-  announced_.reset();
+  if (std::exchange(announced_, {})) otherViolation("a sleep was announced and did not come");
   if (pass_) {
     const auto next = pass_->crontab->next(pass_->minute + 1min);
     if (next && *next <= now) otherViolation("the run ended after " + text(*next) + ", which was the next event");
     checkArmed(next, wakeEvents);
-    if (wakeEvents.agentWorked) provided_ = pass_->crontab;
+    if (wakeEvents.agentWorked) armedFor_ = pass_->crontab;
   } else {
     otherViolation("the run ended without a look at the crontab");
   }
   endPass();
-  running_ = false;
+  runIsUnderWay_ = false;
 }
 
 void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce) {
-  using Event = MinuteRecord::Event;
-  if (record.event == Event::whileToolEnded) provided_.reset();  // what the run has set is used up
-  if (record.served) return;
+  const bool cameWhileEnding = record.atEvent == ToolState::ending;
+  if (cameWhileEnding) armedFor_.reset();
+  if (record.hadPass) return;
   const auto due = std::ssize(inForce.dueAt(minute));
   if (due == 0) return;
   figures_.due += due;
 
-  const bool changed = before.crontabChanged || record.crontabChanged;
-  const bool hadTime = record.awake == 1min && before.free + record.free >= 75s && !changed;
-  const bool wokenInTime = (record.event == Event::startedTool && record.freeSinceEvent >= 3s) ||
-                           (record.event == Event::whileToolRan && record.freeSinceEvent >= 12s);
   const bool asleep = record.awake == 0s;
-  if (hadTime || wokenInTime || (asleep && provided_.get() == &inForce)) {
+  const bool crontabStayed = !before.crontabChanged && !record.crontabChanged;
+  const bool timerHadTime =
+      record.awake == 1min && before.available + record.available >= enoughForTimer && crontabStayed;
+  const bool eventHadTime = (record.atEvent == ToolState::stopped && record.availableSinceEvent >= enoughToStart) ||
+                            (record.atEvent == ToolState::running && record.availableSinceEvent >= enoughForRun);
+  const bool eventWasSet = armedFor_.get() == &inForce;
+  if (timerHadTime || eventHadTime || (asleep && eventWasSet)) {
     figures_.missed += due;
     tell("what was due at " + text(minute) + " was not started");
   } else if (asleep) {
-    (running_ ? figures_.asleepInRun : figures_.asleepUnset) += due;
-  } else if (record.event == Event::whileToolEnded) {
+    (runIsUnderWay_ ? figures_.asleepInRun : figures_.asleepUnset) += due;
+  } else if (cameWhileEnding) {
     figures_.ending += due;
-  } else if (before.awake + record.awake == 2min && !changed) {
+  } else if (before.awake + record.awake == 2min && crontabStayed) {
     figures_.heldUp += due;
   } else {
     figures_.awakeTooShort += due;

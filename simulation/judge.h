@@ -11,39 +11,42 @@
 #include <vector>
 
 #include "crontab.h"
-#include "local_time.h"
 
 namespace zt::simulation {
 
-/// What has come of the minutes that were due: each counts once for every schedule that fires in it.
+using std::chrono::seconds;
+
+/// What became of the copies that were due: one for every minute and every schedule that fires in it.
 struct Figures {
   std::int64_t machineYears = 0, runs = 0;
   std::int64_t due = 0, startedOnce = 0, late = 0;
   std::int64_t missed = 0, doubled = 0, early = 0;
   std::int64_t other = 0;  ///< violations that are none of these three
-  // Lost, and not by a fault of the tool: see Judge::minuteEnds().
+  // Lost through no fault of the tool: see Judge::minuteEnds().
   std::int64_t asleepInRun = 0, asleepUnset = 0, awakeTooShort = 0, heldUp = 0, ending = 0;
 
   std::int64_t violations() const { return missed + doubled + early + other; }
 };
 
-/// What the machine did in one minute, as far as it matters to what the tool could do in it.
-struct MinuteRecord {
-  enum class Event { none, startedTool, whileToolRan, whileToolEnded };
+/// `starting` is from the request for a start to the start itself; `ending` the milliseconds after the last look at the
+/// clock, in which a run can do nothing any more.
+enum class ToolState { stopped, starting, running, ending };
 
+/// What happened on the machine in one minute, as far as it decides what the tool could do in it.
+struct MinuteRecord {
   milliseconds awake{};
-  milliseconds free{};            ///< since it last woke, and the tool did not wait for a program that it had started
-  milliseconds freeSinceEvent{};  ///< that, after a wake event of ours
-  Event event = Event::none;      ///< the last one of ours
+  milliseconds available{};          ///< of `awake`: since it last woke, while no program kept the tool waiting
+  std::optional<ToolState> atEvent;  ///< of the tool, when the last wake event of ours came; none if none came
+  milliseconds availableSinceEvent{};
   bool crontabChanged = false;
-  bool served = false;  ///< the tool looked at what is due in it
+  bool hadPass = false;  ///< the tool made a pass for what is due in it
 };
 
-/// The wake events of ours, and whether the tool was hindered in setting them in this run.
+/// The wake events of ours, and whether the tool could set them in this run.
 struct OwnWakeEvents {
   std::vector<Moment> armed;
   bool agentWorked = true;
-  bool listingWorked = true;  ///< otherwise there may be old ones that it could not know of
+  bool listingWorked = true;  ///< otherwise there may be old ones that the tool could not know of
 };
 
 /// Compares what the tool does with what the crontab means.
@@ -55,31 +58,31 @@ class Judge {
   void note(Moment now, std::string_view what);
 
   void runBegins();
-  /// The tool reads the crontab, in a minute that it has chosen to look at.
+  /// The tool reads the crontab, and is to start what is due in the minute of `now`.
   void passBegins(Moment now, std::shared_ptr<const Crontab> crontab);
-  void sleepAnnounced(std::chrono::seconds duration);
-  void toolSleeps(Moment now, std::chrono::seconds duration, const OwnWakeEvents& wakeEvents);
+  void sleepAnnounced(seconds duration);
+  void toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEvents);
   void copyStarted(Moment now, const std::string& url);
   void runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEvents& wakeEvents);
 
-  /// `minute` is over, and `inForce` is the crontab at its end. What was due and not looked at is missed if
-  /// - the machine was awake to its end, and before for long enough to start the tool: 10 seconds for the last wait of
-  ///   a run under way, 61 to the next one, and 4 to spare, besides what programs took; and the crontab had stayed the
-  ///   same in this minute and the one before; or
-  /// - a wake event of ours came in this minute, and the machine was awake long enough then: 3 seconds to start the
-  ///   tool, or 12 for the last wait of a run under way, besides what programs took; or
-  /// - the machine was asleep, but the last run had ended well, with the crontab that is in force.
+  /// `minute` is over, and `inForce` is the crontab at its end. Without a pass, what was due is missed if
+  /// - the machine was awake to its end, and before for long enough that the timer had to start the tool, and the
+  ///   crontab had stayed the same in this minute and the one before; or
+  /// - a wake event of ours came in this minute, and the machine was awake long enough after it for a pass; or
+  /// - the machine was asleep, but the last run had set the wake event for this crontab.
   ///
-  /// Otherwise it is not the tool that is to blame: the machine was asleep with no event that could wake it, because it
-  /// was put to sleep in the middle of a run, or because the event could not be set (a fault), not yet (a new crontab),
-  /// or came to nothing (as below); it was awake too short a time; a program held the tool up; or the machine was put
-  /// to sleep in the milliseconds in which a run ended, which then swallowed the start that the wake event asked for.
+  /// Otherwise the tool is not to blame:
+  /// - The machine was asleep, and no event could wake it: it was put to sleep during a run (asleepInRun), or the event
+  ///   could not be set, was not set yet for a new crontab, or came while a run was ending (asleepUnset).
+  /// - The wake event came in the milliseconds in which a run ended, so that its request for a start was lost (ending).
+  /// - A program kept the tool waiting (heldUp).
+  /// - The machine was not awake long enough (awakeTooShort).
   void minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce);
 
-  /// What is not about a copy.
+  /// For what is not about a copy.
   void otherViolation(const std::string& what);
 
-  /// What the first violation was, and the machine's last minutes before it; empty when there was none.
+  /// The first violation, and what happened on the machine before it; empty if there was none.
   const std::string& report() const { return report_; }
 
  private:
@@ -92,19 +95,21 @@ class Judge {
 
   void endPass();
   void compare(const std::vector<std::string>& due, const std::vector<std::string>& started);
-  /// Whether what is armed is the next event, as seen from the minute after the one that is looked at.
+  /// Checks that what is armed is `next`, the first minute after that of the pass in which a schedule fires.
   void checkArmed(std::optional<Minute> next, const OwnWakeEvents& wakeEvents);
   void tell(const std::string& violation);
 
   Figures& figures_;
-  std::optional<Pass> pass_;
-  Minute lastMinute_{};  ///< that a pass has served
-  int looks_ = 0;        ///< at what is due in it
-  bool running_ = false;
-  std::shared_ptr<const Crontab> provided_;  ///< the crontab for which the last run has set what is to be set
-  std::optional<std::chrono::seconds> announced_;
+  std::optional<Pass> pass_;  ///< the last one of the run
+  Minute lastMinute_{};       ///< the last one with a pass
+  int passesInMinute_ = 0;
+  bool runIsUnderWay_ = false;
+  /// The crontab for whose next minute the last run has set the wake event. None during a run, or if it could not be
+  /// set or has come to nothing.
+  std::shared_ptr<const Crontab> armedFor_;
+  std::optional<seconds> announced_;  ///< a sleep that has not begun
   std::array<std::pair<Moment, std::string>, 100> history_;
-  std::size_t notes_ = 0;
+  std::size_t notes_ = 0;  ///< ever made; the last ones are in `history_`
   std::string report_;
 };
 

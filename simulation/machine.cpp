@@ -11,11 +11,8 @@ using std::chrono::days;
 using std::chrono::floor;
 using std::chrono::minutes;
 
-namespace {
-
-constexpr auto* listed = "%m/%d/%Y %H:%M:%S";  ///< how the listing writes a time
-
-}  // namespace
+/// How the listing writes a time.
+constexpr auto* listingFormat = "%m/%d/%Y %H:%M:%S";
 
 Machine::Machine(Random random, Timer timer, Judge& judge)
     : random_(random),
@@ -28,29 +25,30 @@ Machine::Machine(Random random, Timer timer, Judge& judge)
   personComesOrGoesAt_ = random_.oneIn(25) ? Moment::max() : now_;  // some machines are always on
   idleTimeIsOverAt_ = wakesAt_ = Moment::max();
   crontabChangesAt_ = now_ + random_.about(days{1});
-  for (Fault* fault : {&inhibitor_, &listing_, &agent_}) fault->changesAt = now_ + random_.about(fault->typical);
+  for (Fault* fault : {&inhibitor_, &listing_, &agent_})
+    fault->changesAt = now_ + random_.about(fault->meanTimeBetween);
   for (auto left = random_.below(3); left > 0; --left) addForeignEvent();
 }
 
 bool Machine::untilStart() {
   while (now_ < end_) {
-    if (awake_ && (startIsAsked_ || now_ >= timerElapsesAt())) {
-      if (!startIsAsked_) tick_ = floor<minutes>(now_) + 1min;
-      startIsAsked_ = false;
-      toolRuns_ = true;
+    const bool isRequested = tool_ == ToolState::starting;
+    if (awake_ && (isRequested || now_ >= timerElapsesAt())) {
+      if (!isRequested) tick_ = floor<minutes>(now_) + 1min;
+      tool_ = ToolState::running;
       note("the tool is started");
       return true;
     }
-    hop(awake_ ? timerElapsesAt() : Moment::max());
+    advance(awake_ ? timerElapsesAt() : Moment::max());
   }
   return false;
 }
 
 void Machine::toolEnds() {
-  toolIsEnding_ = true;
+  tool_ = ToolState::ending;
   work(2ms);
   note("the tool has ended");
-  toolRuns_ = toolIsEnding_ = false;
+  tool_ = ToolState::stopped;
   timerElapses_ = awakeFor_ + 60s + random_.between(0ms, 999ms);
 }
 
@@ -61,19 +59,19 @@ Moment Machine::timerElapsesAt() const {
 void Machine::work(milliseconds duration) {
   programRuns_ = true;
   for (const auto over = awakeFor_ + duration; awakeFor_ < over || !awake_;) {
-    hop(awake_ ? now_ + (over - awakeFor_) : Moment::max());
+    advance(awake_ ? now_ + (over - awakeFor_) : Moment::max());
   }
   programRuns_ = false;
 }
 
 void Machine::sleepUntil(Moment moment) {
   do {
-    while (now_ < moment || !awake_) hop(awake_ ? moment : Moment::max());
-  } while (hop(now_));  // a wake event that was overdue when the machine woke has come in this sleep, not after it
+    while (now_ < moment || !awake_) advance(awake_ ? moment : Moment::max());
+  } while (advance(now_));  // a wake event that was overdue when the machine woke comes in this sleep, not after it
 }
 
 std::shared_ptr<const Crontab> Machine::readCrontab() {
-  record_.served = true;
+  record_.hadPass = true;
   return crontab_;
 }
 
@@ -84,7 +82,7 @@ milliseconds Machine::programDuration() {
   return random_.between(1ms, 20ms);
 }
 
-bool Machine::hop(Moment target) {
+bool Machine::advance(Moment target) {
   std::function<void()> happens;
   const auto consider = [&](Moment moment, auto what) {
     if (moment > target) return;
@@ -98,14 +96,13 @@ bool Machine::hop(Moment target) {
   consider(agent_.changesAt, [this] { change(agent_, "the agent"); });
   if (awake_) {
     consider(idleTimeIsOverAt_, [this] { idleTimeIsOver(); });
-    for (std::size_t i = 0; i < wakeEvents.size(); ++i) consider(wakeEvents[i].at, [this, i] { comeDue(i); });
+    for (std::size_t i = 0; i < wakeEvents.size(); ++i) consider(wakeEvents[i].at, [this, i] { fireWakeEvent(i); });
   } else {
     consider(wakesAt_, [this] { wakeUp("by its clock"); });
   }
   passTo(target);
-  if (!happens) return false;
-  happens();
-  return true;
+  if (happens) happens();
+  return happens != nullptr;
 }
 
 void Machine::passTo(Moment moment) {
@@ -116,8 +113,8 @@ void Machine::passTo(Moment moment) {
       awakeFor_ += next - now_;
       record_.awake += next - now_;
       if (!programRuns_) {
-        record_.free += next - now_;
-        if (record_.event != MinuteRecord::Event::none) record_.freeSinceEvent += next - now_;
+        record_.available += next - now_;
+        if (record_.atEvent) record_.availableSinceEvent += next - now_;
       }
     }
     now_ = next;
@@ -162,7 +159,7 @@ void Machine::fallAsleep(const char* why) {
   awake_ = false;
   idleTimeIsOverAt_ = wakesAt_ = Moment::max();
   for (const auto& event : wakeEvents) wakesAt_ = std::min(wakesAt_, event.at);
-  // The clock rings up to a second before, and waking takes a while.
+  // The clock may ring up to a second early, and waking takes a while.
   if (wakesAt_ != Moment::max()) {
     const Moment soonest = now_ + random_.between(500ms, 4s);
     wakesAt_ = std::max(wakesAt_ + random_.between(-1s, 5s), soonest);
@@ -173,24 +170,23 @@ void Machine::wakeUp(const char* why) {
   note(std::string("the machine wakes, ") + why);
   awake_ = true;
   wakesAt_ = Moment::max();
-  before_.free = record_.free = 0ms;
+  before_.available = record_.available = 0ms;
   if (!personIsThere_) idleFor(random_.between(5s, 2min));
 }
 
-void Machine::comeDue(std::size_t wakeEvent) {
-  using Event = MinuteRecord::Event;
-  const WakeEvent event = wakeEvents.at(wakeEvent);
-  wakeEvents.erase(wakeEvents.begin() + static_cast<std::ptrdiff_t>(wakeEvent));
+void Machine::fireWakeEvent(std::size_t index) {
+  const WakeEvent event = wakeEvents.at(index);
+  wakeEvents.erase(wakeEvents.begin() + static_cast<std::ptrdiff_t>(index));
   if (!event.ours) {
     note("another program's wake event");
     addForeignEvent();
     return;
   }
   note("our wake event of " + event.when);
-  // A start that is asked for while the service runs is taken for the one that runs.
-  record_.event = !toolRuns_ ? Event::startedTool : toolIsEnding_ ? Event::whileToolEnded : Event::whileToolRan;
-  record_.freeSinceEvent = 0s;
-  startIsAsked_ = !toolRuns_;
+  record_.atEvent = tool_;
+  record_.availableSinceEvent = 0s;
+  // Until the process of a run has ended, the service manager takes a request for a start as fulfilled by that run.
+  if (tool_ == ToolState::stopped) tool_ = ToolState::starting;
 }
 
 void Machine::changeCrontab() {
@@ -203,14 +199,14 @@ void Machine::changeCrontab() {
 
 void Machine::change(Fault& fault, const char* name) {
   fault.failing = !fault.failing;
-  fault.changesAt = now_ + random_.about(fault.failing ? 20min : fault.typical);
+  fault.changesAt = now_ + random_.about(fault.failing ? 20min : fault.meanTimeBetween);
   if (&fault == &agent_) agentIsMissing_ = random_.oneIn(2);
   note(std::string(name) + (fault.failing ? " fails from now on" : " works again"));
 }
 
 void Machine::addForeignEvent() {
   const Moment at = floor<minutes>(now_ + random_.about(days{2})) + 1min;
-  wakeEvents.push_back({at, localTime(at, listed), false});
+  wakeEvents.push_back({at, localTime(at, listingFormat), false});
 }
 
 void Machine::setWakeEvent(const std::string& time) {
@@ -221,12 +217,13 @@ void Machine::setWakeEvent(const std::string& time) {
   }
   const Moment asUtc{std::chrono::seconds{::timegm(&fields)}};
   std::array<char, 32> when{};
-  ::strftime(when.data(), when.size(), listed, &fields);
+  ::strftime(when.data(), when.size(), listingFormat, &fields);
   // The first instant to come at which the clock shows that time: with one of the offsets of the hours around it.
   std::optional<Moment> at;
   for (auto distance = -15h; distance <= 15h; distance += 1h) {
     const Moment candidate = asUtc - std::chrono::seconds{localFields(asUtc + distance).tm_gmtoff};
-    if (candidate > now_ && (!at || candidate < *at) && localTime(candidate, listed) == when.data()) at = candidate;
+    if (candidate > now_ && (!at || candidate < *at) && localTime(candidate, listingFormat) == when.data())
+      at = candidate;
   }
   if (!at) {
     note("the agent: that time has passed");

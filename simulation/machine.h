@@ -13,47 +13,47 @@ namespace zt::simulation {
 /// How the service manager starts the tool, besides at once at a wake event of ours.
 enum class Timer {
   sinceLastEnd,  ///< 60 awake seconds after the last run has ended
-  calendar       ///< at each full minute; a tick that passes during a run starts the next one when that has ended
+  calendar       ///< at each full minute; if one passes during a run, again as soon as that has ended
 };
 
 /// One machine: its clock, its sleep, the person who uses it, its service manager, its wake events and its faults.
-/// Time passes in work(), sleepUntil() and untilStart() only, and meanwhile the rest of the machine does what it does.
+/// Time passes in work(), sleepUntil() and untilStart() only. Whatever else happens on the machine happens in them.
 class Machine {
  public:
   struct WakeEvent {
     Moment at;
-    std::string when;  ///< the same as the listing shows it, local
+    std::string when;  ///< the same in local time, as the listing shows it
     bool ours;
   };
 
   Machine(Random random, Timer timer, Judge& judge);
 
-  /// The service manager waits until it has to start the tool. False when the year is over.
+  /// Waits until the service manager starts the tool. False if the year is over.
   bool untilStart();
-  /// The tool has done its work; the last of it is gone milliseconds later.
+  /// The tool has returned from its work; its process ends milliseconds later.
   void toolEnds();
 
-  /// A program takes its time: seconds that the machine is asleep do not count.
+  /// A program takes its time: seconds in which the machine is asleep do not count.
   void work(milliseconds duration);
-  /// Sleep to a moment; it may be over while the machine is asleep, and ends then when the machine wakes.
+  /// Sleeps until a moment, or until the machine wakes if it is asleep then.
   void sleepUntil(Moment moment);
 
   Moment now() const { return now_; }
   Random& random() { return random_; }
   void note(std::string_view what) { judge_.note(now_, what); }
 
-  /// The crontab in force. Whoever reads it looks for what is due in this minute.
+  /// The crontab in force. Whoever reads it makes a pass for this minute.
   std::shared_ptr<const Crontab> readCrontab();
-  /// Of every program. Now and then it hangs for a while.
+  /// Of any program. Now and then one hangs for a while.
   milliseconds programDuration();
 
   bool inhibitorWorks() const { return !inhibitor_.failing; }
   bool listingWorks() const { return !listing_.failing; }
   bool agentWorks() const { return !agent_.failing; }
-  /// Whether a failing agent is missing, or there and of no use.
+  /// Whether an agent that does not work is missing; otherwise it is there, and does nothing.
   bool agentIsMissing() const { return agentIsMissing_; }
 
-  /// Does what the agent does when it is asked to set an event at month/day/year hour:minute:00.
+  /// What the agent does when it is asked to set an event at month/day/year hour:minute:00.
   void setWakeEvent(const std::string& time);
   std::vector<Moment> ownWakeEvents() const;
 
@@ -62,14 +62,14 @@ class Machine {
 
  private:
   struct Fault {
-    milliseconds typical;  ///< how long it goes well
+    milliseconds meanTimeBetween;
     bool failing = false;
     Moment changesAt{};
   };
 
-  /// Lets time pass until the next thing happens on the machine, but not beyond `target`. Gives whether it has
+  /// Lets time pass until the next thing happens on the machine, but not beyond `target`. Gives whether anything has
   /// happened.
-  bool hop(Moment target);
+  bool advance(Moment target);
   void passTo(Moment moment);
   Moment timerElapsesAt() const;
 
@@ -78,7 +78,7 @@ class Machine {
   void idleTimeIsOver();
   void fallAsleep(const char* why);
   void wakeUp(const char* why);
-  void comeDue(std::size_t wakeEvent);
+  void fireWakeEvent(std::size_t index);
   void changeCrontab();
   void change(Fault& fault, const char* name);
   void addForeignEvent();
@@ -87,19 +87,20 @@ class Machine {
   Timer timer_;
   Judge& judge_;
   Moment now_, end_;
-  milliseconds awakeFor_{};  ///< in all: what a monotonic clock shows
   bool awake_ = true;
+  milliseconds awakeFor_{};  ///< in all: what a monotonic clock shows
   bool personIsThere_ = true;
-  Moment personComesOrGoesAt_, idleTimeIsOverAt_, wakesAt_, crontabChangesAt_;
+  Moment personComesOrGoesAt_, idleTimeIsOverAt_, wakesAt_, crontabChangesAt_;  ///< Moment::max() for never
   Fault inhibitor_{std::chrono::hours{60}}, listing_{std::chrono::hours{90}}, agent_{std::chrono::hours{90}};
   bool agentIsMissing_ = false;
 
-  bool toolRuns_ = false, toolIsEnding_ = false, programRuns_ = false, startIsAsked_ = false;
+  ToolState tool_ = ToolState::stopped;
+  bool programRuns_ = false;     ///< and the tool waits for it, or is itself being loaded
   milliseconds timerElapses_{};  ///< on the monotonic clock
-  Moment tick_;                  ///< of the calendar timer
+  Moment tick_;                  ///< the next one of the calendar timer
 
   std::shared_ptr<const Crontab> crontab_;
-  MinuteRecord before_, record_;
+  MinuteRecord before_, record_;  ///< of the last minute and of this one
 };
 
 }  // namespace zt::simulation
