@@ -29,9 +29,8 @@ constexpr std::array brokenOrdinals = {"15", "22-28", "", "1", "** "};
 
 /// A number as the application may write it.
 std::string number(Random& random, int value) {
-  const std::string digits = std::to_string(value);
   const auto form = random.below(12);
-  return std::string(form == 0 ? "+" : form == 1 ? "00" : "").append(digits);
+  return (form == 0 ? "+" : form == 1 ? "00" : "") + std::to_string(value);
 }
 
 }  // namespace

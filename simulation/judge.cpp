@@ -59,7 +59,8 @@ void Judge::runBegins() {
 
 void Judge::passBegins(Moment now, std::shared_ptr<const Crontab> crontab) {
   endPass();
-  pass_ = Pass{std::chrono::floor<std::chrono::minutes>(now), std::move(crontab), {}};
+  const auto minute = std::chrono::floor<std::chrono::minutes>(now);
+  pass_ = Pass{minute, crontab->next(minute + 1min), std::move(crontab)};
 }
 
 void Judge::sleepAnnounced(seconds duration) {
@@ -73,14 +74,15 @@ void Judge::toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEv
   }
   if (!pass_) return;
   pass_->slept = true;
-  // The machine may be put to sleep now. Only for what is due in the coming minute the tool stays without an event.
-  const auto next = pass_->crontab->next(pass_->minute + 1min);
-  if (next && *next > pass_->minute + 1min && *next > now) checkArmed(next, wakeEvents);
+  // The machine may be put to sleep now. Only to serve the next minute may the tool itself sleep without an event.
+  const auto& next = pass_->next;
+  if (next && *next > pass_->minute + 1min && *next > now) checkArmed(wakeEvents);
 }
 
-void Judge::checkArmed(std::optional<Minute> next, const OwnWakeEvents& wakeEvents) {
+void Judge::checkArmed(const OwnWakeEvents& wakeEvents) {
   const auto& [armed, agentWorked, listingWorked] = wakeEvents;
   if (!agentWorked) return;
+  const auto& next = pass_->next;
   const bool isArmed = !next || std::ranges::find(armed, Moment{*next}) != armed.end();
   if (isArmed && (!listingWorked || armed.size() == (next ? 1 : 0))) return;
   std::string what = "armed:";
@@ -101,7 +103,7 @@ void Judge::copyStarted(Moment now, const std::string& url) {
 
 void Judge::endPass() {
   if (!pass_) return;
-  const auto& [minute, crontab, started, slept] = *pass_;
+  const auto& [minute, next, crontab, started, slept] = *pass_;
   passesInMinute_ = minute == lastMinute_ ? passesInMinute_ + 1 : 1;
   lastMinute_ = minute;
   if (passesInMinute_ == 1) {
@@ -139,9 +141,9 @@ void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEve
   if (assertionHeld) otherViolation("the assertion is still held");
   if (std::exchange(announced_, {})) otherViolation("a sleep was announced and did not come");
   if (pass_) {
-    const auto next = pass_->crontab->next(pass_->minute + 1min);
+    const auto& next = pass_->next;
     if (next && *next <= now) otherViolation("the run ended after " + text(*next) + ", which was the next event");
-    checkArmed(next, wakeEvents);
+    checkArmed(wakeEvents);
     if (wakeEvents.agentWorked) armedFor_ = pass_->crontab;
   } else {
     otherViolation("the run ended without a look at the crontab");

@@ -88,15 +88,16 @@ class Judge {
  private:
   struct Pass {
     Minute minute;
+    std::optional<Minute> next;  ///< the first one after `minute` in which a schedule fires
     std::shared_ptr<const Crontab> crontab;
-    std::vector<std::string> started;
+    std::vector<std::string> started{};
     bool slept = false;
   };
 
   void endPass();
   void compare(const std::vector<std::string>& due, const std::vector<std::string>& started);
-  /// Checks that what is armed is `next`, the first minute after that of the pass in which a schedule fires.
-  void checkArmed(std::optional<Minute> next, const OwnWakeEvents& wakeEvents);
+  /// Checks that the event for the pass's next minute is armed, and no other.
+  void checkArmed(const OwnWakeEvents& wakeEvents);
   void tell(const std::string& violation);
 
   Figures& figures_;

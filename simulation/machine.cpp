@@ -23,10 +23,8 @@ Machine::Machine(Random random, Timer timer, Judge& judge)
       tick_(floor<minutes>(now_)),
       crontab_(std::make_shared<Crontab>(Crontab::draw(random_))) {
   personComesOrGoesAt_ = random_.oneIn(25) ? Moment::max() : now_;  // some machines are always on
-  idleTimeIsOverAt_ = wakesAt_ = Moment::max();
   crontabChangesAt_ = now_ + random_.about(days{1});
-  for (Fault* fault : {&inhibitor_, &listing_, &agent_})
-    fault->changesAt = now_ + random_.about(fault->meanTimeBetween);
+  for (auto* fault : {&inhibitor_, &listing_, &agent_}) fault->changesAt = now_ + random_.about(fault->meanTimeBetween);
   for (auto left = random_.below(3); left > 0; --left) addForeignEvent();
 }
 
@@ -136,19 +134,15 @@ void Machine::personComesOrGoes() {
   }
   personComesOrGoesAt_ = now_ + (random_.oneIn(4) ? random_.between(1s, 2min) : random_.about(5h));
   if (random_.oneIn(2)) {
-    idleFor(random_.between(1min, 10min));
+    idleTimeIsOverAt_ = now_ + random_.between(1min, 10min);
   } else {
     fallAsleep("its lid is closed");
   }
 }
 
-void Machine::idleFor(milliseconds duration) {
-  idleTimeIsOverAt_ = now_ + duration;
-}
-
 void Machine::idleTimeIsOver() {
   if (assertionHeld) {
-    idleFor(random_.between(1s, 30s));
+    idleTimeIsOverAt_ = now_ + random_.between(1s, 30s);
   } else {
     fallAsleep("it is idle");
   }
@@ -171,7 +165,7 @@ void Machine::wakeUp(const char* why) {
   awake_ = true;
   wakesAt_ = Moment::max();
   before_.available = record_.available = 0ms;
-  if (!personIsThere_) idleFor(random_.between(5s, 2min));
+  if (!personIsThere_) idleTimeIsOverAt_ = now_ + random_.between(5s, 2min);
 }
 
 void Machine::fireWakeEvent(std::size_t index) {
@@ -233,11 +227,11 @@ void Machine::setWakeEvent(const std::string& time) {
 }
 
 std::vector<Moment> Machine::ownWakeEvents() const {
-  std::vector<Moment> result;
+  std::vector<Moment> moments;
   for (const auto& event : wakeEvents) {
-    if (event.ours) result.push_back(event.at);
+    if (event.ours) moments.push_back(event.at);
   }
-  return result;
+  return moments;
 }
 
 }  // namespace zt::simulation

@@ -74,7 +74,6 @@ class Machine {
   Moment timerElapsesAt() const;
 
   void personComesOrGoes();
-  void idleFor(milliseconds duration);
   void idleTimeIsOver();
   void fallAsleep(const char* why);
   void wakeUp(const char* why);
@@ -90,7 +89,8 @@ class Machine {
   bool awake_ = true;
   milliseconds awakeFor_{};  ///< in all: what a monotonic clock shows
   bool personIsThere_ = true;
-  Moment personComesOrGoesAt_, idleTimeIsOverAt_, wakesAt_, crontabChangesAt_;  ///< Moment::max() for never
+  Moment personComesOrGoesAt_, crontabChangesAt_;
+  Moment idleTimeIsOverAt_ = Moment::max(), wakesAt_ = Moment::max();  ///< max() for never
   Fault inhibitor_{std::chrono::hours{60}}, listing_{std::chrono::hours{90}}, agent_{std::chrono::hours{90}};
   bool agentIsMissing_ = false;
 

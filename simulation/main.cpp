@@ -3,10 +3,8 @@
 
 #include <unistd.h>
 
-#include <array>
 #include <charconv>
 #include <csignal>
-#include <cstdio>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -28,25 +26,24 @@ else was not as it should be. docs/simulation.md describes the machines, and whi
                     Copies are doubled then: this shows that the simulation notices, and why the tool has another timer
 )";
 
-std::array<char, 64> seedText;
+std::string machineName;
 
-/// A search that does not end and a tool that aborts are faults as well, and nothing else would tell the seed.
-extern "C" void tellSeed(int signal) {
+/// A search that does not end and a tool that aborts are violations, too, and nothing else would tell the seed.
+extern "C" void reportSignal(int signal) {
   const std::string_view what = signal == SIGALRM ? "the year is not over after 300 seconds\n" : "the tool aborts\n";
-  for (const std::string_view text : {std::string_view(seedText.data()), what}) {
+  for (const std::string_view text : {std::string_view(machineName), what}) {
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
   }
   ::_exit(1);
 }
 
-/// Gives what went wrong, or nothing.
-std::string liveThroughAYear(std::uint64_t seed, Timer timer, Figures& figures) {
-  std::snprintf(seedText.data(), seedText.size(), "seed %llu: ", static_cast<unsigned long long>(seed));
-  ::alarm(300);
-
+/// Gives the report on the first violation, or nothing.
+std::string simulateYear(std::uint64_t seed, Timer timer, Figures& figures) {
   Random random(seed);
-  const char* name = random.pick(zoneNames);
-  Zone zone(name);
+  const char* timeZone = random.pick(zoneNames);
+  machineName = "seed " + std::to_string(seed) + ", " + timeZone + ": ";
+  ::alarm(300);
+  Zone zone(timeZone);
   Judge judge(figures);
   Machine machine(random, timer, judge);
   try {
@@ -55,7 +52,7 @@ std::string liveThroughAYear(std::uint64_t seed, Timer timer, Figures& figures) 
     judge.otherViolation("a run does not end");
   }
   ++figures.machineYears;
-  return judge.report().empty() ? "" : "seed " + std::to_string(seed) + ", " + name + ": " + judge.report();
+  return judge.report().empty() ? "" : machineName + judge.report();
 }
 
 void print(const Figures& f) {
@@ -94,12 +91,12 @@ int main(char** arguments) {
     std::cerr << "simulate: no years, nothing shown\n";
     return 2;
   }
-  for (const int signal : {SIGALRM, SIGABRT}) std::signal(signal, tellSeed);
+  for (const int signal : {SIGALRM, SIGABRT}) std::signal(signal, reportSignal);
   Figures figures;
   for (std::uint64_t year = 0; year < years; ++year) {
     const bool isFirst = figures.violations() == 0;
-    const auto wrong = liveThroughAYear(seed + year, timer, figures);
-    if (isFirst && !wrong.empty()) std::cout << wrong << std::endl;
+    const auto report = simulateYear(seed + year, timer, figures);
+    if (isFirst && !report.empty()) std::cout << report << std::endl;
   }
   print(figures);
   return figures.violations() == 0 ? 0 : 1;
