@@ -1,6 +1,7 @@
 #include "judge.h"
 
 #include <algorithm>
+#include <iostream>
 #include <utility>
 
 #include "local_time.h"
@@ -39,16 +40,17 @@ void Judge::note(Moment now, std::string_view what) {
 
 void Judge::otherViolation(const std::string& what) {
   ++figures_.other;
-  tell(what);
+  report(what);
 }
 
-void Judge::tell(const std::string& violation) {
-  if (!report_.empty()) return;
-  report_ = violation + "\nThe machine's last minutes:\n";
+void Judge::report(const std::string& violation) {
+  if (std::exchange(figures_.isReported, true)) return;
+  std::cout << machine_ << ": " << violation << "\nThe machine's last minutes:\n";
   for (std::size_t i = notes_ < history_.size() ? 0 : notes_ - history_.size(); i < notes_; ++i) {
     const auto& [moment, note] = history_.at(i % history_.size());
-    report_.append("  ").append(text(moment)).append("  ").append(note).append("\n");
+    std::cout << "  " << text(moment) << "  " << note << '\n';
   }
+  std::cout << std::endl;
 }
 
 void Judge::runBegins() {
@@ -93,7 +95,7 @@ void Judge::checkArmed(const OwnWakeEvents& wakeEvents) {
 void Judge::copyStarted(Moment now, const std::string& url) {
   if (!pass_ || pass_->slept) {
     ++figures_.early;
-    tell(url + " was started outside of a look at the crontab");
+    report(url + " was started outside of a look at the crontab");
     return;
   }
   pass_->started.push_back(url);
@@ -111,7 +113,7 @@ void Judge::endPass() {
   } else if (!started.empty()) {
     figures_.doubled += std::ssize(started);
     if (passesInMinute_ == 2) figures_.startedOnce -= std::ssize(started);
-    tell("what is due at " + text(minute) + " was started again, by another look at the crontab");
+    report("what is due at " + text(minute) + " was started again, by another look at the crontab");
   }
   pass_.reset();
 }
@@ -133,7 +135,7 @@ void Judge::compare(const std::vector<std::string>& due, const std::vector<std::
   for (const auto& url : due) what.append(" ").append(url);
   what += "; started:";
   for (const auto& url : started) what.append(" ").append(url);
-  tell(what);
+  report(what);
 }
 
 void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEvents& wakeEvents) {
@@ -169,7 +171,7 @@ void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRe
   const bool eventWasSet = armedFor_.get() == &inForce;
   if (timerHadTime || eventHadTime || (asleep && eventWasSet)) {
     figures_.missed += due;
-    tell("what was due at " + text(minute) + " was not started");
+    report("what was due at " + text(minute) + " was not started");
   } else if (asleep) {
     (runIsUnderWay_ ? figures_.asleepInRun : figures_.asleepUnset) += due;
   } else if (cameWhileEnding) {

@@ -26,6 +26,7 @@ struct Figures {
   std::int64_t asleepInRun = 0, asleepUnset = 0, awakeTooShort = 0, heldUp = 0, ending = 0;
 
   std::int64_t violations() const { return missed + doubled + early + other; }
+  bool isReported = false;  ///< the first of them
 };
 
 /// `starting` is from the request for a start to the start itself; `ending` the milliseconds after the last look at the
@@ -49,12 +50,13 @@ struct OwnWakeEvents {
   bool listingWorked = true;  ///< otherwise there may be old ones that the tool could not know of
 };
 
-/// Compares what the tool does with what the crontab means.
+/// Compares what the tool does with what the crontab means. The first violation that is counted in `figures` is
+/// printed, with what happened on the machine before it.
 class Judge {
  public:
-  explicit Judge(Figures& figures) : figures_(figures) {}
+  Judge(std::string machine, Figures& figures) : machine_(std::move(machine)), figures_(figures) {}
 
-  /// Keeps what happened for the report on a violation.
+  /// Keeps what happened on the machine for that.
   void note(Moment now, std::string_view what);
 
   void runBegins();
@@ -82,9 +84,6 @@ class Judge {
   /// For what is not about a copy.
   void otherViolation(const std::string& what);
 
-  /// The first violation, and what happened on the machine before it; empty if there was none.
-  const std::string& report() const { return report_; }
-
  private:
   struct Pass {
     Minute minute;
@@ -98,8 +97,9 @@ class Judge {
   void compare(const std::vector<std::string>& due, const std::vector<std::string>& started);
   /// Checks that the event for the pass's next minute is armed, and no other.
   void checkArmed(const OwnWakeEvents& wakeEvents);
-  void tell(const std::string& violation);
+  void report(const std::string& violation);
 
+  std::string machine_;
   Figures& figures_;
   std::optional<Pass> pass_;  ///< the last one of the run
   Minute lastMinute_{};       ///< the last one with a pass
@@ -111,7 +111,6 @@ class Judge {
   std::optional<seconds> announced_;  ///< a sleep that has not begun
   std::array<std::pair<Moment, std::string>, 100> history_;
   std::size_t notes_ = 0;  ///< ever made; the last ones are in `history_`
-  std::string report_;
 };
 
 }  // namespace zt::simulation

@@ -28,23 +28,23 @@ else was not as it should be. docs/simulation.md describes the machines, and whi
 
 std::string machineName;
 
-/// A search that does not end and a tool that aborts are violations, too, and nothing else would tell the seed.
+/// A search that does not end and a tool that aborts are violations, too, and nothing else would tell the machine.
 extern "C" void reportSignal(int signal) {
-  const std::string_view what = signal == SIGALRM ? "the year is not over after 300 seconds\n" : "the tool aborts\n";
+  const std::string_view what =
+      signal == SIGALRM ? ": the year is not over after 300 seconds\n" : ": the tool aborts\n";
   for (const std::string_view text : {std::string_view(machineName), what}) {
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
   }
   ::_exit(1);
 }
 
-/// Gives the report on the first violation, or nothing.
-std::string simulateYear(std::uint64_t seed, Timer timer, Figures& figures) {
+void simulateYear(std::uint64_t seed, Timer timer, Figures& figures) {
   Random random(seed);
   const char* timeZone = random.pick(zoneNames);
-  machineName = "seed " + std::to_string(seed) + ", " + timeZone + ": ";
+  machineName = "seed " + std::to_string(seed) + ", " + timeZone;
   ::alarm(300);
   Zone zone(timeZone);
-  Judge judge(figures);
+  Judge judge(machineName, figures);
   Machine machine(random, timer, judge);
   try {
     while (machine.untilStart()) runTool(machine, judge, zone.calendar);
@@ -52,7 +52,6 @@ std::string simulateYear(std::uint64_t seed, Timer timer, Figures& figures) {
     judge.otherViolation("a run does not end");
   }
   ++figures.machineYears;
-  return judge.report().empty() ? "" : machineName + judge.report();
 }
 
 void print(const Figures& f) {
@@ -82,22 +81,15 @@ int main(char** arguments) {
     }
     if (name == "--calendar-timer") {
       timer = Timer::calendar;
-    } else if (!(name == "--years" && read(*++argument, years)) && !(name == "--seed" && read(*++argument, seed))) {
-      std::cerr << "simulate: cannot make sense of " << name << "\n\n" << usage;
+    } else if (!(name == "--years" && read(*++argument, years) && years > 0) &&
+               !(name == "--seed" && read(*++argument, seed))) {
+      std::cerr << "simulate: wrong option or value: " << name << "\n\n" << usage;
       return 2;
     }
   }
-  if (years == 0) {
-    std::cerr << "simulate: no years, nothing shown\n";
-    return 2;
-  }
   for (const int signal : {SIGALRM, SIGABRT}) std::signal(signal, reportSignal);
   Figures figures;
-  for (std::uint64_t year = 0; year < years; ++year) {
-    const bool isFirst = figures.violations() == 0;
-    const auto report = simulateYear(seed + year, timer, figures);
-    if (isFirst && !report.empty()) std::cout << report << std::endl;
-  }
+  for (std::uint64_t year = 0; year < years; ++year) simulateYear(seed + year, timer, figures);
   print(figures);
   return figures.violations() == 0 ? 0 : 1;
 }

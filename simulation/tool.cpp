@@ -16,16 +16,12 @@ using Texts = std::vector<std::string>;
 
 const std::filesystem::path application = "/opt/Z.app";
 
-/// What a run asks of the machine, and what became of its wake events.
-class SimulatedServices final : public Clock,
-                                public Applications,
-                                public FileManager,
-                                public Commands,
-                                public PowerAssertions,
-                                public WakeEvents,
-                                public UnifiedLog,
-                                public PlainLog {
- public:
+struct UnusedPlainLog final : PlainLog {
+  void write(std::string_view) override {}
+};
+
+/// What a run needs of the machine, and whether its wake events could be set.
+struct SimulatedServices final : Clock, Applications, FileManager, Commands, PowerAssertions, WakeEvents, UnifiedLog {
   SimulatedServices(Machine& machine, Judge& judge) : machine_(machine), judge_(judge) {}
 
   OwnWakeEvents wakeEvents() const { return {machine_.ownWakeEvents(), agentWorked_, listingWorked_}; }
@@ -41,7 +37,7 @@ class SimulatedServices final : public Clock,
   std::optional<std::filesystem::path> installed(std::string_view) const override { return application; }
 
   bool isExecutableFile(const std::filesystem::path&) const override {
-    return agentWorks() || !machine_.agentIsMissing();
+    return useAgent() || !machine_.agentIsMissing();
   }
 
   std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
@@ -90,12 +86,12 @@ class SimulatedServices final : public Clock,
   void cancel(const std::filesystem::path&, const std::string& dateAndTime) override {
     if (std::erase(cancellable_, dateAndTime) == 0) judge_.otherViolation(dateAndTime + " is not ours to cancel");
     program();
-    if (!agentWorks()) return;
+    if (!useAgent()) return;
     std::erase_if(machine_.wakeEvents, [&](const auto& event) { return event.ours && event.when == dateAndTime; });
   }
   void wake(const std::filesystem::path&, const std::string& time) override {
     program();
-    if (agentWorks()) machine_.setWakeEvent(time);
+    if (useAgent()) machine_.setWakeEvent(time);
   }
 
   void write(LogLevel, std::string_view, std::string_view, std::string_view message) override {
@@ -107,7 +103,6 @@ class SimulatedServices final : public Clock,
     std::from_chars(message.data() + number, message.data() + message.size(), value);
     judge_.sleepAnnounced(seconds{value});
   }
-  void write(std::string_view) override {}
 
  private:
   void program() {
@@ -117,18 +112,20 @@ class SimulatedServices final : public Clock,
   void checkAssertion() {
     if (!machine_.assertionHeld && !assertionRefused_) judge_.otherViolation("no assertion is held");
   }
-  bool agentWorks() const {
+  /// Whether the agent works now.
+  bool useAgent() const {
     agentWorked_ = agentWorked_ && machine_.agentWorks();
     return machine_.agentWorks();
   }
 
   Machine& machine_;
   Judge& judge_;
-  Texts cancellable_;
-  int programs_ = 0;
-  mutable bool agentWorked_ = true;  ///< isExecutableFile() notes it too
-  bool listingWorked_ = true;
+  Texts cancellable_;  ///< the events of ours in the last listing, as it shows them
+  int programs_ = 0;   ///< started in this run
   bool assertionRefused_ = false;
+  // Whenever they were used in this run.
+  mutable bool agentWorked_ = true;
+  bool listingWorked_ = true;
 };
 
 }  // namespace
@@ -137,9 +134,10 @@ void runTool(Machine& machine, Judge& judge, Calendar& calendar) {
   judge.runBegins();
   machine.work(machine.random().between(3ms, machine.random().oneIn(100) ? 2s : 30ms));  // to load it
   SimulatedServices services(machine, judge);
+  UnusedPlainLog plainLog;
   std::ostringstream output;
   const int status = zt::run(
-      {services, calendar, services, services, services, services, services, LogSinks{&services, services}, output});
+      {services, calendar, services, services, services, services, services, LogSinks{&services, plainLog}, output});
   judge.runEnds(machine.now(), status, machine.assertionHeld, services.wakeEvents());
   machine.toolEnds();
 }
