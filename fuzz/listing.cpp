@@ -1,3 +1,5 @@
+#include <sstream>
+
 #include "driver/wake_scheduling.h"
 #include "logging/log_factory.h"
 #include "property.h"
@@ -8,23 +10,6 @@ namespace zt {
 
 using namespace platform;
 using namespace util;
-namespace {
-
-/// What stands between blanks; a tab is no blank.
-Texts wordsOf(std::string_view line) {
-  Texts words(1);
-  for (const char c : line) {
-    if (c != ' ') {
-      words.back() += c;
-    } else if (!words.back().empty()) {
-      words.emplace_back();
-    }
-  }
-  if (words.back().empty()) words.pop_back();
-  return words;
-}
-
-}  // namespace
 
 /// A listing of wake events.
 void check(std::string_view input) {
@@ -36,7 +21,11 @@ void check(std::string_view input) {
   Texts calls;
   Texts messages{"Canceling any existing wake events."};
   for (const auto& line : wakeEvents.events) {
-    const auto words = wordsOf(line);
+    Texts words;  // separated by blanks alone, not by tabs
+    std::istringstream stream(line);
+    for (std::string word; std::getline(stream, word, ' ');) {
+      if (!word.empty()) words.push_back(word);
+    }
     const bool isOurs = line.find("ZTAgent") != line.npos || line.find("ztbackupbytime") != line.npos;
     if (!wakeEvents.hasListing || !isOurs || words.size() != 7) continue;
     calls.push_back(agent + " cancel " + words[3] + " " + words[4]);
@@ -55,7 +44,8 @@ void check(std::string_view input) {
   unified.entries.clear();
   wakeScheduling.cancelExisting();
   require(wakeEvents.calls == calls, "our events are cancelled, and no others");
-  require(std::ranges::equal(unified.entries, messages, {}, &FakeUnifiedLog::Entry::message), "the log has them all");
+  require(std::ranges::equal(unified.entries, messages, {}, &FakeUnifiedLog::Entry::message),
+          "each cancelled event is in the log");
 }
 
 }  // namespace zt

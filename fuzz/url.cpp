@@ -9,10 +9,9 @@ namespace zt {
 using namespace util;
 namespace {
 
-constexpr std::string_view hexDigits = "0123456789ABCDEFabcdef";
-
 /// Whether a text is made of the characters of RFC 3986, section 2, and each percent sign begins an escape.
 bool hasOnlyURLCharacters(std::string_view text) {
+  constexpr std::string_view hexDigits = "0123456789ABCDEFabcdef";
   constexpr std::string_view characters =
       "%:/?#[]@!$&'()*+,;=-._~0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
   if (text.find_first_not_of(characters) != text.npos) return false;
@@ -34,13 +33,10 @@ std::string_view pathOf(std::string_view text) {
 
 std::string decoded(std::string_view text) {
   std::string result;
-  for (; !text.empty(); text.remove_prefix(1)) {
-    if (text.front() == '%') {
-      result += static_cast<char>(std::stoi(std::string(text.substr(1, 2)), nullptr, 16));
-      text.remove_prefix(2);
-    } else {
-      result += text.front();
-    }
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const bool isEscape = text[i] == '%';
+    result += isEscape ? static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16)) : text[i];
+    if (isEscape) i += 2;
   }
   return result;
 }
@@ -76,9 +72,9 @@ void checkComparison(const URL& a, const URL& b, CompareOptions options) {
   require(a.isEqual(b, options) == (startsWithB && b.startsWithPath(a, options)), "equal is each below the other");
   const std::vector<URL> bases = {b, a, b};
   const auto found = a.startsWithPaths(bases, options);
-  require(
-      std::ranges::equal(found, startsWithB ? bases : std::vector{a}, {}, &URL::absoluteString, &URL::absoluteString),
-      "of several URLs those are found that are found alone");
+  const auto& expected = startsWithB ? bases : std::vector{a};
+  require(std::ranges::equal(found, expected, {}, &URL::absoluteString, &URL::absoluteString),
+          "of several URLs those are found that are found alone");
   require(a.startsWithAnyPath(found, options), "one of those found is found");
   require(a.startsWithAnyPath(std::vector{b}, options) == startsWithB, "one of one URL is that one");
 }

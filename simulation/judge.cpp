@@ -33,9 +33,8 @@ std::string text(Moment moment) {
 }  // namespace
 
 void Judge::note(Moment now, std::string_view what) {
-  auto& [moment, note] = history_.at(notes_++ % history_.size());
-  moment = now;
-  note = what;
+  history_.emplace_back(now, what);
+  if (history_.size() > 100) history_.pop_front();
 }
 
 void Judge::otherViolation(const std::string& what) {
@@ -46,10 +45,7 @@ void Judge::otherViolation(const std::string& what) {
 void Judge::report(const std::string& violation) {
   if (std::exchange(figures_.isReported, true)) return;
   std::cout << machine_ << ": " << violation << "\nThe machine's last minutes:\n";
-  for (std::size_t i = notes_ < history_.size() ? 0 : notes_ - history_.size(); i < notes_; ++i) {
-    const auto& [moment, note] = history_.at(i % history_.size());
-    std::cout << "  " << text(moment) << "  " << note << '\n';
-  }
+  for (const auto& [moment, note] : history_) std::cout << "  " << text(moment) << "  " << note << '\n';
   std::cout << std::endl;
 }
 
@@ -62,7 +58,7 @@ void Judge::runBegins() {
 void Judge::passBegins(Moment now, std::shared_ptr<const Crontab> crontab) {
   endPass();
   const auto minute = std::chrono::floor<std::chrono::minutes>(now);
-  pass_ = Pass{minute, crontab->next(minute + 1min), std::move(crontab)};
+  pass_ = Pass{minute, crontab->dueAt(minute), crontab->next(minute + 1min), std::move(crontab)};
 }
 
 void Judge::sleepAnnounced(seconds duration) {
@@ -105,11 +101,12 @@ void Judge::copyStarted(Moment now, const std::string& url) {
 
 void Judge::endPass() {
   if (!pass_) return;
-  const auto& [minute, next, crontab, started, slept] = *pass_;
+  const auto& minute = pass_->minute;
+  const auto& started = pass_->started;
   passesInMinute_ = minute == lastMinute_ ? passesInMinute_ + 1 : 1;
   lastMinute_ = minute;
   if (passesInMinute_ == 1) {
-    compare(crontab->dueAt(minute), started);
+    compare(*pass_);
   } else if (!started.empty()) {
     figures_.doubled += std::ssize(started);
     if (passesInMinute_ == 2) figures_.startedOnce -= std::ssize(started);
@@ -118,7 +115,9 @@ void Judge::endPass() {
   pass_.reset();
 }
 
-void Judge::compare(const std::vector<std::string>& due, const std::vector<std::string>& started) {
+void Judge::compare(const Pass& pass) {
+  const auto& due = pass.due;
+  const auto& started = pass.started;
   figures_.due += std::ssize(due);
   if (started == due) {
     figures_.startedOnce += std::ssize(due);
@@ -131,7 +130,7 @@ void Judge::compare(const std::vector<std::string>& due, const std::vector<std::
   }
   figures_.early += std::ranges::count_if(started, [&](const auto& url) { return std::ranges::count(due, url) == 0; });
   if (figures_.violations() == violations) ++figures_.other;  // the order is wrong
-  std::string what = "due at " + text(lastMinute_) + ":";
+  std::string what = "due at " + text(pass.minute) + ":";
   for (const auto& url : due) what.append(" ").append(url);
   what += "; started:";
   for (const auto& url : started) what.append(" ").append(url);

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <array>
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <optional>
 #include <string>
@@ -87,6 +87,7 @@ class Judge {
  private:
   struct Pass {
     Minute minute;
+    std::vector<std::string> due;
     std::optional<Minute> next;  ///< the first one after `minute` in which a schedule fires
     std::shared_ptr<const Crontab> crontab;
     std::vector<std::string> started{};
@@ -94,7 +95,8 @@ class Judge {
   };
 
   void endPass();
-  void compare(const std::vector<std::string>& due, const std::vector<std::string>& started);
+  /// Counts the copies of the first pass in a minute.
+  void compare(const Pass& pass);
   /// Checks that the event for the pass's next minute is armed, and no other.
   void checkArmed(const OwnWakeEvents& wakeEvents);
   void report(const std::string& violation);
@@ -109,8 +111,7 @@ class Judge {
   /// set or has come to nothing.
   std::shared_ptr<const Crontab> armedFor_;
   std::optional<seconds> announced_;  ///< a sleep that has not begun
-  std::array<std::pair<Moment, std::string>, 100> history_;
-  std::size_t notes_ = 0;  ///< ever made; the last ones are in `history_`
+  std::deque<std::pair<Moment, std::string>> history_;
 };
 
 }  // namespace zt::simulation

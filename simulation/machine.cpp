@@ -1,7 +1,6 @@
 #include "machine.h"
 
 #include <algorithm>
-#include <array>
 #include <functional>
 
 namespace zt::simulation {
@@ -24,7 +23,7 @@ Machine::Machine(Random random, Timer timer, Judge& judge)
       crontab_(std::make_shared<Crontab>(Crontab::draw(random_))) {
   personComesOrGoesAt_ = random_.oneIn(25) ? Moment::max() : now_;  // some machines are always on
   crontabChangesAt_ = now_ + random_.about(days{1});
-  for (auto* fault : {&inhibitor_, &listing_, &agent_}) fault->changesAt = now_ + random_.about(fault->meanTimeBetween);
+  for (auto* part : {&inhibitor, &listing, &agent}) part->changesAt = now_ + random_.about(part->meanTimeToFailure);
   for (auto left = random_.below(3); left > 0; --left) addForeignEvent();
 }
 
@@ -89,9 +88,9 @@ bool Machine::advance(Moment target) {
   };
   consider(personComesOrGoesAt_, [this] { personComesOrGoes(); });
   consider(crontabChangesAt_, [this] { changeCrontab(); });
-  consider(inhibitor_.changesAt, [this] { change(inhibitor_, "the inhibitor"); });
-  consider(listing_.changesAt, [this] { change(listing_, "the listing"); });
-  consider(agent_.changesAt, [this] { change(agent_, "the agent"); });
+  consider(inhibitor.changesAt, [this] { failOrRecover(inhibitor, "the inhibitor"); });
+  consider(listing.changesAt, [this] { failOrRecover(listing, "the listing"); });
+  consider(agent.changesAt, [this] { failOrRecover(agent, "the agent"); });
   if (awake_) {
     consider(idleTimeIsOverAt_, [this] { idleTimeIsOver(); });
     for (std::size_t i = 0; i < wakeEvents.size(); ++i) consider(wakeEvents[i].at, [this, i] { fireWakeEvent(i); });
@@ -191,11 +190,11 @@ void Machine::changeCrontab() {
   record_.crontabChanged = true;
 }
 
-void Machine::change(Fault& fault, const char* name) {
-  fault.failing = !fault.failing;
-  fault.changesAt = now_ + random_.about(fault.failing ? 20min : fault.meanTimeBetween);
-  if (&fault == &agent_) agentIsMissing_ = random_.oneIn(2);
-  note(std::string(name) + (fault.failing ? " fails from now on" : " works again"));
+void Machine::failOrRecover(Part& part, const char* name) {
+  part.works = !part.works;
+  part.changesAt = now_ + random_.about(part.works ? part.meanTimeToFailure : 20min);
+  if (&part == &agent) agentIsMissing = random_.oneIn(2);
+  note(std::string(name) + (part.works ? " works again" : " fails from now on"));
 }
 
 void Machine::addForeignEvent() {
@@ -209,29 +208,19 @@ void Machine::setWakeEvent(const std::string& time) {
     judge_.otherViolation("the agent cannot read " + time);
     return;
   }
-  const Moment asUtc{std::chrono::seconds{::timegm(&fields)}};
-  std::array<char, 32> when{};
-  ::strftime(when.data(), when.size(), listingFormat, &fields);
+  const Moment asUtc{seconds{::timegm(&fields)}};
+  const auto offsetAt = [](Moment moment) { return seconds{localFields(moment).tm_gmtoff}; };
   // The first instant to come at which the clock shows that time: with one of the offsets of the hours around it.
   std::optional<Moment> at;
   for (auto distance = -15h; distance <= 15h; distance += 1h) {
-    const Moment candidate = asUtc - std::chrono::seconds{localFields(asUtc + distance).tm_gmtoff};
-    if (candidate > now_ && (!at || candidate < *at) && localTime(candidate, listingFormat) == when.data())
-      at = candidate;
+    const Moment candidate = asUtc - offsetAt(asUtc + distance);
+    if (candidate > now_ && (!at || candidate < *at) && candidate + offsetAt(candidate) == asUtc) at = candidate;
   }
   if (!at) {
     note("the agent: that time has passed");
   } else if (std::ranges::none_of(wakeEvents, [&](const auto& event) { return event.ours && event.at == *at; })) {
-    wakeEvents.push_back({*at, when.data(), true});
+    wakeEvents.push_back({*at, localTime(*at, listingFormat), true});
   }
-}
-
-std::vector<Moment> Machine::ownWakeEvents() const {
-  std::vector<Moment> moments;
-  for (const auto& event : wakeEvents) {
-    if (event.ours) moments.push_back(event.at);
-  }
-  return moments;
 }
 
 }  // namespace zt::simulation

@@ -25,6 +25,12 @@ class Machine {
     std::string when;  ///< the same in local time, as the listing shows it
     bool ours;
   };
+  /// Something that fails now and then.
+  struct Part {
+    milliseconds meanTimeToFailure;
+    bool works = true;
+    Moment changesAt{};
+  };
 
   Machine(Random random, Timer timer, Judge& judge);
 
@@ -47,26 +53,15 @@ class Machine {
   /// Of any program. Now and then one hangs for a while.
   milliseconds programDuration();
 
-  bool inhibitorWorks() const { return !inhibitor_.failing; }
-  bool listingWorks() const { return !listing_.failing; }
-  bool agentWorks() const { return !agent_.failing; }
-  /// Whether an agent that does not work is missing; otherwise it is there, and does nothing.
-  bool agentIsMissing() const { return agentIsMissing_; }
-
   /// What the agent does when it is asked to set an event at month/day/year hour:minute:00.
   void setWakeEvent(const std::string& time);
-  std::vector<Moment> ownWakeEvents() const;
 
+  Part inhibitor{std::chrono::hours{60}}, listing{std::chrono::hours{90}}, agent{std::chrono::hours{90}};
+  bool agentIsMissing = false;  ///< while it does not work; otherwise it is there, and does nothing
   bool assertionHeld = false;
   std::vector<WakeEvent> wakeEvents;  ///< all that are armed, whoever set them
 
  private:
-  struct Fault {
-    milliseconds meanTimeBetween;
-    bool failing = false;
-    Moment changesAt{};
-  };
-
   /// Lets time pass until the next thing happens on the machine, but not beyond `target`. Gives whether anything has
   /// happened.
   bool advance(Moment target);
@@ -79,7 +74,7 @@ class Machine {
   void wakeUp(const char* why);
   void fireWakeEvent(std::size_t index);
   void changeCrontab();
-  void change(Fault& fault, const char* name);
+  void failOrRecover(Part& part, const char* name);
   void addForeignEvent();
 
   Random random_;
@@ -91,8 +86,6 @@ class Machine {
   bool personIsThere_ = true;
   Moment personComesOrGoesAt_, crontabChangesAt_;
   Moment idleTimeIsOverAt_ = Moment::max(), wakesAt_ = Moment::max();  ///< max() for never
-  Fault inhibitor_{std::chrono::hours{60}}, listing_{std::chrono::hours{90}}, agent_{std::chrono::hours{90}};
-  bool agentIsMissing_ = false;
 
   ToolState tool_ = ToolState::stopped;
   bool programRuns_ = false;     ///< and the tool waits for it, or is itself being loaded

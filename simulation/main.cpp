@@ -5,6 +5,7 @@
 
 #include <charconv>
 #include <csignal>
+#include <exception>
 #include <iostream>
 #include <string>
 #include <string_view>
@@ -48,8 +49,8 @@ void simulateYear(std::uint64_t seed, Timer timer, Figures& figures) {
   Machine machine(random, timer, judge);
   try {
     while (machine.untilStart()) runTool(machine, judge, zone.calendar);
-  } catch (const RunWithoutEnd&) {
-    judge.otherViolation("a run does not end");
+  } catch (const std::exception& error) {
+    judge.otherViolation(error.what());
   }
   ++figures.machineYears;
 }

@@ -2,29 +2,28 @@
 
 #include <charconv>
 #include <sstream>
+#include <stdexcept>
 
 #include "driver/run.h"
+#include "support/fakes.h"
 
 namespace zt::simulation {
 namespace {
 
 using namespace std::chrono_literals;
 using std::chrono::floor;
-using std::chrono::seconds;
-using namespace platform;
-using Texts = std::vector<std::string>;
-
-const std::filesystem::path application = "/opt/Z.app";
-
-struct UnusedPlainLog final : PlainLog {
-  void write(std::string_view) override {}
-};
 
 /// What a run needs of the machine, and whether its wake events could be set.
-struct SimulatedServices final : Clock, Applications, FileManager, Commands, PowerAssertions, WakeEvents, UnifiedLog {
+struct SimulatedServices final : Clock, FileManager, Commands, PowerAssertions, WakeEvents, UnifiedLog {
   SimulatedServices(Machine& machine, Judge& judge) : machine_(machine), judge_(judge) {}
 
-  OwnWakeEvents wakeEvents() const { return {machine_.ownWakeEvents(), agentWorked_, listingWorked_}; }
+  OwnWakeEvents wakeEvents() const {
+    OwnWakeEvents events{{}, agentWorked_, listingWorked_};
+    for (const auto& event : machine_.wakeEvents) {
+      if (event.ours) events.armed.push_back(event.at);
+    }
+    return events;
+  }
 
   Instant now() const override { return floor<seconds>(machine_.now()); }
   void sleep(seconds duration) override {
@@ -33,12 +32,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     machine_.sleepUntil(machine_.now() + duration);
   }
 
-  std::vector<std::optional<std::filesystem::path>> running(std::string_view) const override { return {}; }
-  std::optional<std::filesystem::path> installed(std::string_view) const override { return application; }
-
-  bool isExecutableFile(const std::filesystem::path&) const override {
-    return useAgent() || !machine_.agentIsMissing();
-  }
+  bool isExecutableFile(const std::filesystem::path&) const override { return useAgent() || !machine_.agentIsMissing; }
 
   std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
     if (path == "/usr/bin/crontab") {
@@ -49,9 +43,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
       return crontab->text();
     }
     program();
-    std::string word = arguments.at(1).substr(std::string_view("echo -n ").size());
-    std::erase(word, '\\');
-    return word.empty() ? Texts{} : Texts{word};
+    return FakeCommands().run(path, arguments);
   }
   void start(const std::string&, const Texts& arguments) override {
     machine_.note("copy started: " + arguments.front());
@@ -61,9 +53,9 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
 
   Created create(std::string_view, std::string_view, std::string_view) override {
     program();
-    machine_.assertionHeld = machine_.inhibitorWorks();
+    machine_.assertionHeld = machine_.inhibitor.works;
     assertionRefused_ = !machine_.assertionHeld;
-    return {.result = machine_.inhibitorWorks() ? 0 : -16, .identifier = 1};
+    return {.result = machine_.assertionHeld ? 0 : -16, .identifier = 1};
   }
   void release(std::uint32_t) override {
     if (!machine_.assertionHeld) judge_.otherViolation("an assertion is released that is not held");
@@ -73,8 +65,8 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   std::optional<Texts> list(const std::filesystem::path&) override {
     program();
     cancellable_.clear();
-    listingWorked_ = listingWorked_ && machine_.listingWorks();
-    if (!machine_.listingWorks()) return std::nullopt;
+    listingWorked_ = listingWorked_ && machine_.listing.works;
+    if (!machine_.listing.works) return std::nullopt;
     Texts lines{"Scheduled power events:"};
     for (const auto& event : machine_.wakeEvents) {
       lines.push_back(" [" + std::to_string(lines.size()) + "]  wake at " + event.when + " by " +
@@ -106,7 +98,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
 
  private:
   void program() {
-    if (++programs_ > 10'000) throw RunWithoutEnd();
+    if (++programs_ > 10'000) throw std::runtime_error("a run does not end");
     machine_.work(machine_.programDuration());
   }
   void checkAssertion() {
@@ -114,8 +106,8 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
   /// Whether the agent works now.
   bool useAgent() const {
-    agentWorked_ = agentWorked_ && machine_.agentWorks();
-    return machine_.agentWorks();
+    agentWorked_ = agentWorked_ && machine_.agent.works;
+    return machine_.agent.works;
   }
 
   Machine& machine_;
@@ -134,10 +126,12 @@ void runTool(Machine& machine, Judge& judge, Calendar& calendar) {
   judge.runBegins();
   machine.work(machine.random().between(3ms, machine.random().oneIn(100) ? 2s : 30ms));  // to load it
   SimulatedServices services(machine, judge);
-  UnusedPlainLog plainLog;
+  FakeApplications applications;
+  applications.installedCopy = "/opt/Z.app";
+  FakePlainLog plainLog;
   std::ostringstream output;
   const int status = zt::run(
-      {services, calendar, services, services, services, services, services, LogSinks{&services, plainLog}, output});
+      {services, calendar, applications, services, services, services, services, {&services, plainLog}, output});
   judge.runEnds(machine.now(), status, machine.assertionHeld, services.wakeEvents());
   machine.toolEnds();
 }

@@ -5,10 +5,8 @@
 
 namespace zt::simulation {
 
-/// Thrown out of a run that goes on and on.
-struct RunWithoutEnd {};
-
-/// One run of the tool, its driver and engine as they are shipped, on the machine. `calendar` is in the zone of TZ.
+/// One run of the tool, with its driver and engine as they are shipped. `calendar` is in the time zone of TZ. Throws a
+/// std::exception if the run would not end.
 void runTool(Machine& machine, Judge& judge, Calendar& calendar);
 
 }  // namespace zt::simulation
