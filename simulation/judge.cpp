@@ -44,7 +44,7 @@ void Judge::otherViolation(const std::string& what) {
 
 void Judge::report(const std::string& violation) {
   if (std::exchange(figures_.isReported, true)) return;
-  std::cout << machine_ << ": " << violation << "\nThe machine's last minutes:\n";
+  std::cout << machine_ << ": " << violation << "\nWhat happened on the machine before:\n";
   for (const auto& [moment, note] : history_) std::cout << "  " << text(moment) << "  " << note << '\n';
   std::cout << std::endl;
 }
@@ -62,13 +62,13 @@ void Judge::passBegins(Moment now, std::shared_ptr<const Crontab> crontab) {
 }
 
 void Judge::sleepAnnounced(seconds duration) {
-  if (announced_) otherViolation("a sleep was announced and did not come");
+  if (announced_) otherViolation("the tool announced a sleep that did not begin");
   announced_ = duration;
 }
 
 void Judge::toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEvents) {
   if (std::exchange(announced_, {}) != duration) {
-    otherViolation("the tool sleeps " + std::to_string(duration.count()) + " s unannounced");
+    otherViolation("the tool did not announce that it sleeps for " + std::to_string(duration.count()) + " s");
   }
   if (!pass_) return;
   pass_->slept = true;
@@ -83,19 +83,19 @@ void Judge::checkArmed(const OwnWakeEvents& wakeEvents) {
   const auto& next = pass_->next;
   const bool isArmed = !next || std::ranges::find(armed, Moment{*next}) != armed.end();
   if (isArmed && (!listingWorked || armed.size() == (next ? 1 : 0))) return;
-  std::string what = "armed:";
+  std::string what = "wake events armed:";
   for (const auto moment : armed) what.append(" ").append(text(moment));
-  otherViolation(what + "; next: " + (next ? text(*next) : "never"));
+  otherViolation(what + "; the next schedule fires at: " + (next ? text(*next) : "never"));
 }
 
 void Judge::copyStarted(Moment now, const std::string& url) {
   if (!pass_ || pass_->slept) {
     ++figures_.early;
-    report(url + " was started outside of a look at the crontab");
+    report(url + " was started outside a pass");
     return;
   }
   pass_->started.push_back(url);
-  // Only programs take time within a pass, or the machine's own sleep. A copy that is late by them is not lost.
+  // Within a pass, time is spent by programs alone, or while the machine is asleep: a copy that is late is not lost.
   if (now >= pass_->minute + 1min) ++figures_.late;
 }
 
@@ -110,7 +110,7 @@ void Judge::endPass() {
   } else if (!started.empty()) {
     figures_.doubled += std::ssize(started);
     if (passesInMinute_ == 2) figures_.startedOnce -= std::ssize(started);
-    report("what is due at " + text(minute) + " was started again, by another look at the crontab");
+    report("what is due at " + text(minute) + " was started again, by another pass");
   }
   pass_.reset();
 }
@@ -140,14 +140,15 @@ void Judge::compare(const Pass& pass) {
 void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEvents& wakeEvents) {
   if (status != 0) otherViolation("the run ended with status " + std::to_string(status));
   if (assertionHeld) otherViolation("the assertion is still held");
-  if (std::exchange(announced_, {})) otherViolation("a sleep was announced and did not come");
+  if (std::exchange(announced_, {})) otherViolation("the tool announced a sleep that did not begin");
   if (pass_) {
     const auto& next = pass_->next;
-    if (next && *next <= now) otherViolation("the run ended after " + text(*next) + ", which was the next event");
+    if (next && *next <= now)
+      otherViolation("the run ended after " + text(*next) + ", the next minute in which a schedule fires");
     checkArmed(wakeEvents);
     if (wakeEvents.agentWorked) armedFor_ = pass_->crontab;
   } else {
-    otherViolation("the run ended without a look at the crontab");
+    otherViolation("the run ended without a pass");
   }
   endPass();
   runIsUnderWay_ = false;

@@ -29,8 +29,8 @@ struct Figures {
   bool isReported = false;  ///< the first of them
 };
 
-/// `starting` is from the request for a start to the start itself; `ending` the milliseconds after the last look at the
-/// clock, in which a run can do nothing any more.
+/// `starting` is from the request for a start to the start itself. `ending` is the milliseconds from the end of the
+/// tool's work to that of its process.
 enum class ToolState { stopped, starting, running, ending };
 
 /// What happened on the machine in one minute, as far as it decides what the tool could do in it.
@@ -43,20 +43,20 @@ struct MinuteRecord {
   bool hadPass = false;  ///< the tool made a pass for what is due in it
 };
 
-/// The wake events of ours, and whether the tool could set them in this run.
+/// The tool's wake events, and whether it could set them in this run.
 struct OwnWakeEvents {
   std::vector<Moment> armed;
   bool agentWorked = true;
-  bool listingWorked = true;  ///< otherwise there may be old ones that the tool could not know of
+  bool listingWorked = true;  ///< otherwise there may be old events that the tool could not see
 };
 
-/// Compares what the tool does with what the crontab means. The first violation that is counted in `figures` is
-/// printed, with what happened on the machine before it.
+/// Compares what the tool does with what the crontab means. Of the violations in `figures` the first one is printed,
+/// with what happened on the machine before it.
 class Judge {
  public:
   Judge(std::string machine, Figures& figures) : machine_(std::move(machine)), figures_(figures) {}
 
-  /// Keeps what happened on the machine for that.
+  /// Records what happens on the machine.
   void note(Moment now, std::string_view what);
 
   void runBegins();
@@ -78,7 +78,7 @@ class Judge {
   ///   could not be set, was not set yet for a new crontab, or came while a run was ending (asleepUnset).
   /// - The wake event came in the milliseconds in which a run ended, so that its request for a start was lost (ending).
   /// - A program kept the tool waiting (heldUp).
-  /// - The machine was not awake long enough (awakeTooShort).
+  /// - The machine was not awake long enough, or not after the crontab was changed (awakeTooShort).
   void minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce);
 
   /// For what is not about a copy.
@@ -110,8 +110,8 @@ class Judge {
   /// The crontab for whose next minute the last run has set the wake event. None during a run, or if it could not be
   /// set or has come to nothing.
   std::shared_ptr<const Crontab> armedFor_;
-  std::optional<seconds> announced_;  ///< a sleep that has not begun
-  std::deque<std::pair<Moment, std::string>> history_;
+  std::optional<seconds> announced_;                    ///< a sleep that has not begun
+  std::deque<std::pair<Moment, std::string>> history_;  ///< the last 100 notes
 };
 
 }  // namespace zt::simulation

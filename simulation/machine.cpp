@@ -95,7 +95,7 @@ bool Machine::advance(Moment target) {
     consider(idleTimeIsOverAt_, [this] { idleTimeIsOver(); });
     for (std::size_t i = 0; i < wakeEvents.size(); ++i) consider(wakeEvents[i].at, [this, i] { fireWakeEvent(i); });
   } else {
-    consider(wakesAt_, [this] { wakeUp("by its clock"); });
+    consider(wakesAt_, [this] { wakeUp("its clock"); });
   }
   passTo(target);
   if (happens) happens();
@@ -126,7 +126,7 @@ void Machine::passTo(Moment moment) {
 void Machine::personComesOrGoes() {
   personIsThere_ = !personIsThere_;
   if (personIsThere_) {
-    if (!awake_) wakeUp("by its person");
+    if (!awake_) wakeUp("its person");
     personComesOrGoesAt_ = now_ + (random_.oneIn(3) ? random_.between(2s, 3min) : random_.about(15min));
     idleTimeIsOverAt_ = Moment::max();
     return;
@@ -159,8 +159,8 @@ void Machine::fallAsleep(const char* why) {
   }
 }
 
-void Machine::wakeUp(const char* why) {
-  note(std::string("the machine wakes, ") + why);
+void Machine::wakeUp(const char* by) {
+  note(std::string("the machine is woken by ") + by);
   awake_ = true;
   wakesAt_ = Moment::max();
   before_.available = record_.available = 0ms;
@@ -217,7 +217,7 @@ void Machine::setWakeEvent(const std::string& time) {
     if (candidate > now_ && (!at || candidate < *at) && candidate + offsetAt(candidate) == asUtc) at = candidate;
   }
   if (!at) {
-    note("the agent: that time has passed");
+    note("the agent sets no event: that time has passed");
   } else if (std::ranges::none_of(wakeEvents, [&](const auto& event) { return event.ours && event.at == *at; })) {
     wakeEvents.push_back({*at, localTime(*at, listingFormat), true});
   }

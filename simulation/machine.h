@@ -71,7 +71,7 @@ class Machine {
   void personComesOrGoes();
   void idleTimeIsOver();
   void fallAsleep(const char* why);
-  void wakeUp(const char* why);
+  void wakeUp(const char* by);
   void fireWakeEvent(std::size_t index);
   void changeCrontab();
   void failOrRecover(Part& part, const char* name);

@@ -1,5 +1,4 @@
-// Runs the tool on machines that live in memory, a year for each, and holds what it does against what the crontabs
-// mean.
+// Runs the tool on simulated machines, on each for a year, and compares what it does with what the crontabs mean.
 
 #include <unistd.h>
 
@@ -19,12 +18,12 @@ namespace {
 constexpr auto* usage =
     R"(usage: simulate [--years N] [--seed S] [--calendar-timer]
 
-Runs the tool on N (20) simulated machines, a year on each. The machines are drawn from the seeds S (1), S+1, and so on;
---seed S --years 1 repeats one of them alone. It ends with status 1 when a copy was missed, doubled or early, or anything
-else was not as it should be. docs/simulation.md describes the machines, and which losses are not the tool's fault.
+Runs the tool on N simulated machines (default: 20), on each for a year. Their seeds are S (default: 1), S+1, and so on;
+--years 1 --seed S repeats a single one. The exit status is 1 if a copy was missed, doubled or early, or if there was
+another violation. docs/simulation.md describes the machines, and which losses are not the tool's fault.
 
-  --calendar-timer  starts the tool at each full minute, and when one passes during a run, again as soon as that ends.
-                    Copies are doubled then: this shows that the simulation notices, and why the tool has another timer
+  --calendar-timer  Start the tool at each full minute and, if one passes during a run, again as soon as that ends.
+                    Copies are doubled then: this shows that the simulation notices, and why the tool has another timer.
 )";
 
 std::string machineName;
@@ -32,7 +31,7 @@ std::string machineName;
 /// A search that does not end and a tool that aborts are violations, too, and nothing else would tell the machine.
 extern "C" void reportSignal(int signal) {
   const std::string_view what =
-      signal == SIGALRM ? ": the year is not over after 300 seconds\n" : ": the tool aborts\n";
+      signal == SIGALRM ? ": the year has not ended after 300 seconds\n" : ": the tool aborts\n";
   for (const std::string_view text : {std::string_view(machineName), what}) {
     [[maybe_unused]] const auto written = ::write(STDERR_FILENO, text.data(), text.size());
   }
@@ -56,12 +55,12 @@ void simulateYear(std::uint64_t seed, Timer timer, Figures& figures) {
 }
 
 void print(const Figures& f) {
-  std::cout << f.machineYears << " machine-years, " << f.runs << " runs, " << f.due << " minutes due: " << f.startedOnce
+  std::cout << f.machineYears << " machine-years, " << f.runs << " runs, " << f.due << " copies due: " << f.startedOnce
             << " started once (" << f.late << " of them late), " << f.missed << " missed, " << f.doubled << " doubled, "
             << f.early << " early, " << f.other << " other violations.\n"
-            << "Lost without a fault of the tool: " << f.asleepInRun << " asleep since the middle of a run, "
-            << f.asleepUnset << " asleep with no event set, " << f.awakeTooShort << " awake too short a time, "
-            << f.heldUp << " held up by a program, " << f.ending << " put to sleep while a run ended." << std::endl;
+            << "Lost through no fault of the tool: " << f.asleepInRun << " put to sleep during a run, " << f.asleepUnset
+            << " asleep with no wake event set, " << f.awakeTooShort << " not awake long enough, " << f.heldUp
+            << " held up by a program, " << f.ending << " put to sleep as a run ended." << std::endl;
 }
 
 bool read(const char* text, std::uint64_t& number) {

@@ -9,12 +9,12 @@ namespace zt::simulation {
 
 using std::chrono::milliseconds;
 
-/// All that is drawn for one machine. The same seed and the same questions give the same answers.
+/// The source of all randomness on one machine. With the same seed the same calls give the same values.
 class Random {
  public:
   explicit Random(std::uint64_t seed) : engine_(seed) {}
 
-  /// From 0 to `end`, without `end`.
+  /// From 0 to `end` - 1.
   std::int64_t below(std::int64_t end) {
     return static_cast<std::int64_t>(engine_() % static_cast<std::uint64_t>(end));
   }
@@ -28,7 +28,7 @@ class Random {
   milliseconds between(milliseconds least, milliseconds most) {
     return least + milliseconds{below((most - least).count() + 1)};
   }
-  /// As long as one waits for what comes without memory, once in `mean`.
+  /// The time to the next event of a Poisson process: exponentially distributed.
   milliseconds about(milliseconds mean) {
     const double fraction = static_cast<double>(engine_() >> 11) * 0x1p-53;
     return milliseconds{static_cast<std::int64_t>(-std::log1p(-fraction) * static_cast<double>(mean.count()))};
