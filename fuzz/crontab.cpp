@@ -19,12 +19,12 @@ using namespace std::chrono_literals;
 
 struct CheckedCommands : FakeCommands {
   std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
-    require(std::ranges::all_of(arguments, Task::isArgument), "a program is given what it can be given");
+    require(std::ranges::all_of(arguments, Task::isArgument), "programs get valid arguments");
     return FakeCommands::run(path, arguments);
   }
 };
 
-/// Whether the line fires in none of the minutes from `start` to before `end`.
+/// Whether the line does not fire from `start` until before `end`.
 bool isSilent(const CrontabLine& line, Instant start, Instant end, const Calendar& calendar) {
   for (Instant minute = start; minute < end; minute += 1min) {
     if (runsAt(line, minute, calendar)) return false;
@@ -35,13 +35,13 @@ bool isSilent(const CrontabLine& line, Instant start, Instant end, const Calenda
 void checkNextRun(const CrontabLine& line, Instant reference, std::optional<Instant> date, const Calendar& calendar) {
   const Instant start = std::chrono::floor<std::chrono::minutes>(reference);
   const Instant dayLater = start + 24h;
-  require(isSilent(line, start, std::min(date.value_or(dayLater), dayLater), calendar), "no run is missed");
+  require(isSilent(line, start, std::min(date.value_or(dayLater), dayLater), calendar), "no run is missed in a day");
   if (!date) return;
-  require(*date >= start, "the next run is not over");
+  require(*date >= start, "the next run is not in the past");
   require(*date == std::chrono::floor<std::chrono::minutes>(*date), "a run is at the start of a minute");
   require(runsAt(line, *date, calendar), "the line fires at its next run");
-  require(isSilent(line, std::max(dayLater, *date - 24h), *date, calendar), "nor on the day before the next one");
-  require(line.nextRunDate(*date + 59s, calendar) == date, "a run is the next one until its minute is over");
+  require(isSilent(line, std::max(dayLater, *date - 24h), *date, calendar), "no run is missed before the next");
+  require(line.nextRunDate(*date + 59s, calendar) == date, "a run stays the next one until its minute is over");
 }
 
 void checkDue(const std::vector<CrontabLine>& crontab, Instant time, const Calendar& calendar, Commands& commands) {
@@ -49,7 +49,7 @@ void checkDue(const std::vector<CrontabLine>& crontab, Instant time, const Calen
   std::ostringstream messages;
   const auto urls = matchingSchedules(crontab, time, calendar, commands, messages);
   require(std::ranges::count_if(crontab, isDue) == std::ssize(urls) + std::ssize(lines(messages.str())),
-          "each line that is due gives a URL or a message");
+          "each due line gives a URL or a message");
   auto line = crontab.begin();
   for (const auto& url : urls) {
     line = std::find_if(line, crontab.end(), [&](const CrontabLine& candidate) {
@@ -57,13 +57,13 @@ void checkDue(const std::vector<CrontabLine>& crontab, Instant time, const Calen
       std::erase(unescaped, '\\');
       return isDue(candidate) && unescaped.ends_with(url.absoluteString());
     });
-    require(line++ != crontab.end(), "URLs come from the ends of lines that are due, in their order");
+    require(line++ != crontab.end(), "the URLs are from the ends of the due lines, in their order");
   }
 }
 
 }  // namespace
 
-/// A crontab, after a line with a time zone and the time at which it is looked at, in seconds since 1970.
+/// Input: a line with a time zone and the current time in seconds since 1970, then a crontab.
 void check(std::string_view input) {
   std::istringstream setting{std::string(takeLine(input))};
   std::string zoneName;
@@ -81,8 +81,7 @@ void check(std::string_view input) {
     return line.find("ZTUtil") == line.npos || std::ranges::count(line, '\t') != 5;
   });
   const auto crontab = readCrontabLines(commands);
-  require(std::ranges::equal(crontab, ours, {}, &CrontabLine::crontabLine),
-          "the lines with marker and fields are read");
+  require(std::ranges::equal(crontab, ours, {}, &CrontabLine::crontabLine), "marked lines with six fields are read");
 
   std::optional<Instant> earliest;
   for (const auto& line : crontab) {
@@ -90,7 +89,7 @@ void check(std::string_view input) {
     checkNextRun(line, reference, date, calendar);
     if (date) earliest = std::min(*date, earliest.value_or(*date));
   }
-  require(nextEventDate(crontab, reference, calendar) == earliest, "the next event is the first of the next runs");
+  require(nextEventDate(crontab, reference, calendar) == earliest, "the next event is the earliest of the next runs");
   checkDue(crontab, earliest.value_or(reference), calendar, commands);
 }
 

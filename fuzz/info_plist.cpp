@@ -5,7 +5,7 @@ namespace zt {
 
 using namespace platform;
 
-/// A property list.
+/// Input: a property list.
 void check(std::string_view input) {
   const auto bundle = readBundle("/opt/Z.app", input);
   if (!bundle) return;
@@ -13,7 +13,7 @@ void check(std::string_view input) {
   const std::string folder = "/opt/Z.app/Contents/MacOS/";
   const auto executable = bundle->executable.string();
   require(executable.starts_with(folder) && executable.size() > folder.size(),
-          "its executable's path begins with its folder");
+          "a bundle's executable is in its folder");
 }
 
 }  // namespace zt

@@ -11,7 +11,7 @@ namespace zt {
 using namespace platform;
 using namespace util;
 
-/// A listing of wake events.
+/// Input: a listing of wake events.
 void check(std::string_view input) {
   const std::string agent = "/opt/Z.app/Contents/MacOS/ZTAgent";
   FakeWakeEvents wakeEvents;

@@ -9,7 +9,7 @@ namespace zt {
 using namespace util;
 namespace {
 
-/// RFC 3629, section 3, from code points: those of each length, but for surrogates.
+/// Whether a text is UTF-8 by RFC 3629, section 3: each code point in the shortest form, and no surrogates.
 bool decodes(std::string_view text) {
   struct Length {
     unsigned leadMask, lead, continuations, first, last;
@@ -38,12 +38,12 @@ bool decodes(std::string_view text) {
 void checkLines(std::string_view text) {
   for (const auto& line : lines(text)) {
     while (text.starts_with('\n')) text.remove_prefix(1);
-    require(!line.empty() && text.starts_with(line), "lines are what is in the text between line feeds");
+    require(!line.empty() && text.starts_with(line), "lines are the parts of the text between line feeds");
     for (auto feed = line.find('\n'); feed != line.npos; feed = line.find('\n', feed + 1)) {
       require(feed > 0 && line[feed - 1] == '\r', "a line feed within a line follows a carriage return");
     }
     text.remove_prefix(line.size());
-    require(text.empty() || (text.front() == '\n' && !line.ends_with('\r')), "a line goes on to its line feed");
+    require(text.empty() || (text.front() == '\n' && !line.ends_with('\r')), "a line ends at its line feed");
   }
   require(text.find_first_not_of('\n') == text.npos, "no line is left out");
 }
@@ -55,23 +55,23 @@ void checkComparison(std::string_view a, std::string_view b) {
     for (const bool literal : {false, true}) {
       const CompareOptions options{caseInsensitive, literal};
       require(isSame(a, a, options) && isSame(b, b, options), "a text is the same as itself");
-      require(isSame(a, b, options) == isSame(b, a, options), "the order of two texts does not count");
-      require(areTexts || isSame(a, b, options) == (a == b), "what is no text is compared byte by byte");
+      require(isSame(a, b, options) == isSame(b, a, options), "comparison is symmetric");
+      require(areTexts || isSame(a, b, options) == (a == b), "invalid UTF-8 is compared byte by byte");
     }
   }
   for (const auto& text : {std::string(a), std::string(b)}) {
-    require(isSame(text + "é", text + "e\u0301", {}) == isValidUtf8(text), "a letter is its parts");
-    require(isSame(text + "é", text + "É", {.caseInsensitive = true}) == isValidUtf8(text), "a letter is its capital");
+    require(isSame(text + "é", text + "e\u0301", {}) == isValidUtf8(text), "composition makes no difference");
+    require(isSame(text + "é", text + "É", {.caseInsensitive = true}) == isValidUtf8(text), "case can be ignored");
   }
-  require(isSame(a, b, {.literal = true}) == (a == b), "literally the same is byte by byte the same");
-  require(!same || isSame(a, b, {.caseInsensitive = true}), "what is the same is so in any case");
+  require(isSame(a, b, {.literal = true}) == (a == b), "literal comparison is byte by byte");
+  require(!same || isSame(a, b, {.caseInsensitive = true}), "what is the same is also the same if case is ignored");
 }
 
 }  // namespace
 
-/// A text; for comparisons its first line and the rest.
+/// Input: a text. Its first line is compared with the rest.
 void check(std::string_view input) {
-  require(isValidUtf8(input) == decodes(input), "UTF-8 is told from what is not");
+  require(isValidUtf8(input) == decodes(input), "UTF-8 is recognized");
   checkLines(input);
   const auto line = takeLine(input);
   checkComparison(line, input);

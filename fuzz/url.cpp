@@ -9,7 +9,7 @@ namespace zt {
 using namespace util;
 namespace {
 
-/// Whether a text is made of the characters of RFC 3986, section 2, and each percent sign begins an escape.
+/// Whether a text has only characters of RFC 3986, section 2, and each percent sign begins an escape.
 bool hasOnlyURLCharacters(std::string_view text) {
   constexpr std::string_view hexDigits = "0123456789ABCDEFabcdef";
   constexpr std::string_view characters =
@@ -22,7 +22,7 @@ bool hasOnlyURLCharacters(std::string_view text) {
   return true;
 }
 
-/// The path as RFC 3986, appendix B, finds it: behind scheme and authority, and before query and fragment.
+/// The path by RFC 3986, appendix B: after scheme and authority, and before query and fragment.
 std::string_view pathOf(std::string_view text) {
   text = text.substr(0, text.find_first_of("?#"));
   const auto delimiter = text.find_first_of(":/");
@@ -55,33 +55,33 @@ std::vector<std::string> componentsOf(std::string_view path) {
 std::optional<URL> checkedURL(std::string_view text) {
   auto url = URL::parse(text);
   const bool mayBeURL = hasOnlyURLCharacters(text) && std::ranges::count(text, '#') <= 1;
-  require(mayBeURL || !url, "a URL has no characters that have to be encoded");
-  require(!mayBeURL || url || text.find_first_of(":@[]") != text.npos, "nothing else but a colon or host is wrong");
+  require(mayBeURL || !url, "a URL has no characters that must be encoded");
+  require(!mayBeURL || url || text.find_first_of(":@[]") != text.npos, "only a colon or host can be wrong otherwise");
   if (!url) return url;
   require(url->absoluteString() == text, "a URL keeps its text");
-  require(url->path() == decoded(pathOf(text)), "the path is what is between authority and query");
-  require(url->myHasDirectoryPath() == pathOf(text).ends_with('/'), "a directory has a slash at its end");
-  require(url->pathComponents() == componentsOf(pathOf(text)), "components are what is between slashes");
+  require(url->path() == decoded(pathOf(text)), "the path is the part between authority and query");
+  require(url->myHasDirectoryPath() == pathOf(text).ends_with('/'), "a directory path ends in a slash");
+  require(url->pathComponents() == componentsOf(pathOf(text)), "components are the parts between slashes");
   return url;
 }
 
 void checkComparison(const URL& a, const URL& b, CompareOptions options) {
   const bool startsWithB = a.startsWithPath(b, options);
   require(a.isEqual(a, options) && a.startsWithPath(a, options), "a URL is equal to itself, and below itself");
-  require(a.isEqual(b, options) == b.isEqual(a, options), "the order of two URLs does not count");
-  require(a.isEqual(b, options) == (startsWithB && b.startsWithPath(a, options)), "equal is each below the other");
+  require(a.isEqual(b, options) == b.isEqual(a, options), "equality is symmetric");
+  require(a.isEqual(b, options) == (startsWithB && b.startsWithPath(a, options)), "equal URLs are below each other");
   const std::vector<URL> bases = {b, a, b};
   const auto found = a.startsWithPaths(bases, options);
   const auto& expected = startsWithB ? bases : std::vector{a};
   require(std::ranges::equal(found, expected, {}, &URL::absoluteString, &URL::absoluteString),
-          "of several URLs those are found that are found alone");
-  require(a.startsWithAnyPath(found, options), "one of those found is found");
-  require(a.startsWithAnyPath(std::vector{b}, options) == startsWithB, "one of one URL is that one");
+          "startsWithPaths() finds what startsWithPath() finds");
+  require(a.startsWithAnyPath(found, options), "startsWithAnyPath() finds one of several URLs");
+  require(a.startsWithAnyPath(std::vector{b}, options) == startsWithB, "any of one URL is that one");
 }
 
 }  // namespace
 
-/// Two URLs, a line each.
+/// Input: two URLs, one on a line.
 void check(std::string_view input) {
   const auto a = checkedURL(takeLine(input));
   const auto b = checkedURL(input);

@@ -21,16 +21,16 @@ namespace {
 using namespace std::chrono_literals;
 
 void checkEntry(const ScheduleEntry& entry, Instant now) {
-  require(entry.diagnostics.error || entry.next, "a line that never runs has a problem");
-  require(entry.schedule.canFire() == entry.next.has_value(), "what never runs is called so");
-  require(!entry.due || entry.next == std::chrono::floor<std::chrono::minutes>(now), "what is due runs in this minute");
+  require(entry.diagnostics.error || entry.next, "a line that never runs has an error");
+  require(entry.schedule.canFire() == entry.next.has_value(), "a schedule that can fire has a next run");
+  require(!entry.due || entry.next == std::chrono::floor<std::chrono::minutes>(now), "a due line runs in this minute");
 }
 
 void checkView(std::string_view view, std::optional<std::size_t> columns = {}) {
-  require(view.empty() || view.ends_with('\n'), "a view is of whole lines");
+  require(view.empty() || view.ends_with('\n'), "a view ends with a line feed");
   for (const auto line : split(view, '\n')) {
-    require(printable(line) == line, "a terminal only shows it");
-    require(!columns || displayWidth(line) <= *columns, "a view fits into its columns");
+    require(printable(line) == line, "a view is printable");
+    require(!columns || displayWidth(line) <= *columns, "a view fits its columns");
   }
 }
 
@@ -42,19 +42,19 @@ void checkJson(const std::vector<ScheduleEntry>& entries, const Calendar& calend
   require(array.size() == entries.size(), "JSON has an object for each marked line");
   for (std::size_t i = 0; i < array.size(); ++i) {
     const auto& line = entries[i].line.crontabLine();
-    require(!isValidUtf8(line) || array[i].at("line") == line, "JSON has the line as it is");
+    require(!isValidUtf8(line) || array[i].at("line") == line, "JSON has the text of the line");
     if (array[i].at("next").is_null()) continue;
     const Instant next{std::chrono::seconds{array[i].at("next").get<std::int64_t>()}};
     require(entries[i].next == next, "JSON has the next run");
     auto local = array[i].at("nextLocal").get<std::string>();
     local.replace(10, 1, " ").insert(19, " ");  // "2027-03-14 03:15:00 -04:00", as at() takes it
-    require(at(local) == next, "JSON has the same time twice");
+    require(at(local) == next, "nextLocal and next are the same time");
   }
 }
 
 }  // namespace
 
-/// A crontab, after a line with a time zone and the time at which it is looked at, as the option takes it.
+/// Input: a line with a time zone and the current time in the format of --at, then a crontab.
 void check(std::string_view input) {
   const auto setting = takeLine(input);
   const auto blank = std::min(setting.find(' '), setting.size());
@@ -70,7 +70,7 @@ void check(std::string_view input) {
   auto texts = lines(input);
   std::erase_if(texts, [](const std::string& line) { return !isMarked(line); });
   require(std::ranges::equal(entries, texts, {}, [](const ScheduleEntry& entry) { return entry.line.crontabLine(); }),
-          "each marked line has its entry");
+          "each marked line has an entry");
   const auto all = split(input, '\n');
   for (const auto& entry : entries) {
     checkEntry(entry, now);
