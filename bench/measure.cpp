@@ -25,6 +25,7 @@
 namespace zt::bench {
 namespace {
 
+using platform::FileHandle;
 using std::chrono::steady_clock;
 
 std::vector<char*> argumentsOf(const Command& command) {
@@ -71,10 +72,10 @@ void endSleepsAtOnce() {
   static constexpr auto number = static_cast<std::uint32_t>(offsetof(seccomp_data, nr));
   std::array<sock_filter, 4> filter{{BPF_STMT(BPF_LD | BPF_W | BPF_ABS, number),
                                      BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clock_nanosleep, 0, 1),
-                                     BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | 0),  // no error: it has slept
+                                     BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | 0),  // no error, as if it had slept
                                      BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW)}};
   sock_fprog program{.len = filter.size(), .filter = filter.data()};
-  check(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), "cannot have the kernel answer sleeps");
+  check(::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &program), "cannot set a filter for sleeps");
 }
 
 Cost costOf(const Command& command) {
@@ -92,7 +93,7 @@ Cost costOf(const Command& command) {
 }
 
 Milliseconds timeToFirstMessage(const Command& command) {
-  Pipe pipe;
+  platform::Pipe pipe;
   const auto begin = steady_clock::now();
   const pid_t child = start(command, pipe.fileHandleForWriting().fileDescriptor());
   pipe.fileHandleForWriting().closeFile();
@@ -101,7 +102,7 @@ Milliseconds timeToFirstMessage(const Command& command) {
   ::kill(child, SIGKILL);
   while (::wait(nullptr) >= 0) {
   }
-  if (!wrote) throw std::runtime_error(command[0] + " says nothing");
+  if (!wrote) throw std::runtime_error(command[0] + " writes nothing");
   return time;
 }
 
@@ -117,8 +118,8 @@ long peakMemory(const Command& command) {
     ::execv(arguments[0], arguments.data());
     ::_exit(127);
   }
-  // Not ru_maxrss of getrusage(2), which is also that of its children, and of this process.
-  // It stops as its program begins and, as it is told then, as it ends: its memory is still there to be looked at.
+  // ru_maxrss of getrusage(2) would include its children and this process. So it is traced: it stops when its program
+  // begins and, because of the option, when it ends, while its memory is still there.
   long peak = 0;
   int status = 0;
   check(::waitpid(child, &status, 0), "cannot wait");

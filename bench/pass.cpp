@@ -1,7 +1,7 @@
-// pass PROGRAMS SCRIPT BESIDE LINES:DUE...: what one pass of the tool costs, against the floor and against the script,
-// with so many schedules of which so many are due. It is to be run on a private machine on which stand_in is the
-// application's agent and controller. The sleep at the end of a run is not counted. BESIDE tells what else is on that
-// machine.
+// pass PROGRAMS SCRIPT BESIDE LINES:DUE...: compares the cost of one pass of the tool with that of the floor
+// (floor.cpp) and of the script, for crontabs with LINES schedules of which DUE are due. Must be run on a private
+// machine (bench/run) on which stand_in is the application's agent and controller. The wait at the end of a run is not
+// included. BESIDE says what else runs on that machine.
 
 #include <poll.h>
 #include <stdlib.h>
@@ -18,6 +18,7 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "crontab.h"
 #include "measure.h"
 
 namespace zt::bench {
@@ -27,7 +28,7 @@ const std::string home = ::getenv("HOME");
 const std::string contents = home + "/Applications/Zantrove.app/Contents";
 const std::string record = home + "/record";
 
-/// The wall clock so many hours from now, in the format of strftime(3).
+/// The local time in some hours, in a format of strftime(3).
 std::string clockText(const char* format, time_t hours = 0) {
   const time_t time = ::time(nullptr) + hours * 3600;
   tm fields{};
@@ -37,9 +38,9 @@ std::string clockText(const char* format, time_t hours = 0) {
   return text.data();
 }
 
-/// Waits for the next minute where this one is nearly over.
-void awaitRoomInMinute() {
-  while (clockText("%S") > "55") ::poll(nullptr, 0, 100);  // a sleep would be over at once here
+/// Waits for the next minute if this one is nearly over.
+void awaitTimeInMinute() {
+  while (clockText("%S") > "55") ::poll(nullptr, 0, 100);  // sleeps end at once in this process
 }
 
 struct Scenario {
@@ -53,33 +54,23 @@ std::string urlOf(int line) {
   return "file://" + home + "/Documents/Copy%20Plan%20" + std::to_string(line) + "/";
 }
 
-/// The first lines are due now. The others fire no sooner than in some hours, the first of them daily and before all
-/// others: a third daily, a third weekly, a third on one weekday of the month.
+/// The first lines are due now. The others fire some hours later at the earliest. The first of them is daily, and the
+/// next to fire.
 std::string crontabOf(const Scenario& scenario) {
-  std::ostringstream text;
-  text << "# The application's schedules\n";
-  const auto add = [&](const std::string& fields, int line) {
-    text << fields << '\t' << contents << "/Helpers/ZTUtil " << urlOf(line) << '\n';
-  };
-  for (int i = 0; i < scenario.due; ++i) add(clockText("%-M\t%-H\t*\t*\t%w"), i);
+  std::string text = "# The application's schedules\n";
+  const auto command = [](int line) { return contents + "/Helpers/ZTUtil " + urlOf(line) + "\n"; };
+  for (int i = 0; i < scenario.due; ++i) text += clockText("%-M\t%-H\t*\t*\t%w\t") + command(i);
   for (int i = 0; i < scenario.lines - scenario.due; ++i) {
-    const auto weekday = std::to_string(i % 7);
-    const std::array days{std::string("*\t*\t*"), "*\t*\t" + weekday, "15-21\t*\t" + weekday};
-    const auto hour = clockText("\t%-H\t", hoursAhead + i % 18);
-    add(std::to_string(i * 7 % 60) + hour + days.at(i % 3), scenario.due + i);
+    text += crontabLine(i, clockText("%-H", hoursAhead + i % 18), command(scenario.due + i));
   }
-  return text.str();
-}
-
-void write(const std::string& path, const std::string& text) {
-  if (!(std::ofstream(path) << text << std::flush)) throw std::runtime_error("cannot write " + path);
+  return text;
 }
 
 void append(Command& command, const Command& words) {
   command.insert(command.end(), words.begin(), words.end());
 }
 
-/// What a pass starts, for the floor.
+/// The programs that a pass starts, as arguments of the floor.
 Command childrenOf(const Scenario& scenario, const std::string& wakeTime) {
   Command words = {"/usr/bin/crontab", "-l", ";"};
   for (int i = 0; i < scenario.due; ++i) append(words, {"/bin/bash", "-c", "echo -n " + urlOf(i), ";"});
@@ -91,7 +82,7 @@ Command childrenOf(const Scenario& scenario, const std::string& wakeTime) {
   return words;
 }
 
-/// What the command has the application's programs do, sorted.
+/// The calls of the application's programs by a command, sorted.
 std::vector<std::string> doneBy(const Command& command) {
   ::remove(record.c_str());
   ::setenv("RECORD", record.c_str(), 1);
@@ -113,7 +104,7 @@ struct Costs {
   }
 };
 
-/// Of each round, so that what slows the machine for a while does not decide.
+/// The median of the ratios of each round, so that it matters little if the machine is slow for a while.
 double ratio(const std::vector<double>& of, const std::vector<double>& to) {
   std::vector<double> ratios(of.size());
   std::ranges::transform(of, to, ratios.begin(), std::divides{});
@@ -131,27 +122,28 @@ void measure(const Scenario& scenario, const Programs& programs, const std::stri
   std::mt19937 random;
   std::string minute;
   for (int round = 0; round < rounds; ++round) {
-    awaitRoomInMinute();
+    awaitTimeInMinute();
     if (minute != clockText("%M")) {
       minute = clockText("%M");
-      write("/var/spool/cron/crontabs/root", crontabOf(scenario));
+      installCrontab(crontabOf(scenario));
       const auto done = doneBy(programs.tool);
       if (done.size() != static_cast<std::size_t>(scenario.due) + 3) {
-        throw std::runtime_error("the tool has started " + std::to_string(done.size()) +
-                                 " programs of the application");
+        throw std::runtime_error("the tool called programs of the application " + std::to_string(done.size()) +
+                                 " times");
       }
-      const auto& last = done.back();  // what sorts last is the wake event
+      const auto& last = done.back();  // the call that sets the wake event, by the order of their names
       commands[1] = programs.floor;
       append(commands[1], childrenOf(scenario, last.substr(last.find("wake ") + 5)));
       for (const auto& command : commands) {
-        if (doneBy(command) != done) throw std::runtime_error(command[0] + " does not do what the tool does");
+        if (doneBy(command) != done)
+          throw std::runtime_error(command[0] + " does not make the calls that the tool makes");
       }
     }
-    // In any order, as each finds in the processor's caches what the one before has left there.
+    // In random order, as each finds in the processor's caches what the one before it left there.
     std::ranges::shuffle(order, random);
     for (const auto i : order) costs.at(i).add(costOf(commands.at(i)));
   }
-  awaitRoomInMinute();
+  awaitTimeInMinute();
   const auto& [tool, floor, script] = costs;
   const double memory = static_cast<double>(peakMemory(programs.tool) - peakMemory(programs.empty)) / 1024;
   std::printf("| %5d | %3d | %-13s | %4.1f | %5.1f | %6.1f | %10.2f | %11.2f | %9.1f | %5.1f | %6.1f | %19.1f |\n",
@@ -167,8 +159,6 @@ void measure(const Scenario& scenario, const Programs& programs, const std::stri
 int main(int count, char** arguments) {
   using namespace zt::bench;
   try {
-    // Otherwise it would be a person's own crontab that is written over.
-    if (::getenv("PRIVATE_MACHINE") == nullptr) throw std::runtime_error("start it with bench/run");
     if (count < 4) throw std::runtime_error("usage: pass PROGRAMS SCRIPT BESIDE LINES:DUE...");
     const std::string folder = arguments[1];
     const Programs programs{
