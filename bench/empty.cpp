@@ -1,2 +1,2 @@
-// The least that a C++ program can be.
+// The smallest C++ program.
 int main() {}

@@ -1,5 +1,5 @@
-// floor WORD...: starts one command after the other, reads what each writes, and nothing else. A command ends with the
-// word ";", or with "&" where it is to run on unread.
+// floor WORD...: runs one command after another, reads the output of each, and does nothing else. A command ends with
+// the word ";", or with "&" to leave it running with its output unread.
 
 #include <fcntl.h>
 #include <spawn.h>

@@ -1,4 +1,4 @@
-// listener SOCKET: stands in for the journal. It takes every datagram that is sent to the socket, and forgets it.
+// listener SOCKET: takes the place of the journal. Receives and discards every datagram that is sent to the socket.
 
 #include <sys/socket.h>
 #include <sys/un.h>

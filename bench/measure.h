@@ -14,25 +14,25 @@ struct Cost {
   Milliseconds wall, cpu;
 };
 
-// What cannot be measured throws a std::runtime_error.
+// If something cannot be measured, these throw a std::runtime_error.
 
-/// Has this process inherit, and so be able to wait for, what its children leave running.
+/// Makes this process inherit what its children leave running, so that it can wait for it.
 void adoptOrphans();
 
-/// From now on the sleeps of this process and of all that it starts are over at once. The kernel answers them: the
-/// programs are as they are. For root, also of a user namespace.
+/// From now on the sleeps of this process and its children end at once, by a filter in the kernel: the programs
+/// themselves stay unchanged. For root, also of a user namespace.
 void endSleepsAtOnce();
 
-/// Runs a program to its end, its output to /dev/null, and waits for what it leaves running before it returns.
+/// Runs a program to its end, with its output to /dev/null, and then waits for what it leaves running.
 Cost costOf(const Command& command);
 
-/// The time until a program writes its first byte. It is killed then.
+/// The time until a program writes its first byte. Then it is killed.
 Milliseconds timeToFirstMessage(const Command& command);
 
-/// The largest that a program is in memory in a run of its own (VmHWM of proc(5)), its children left out, in KiB.
+/// The peak memory of a program in one run (VmHWM of proc(5)) without its children, in KiB.
 long peakMemory(const Command& command);
 
-/// Of an even number of values the upper of the two in the middle; of none it is undefined.
+/// Needs at least one value. Of an even number it is the upper one of the two in the middle.
 double median(std::vector<double> values);
 
 }  // namespace zt::bench

@@ -1,6 +1,6 @@
-// Stands in for the application's agent and controller, as a program that costs little: it lists one wake event of
-// ours, and does nothing else that it is asked to. With RECORD in the environment it adds its name and arguments to
-// that file.
+// Takes the place of the application's agent and controller, as a program that costs little: it lists one wake event of
+// the tool, and ignores other requests. If RECORD is in the environment, it appends its name and arguments to that
+// file.
 
 #include <cstdio>
 #include <cstdlib>

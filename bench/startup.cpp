@@ -1,5 +1,5 @@
-// start TOOL NAME=PROGRAM...: how long the tool takes to its first message, and the programs to their ends; and how
-// much longer they take than the first of them, which is the empty one.
+// startup TOOL NAME=PROGRAM...: measures the time from the start of the tool to its first message, and the times that
+// the programs take from start to end, also compared with the first of them, which is the empty one.
 
 #include <algorithm>
 #include <cstddef>
@@ -51,7 +51,7 @@ void measure(const Command& tool, std::vector<Program> programs) {
 int main(int count, char** arguments) {
   using namespace zt::bench;
   try {
-    if (count < 3) throw std::runtime_error("usage: start TOOL NAME=PROGRAM...");
+    if (count < 3) throw std::runtime_error("usage: startup TOOL NAME=PROGRAM...");
     std::vector<Program> programs;
     for (int i = 2; i < count; ++i) {
       const std::string argument = arguments[i];

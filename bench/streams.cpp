@@ -1,4 +1,4 @@
-// Next to nothing, of the standard library.
+// Almost the smallest program that uses the standard library.
 
 #include <iostream>
 
