@@ -47,7 +47,8 @@ void checkJson(const std::vector<ScheduleEntry>& entries, const Calendar& calend
     const Instant next{std::chrono::seconds{array[i].at("next").get<std::int64_t>()}};
     require(entries[i].next == next, "JSON has the next run");
     auto local = array[i].at("nextLocal").get<std::string>();
-    local.replace(10, 1, " ").insert(19, " ");  // "2027-03-14 03:15:00 -04:00", as at() takes it
+    local.at(10) = ' ';
+    local.insert(19, 1, ' ');  // "2027-03-14 03:15:00 -04:00", as at() takes it
     require(at(local) == next, "nextLocal and next are the same time");
   }
 }
