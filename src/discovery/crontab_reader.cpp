@@ -14,6 +14,7 @@ std::vector<CrontabLine> readCrontabLines(platform::Commands& commands) {
   std::erase_if(*output, [](const auto& line) { return !isMarked(line); });
 
   std::vector<CrontabLine> result;
+  result.reserve(output->size());
   for (auto& text : *output) {
     CrontabLine line(std::move(text));
     if (line.parts().size() == CrontabLine::fieldCount) result.push_back(std::move(line));
