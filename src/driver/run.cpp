@@ -17,29 +17,34 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::seconds;
 
-/// A service manager takes a job that ends sooner than this after its start for a failing one, and delays its next
-/// start.
+/// How long a run waits before it exits. Some service managers treat a job that ends sooner as failed, and delay its
+/// next start.
 constexpr seconds throttleInterval = 10s;
 
 std::string inSeconds(seconds duration) {
   return std::to_string(duration.count()) + " seconds";
 }
 
-// The texts of the log are fixed, spelling included: people and programs search for them.
+// The log messages are fixed, spelling included: people and programs search for them.
 
 class MainLoop {
  public:
-  /// What follows a pass.
-  enum class Next { anotherPass, end };
-
   MainLoop(const Services& services, const Log& log, const Application& application)
       : services_(services),
         log_(log),
         controller_(application.controller),
         wakeScheduling_(services.wakeEvents, services.fileManager, application.agent, log) {}
 
-  /// Serves the current minute. Then sleeps into the next one if something is due in it, or else sets the wake event
-  /// and waits out the throttle interval.
+  void run() {
+    while (pass() == Next::anotherPass) {
+    }
+  }
+
+ private:
+  enum class Next { anotherPass, end };
+
+  /// Handles the current minute. Then sleeps into the next one if something is due in it; otherwise sets the wake event
+  /// and waits for the throttle interval.
   Next pass() {
     services_.calendar.update();
     const Instant now = services_.clock.now();
@@ -53,27 +58,24 @@ class MainLoop {
     return stayOrSetWake(lines, now);
   }
 
- private:
   void launchController(const util::URL& match) {
     log_.info("Spawning " + match.path());
     services_.commands.start(controller_, {match.absoluteString()});
   }
 
-  /// Both next events are counted from the minute that this pass has served, not from the clock: what is due in the
-  /// minute after it is found even if the work has taken until then.
+  /// The next events are searched from the minute that this pass has handled, not from the clock, so a pass that takes
+  /// long skips nothing.
   Next stayOrSetWake(const std::vector<CrontabLine>& lines, Instant now) {
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
     if (!first) return Next::end;
-    // Only an event in the coming minute can differ from the one after it.
+    // An event after the coming minute is the next one from two minutes ahead as well.
     const bool isInComingMinute = *first < minuteOf(now + 2min, services_.calendar).start;
     const auto second = isInComingMinute ? nextEventDate(lines, now + 2min, services_.calendar) : first;
     if (!second) return Next::end;
     log_.info("Checking one " + date(*first) + " and two " + date(*second) + " minute events.");
-    if (first != second) {
-      sleepUntilAfterMinuteOf(now);
-      return Next::anotherPass;
-    }
-    return setWakeAndWait(*first);
+    if (first == second) return setWakeAndWait(*first);
+    sleepPastMinuteOf(now);
+    return Next::anotherPass;
   }
 
   Next setWakeAndWait(Instant event) {
@@ -81,26 +83,28 @@ class MainLoop {
               " for launchd ThrottleInterval.");
     wakeScheduling_.set(event, services_.calendar);
     services_.clock.sleep(throttleInterval);
-    // If the machine was suspended meanwhile, the event has woken it, but its start has been merged into this run. The
-    // hardware clock can wake the machine a second early.
+    // If the machine was suspended meanwhile, the event has woken it, but the service manager has started no other run
+    // beside this one. The hardware clock can wake the machine a second early.
     const bool eventHasCome = services_.clock.now() + 1s >= event;
     return eventHasCome ? Next::anotherPass : Next::end;
   }
 
-  void sleepUntilAfterMinuteOf(Instant served) {
-    const Instant start = minuteOf(served, services_.calendar).start;
-    sleepUntilAfterMinute(start);
-    // The clock may have been set back during the sleep. What it shows once more has been served.
-    const auto showsServedMinute = [&] {
+  /// Sleeps until the minute of `handled` is over, even if the clock is set back into it during the sleep: what is due
+  /// in it has been started.
+  void sleepPastMinuteOf(Instant handled) {
+    const Instant start = minuteOf(handled, services_.calendar).start;
+    const auto showsHandledMinute = [&] {
       const Instant now = services_.clock.now();
       return start <= now && now < start + 1min;
     };
-    while (showsServedMinute()) sleepUntilAfterMinute(start);
+    do {
+      sleepToEndOfMinute(start);
+    } while (showsHandledMinute());
   }
 
   /// Sleeps until one second past the minute that begins at `start`, or not at all if that time has come. If the clock
-  /// has been set back to an earlier minute, that minute counts instead.
-  void sleepUntilAfterMinute(Instant start) {
+  /// has been set back to an earlier minute, until one second past that one.
+  void sleepToEndOfMinute(Instant start) {
     const Instant now = services_.clock.now();
     const Instant earlier = std::min(start, minuteOf(now, services_.calendar).start);
     const seconds duration = std::max(earlier + 61s - now, 0s);
@@ -128,9 +132,7 @@ int run(const Services& services) {
                                                          "Zantrove! time-based scheduled copy check.");
   log.info("Power asssertion created - createdAssertion = " + std::to_string(assertion.result));
 
-  MainLoop loop(services, log, *application);
-  while (loop.pass() == MainLoop::Next::anotherPass) {
-  }
+  MainLoop(services, log, *application).run();
 
   log.info("Heading out, canceling power assertion.");
   if (assertion.result == 0) services.powerAssertions.release(assertion.identifier);

@@ -22,9 +22,9 @@ class FileHandle {
   /// readability handler is set, only that handler may call this.
   std::string availableData();
 
-  /// Calls `handler` on a background thread whenever there is something to read, which it has to read with
-  /// availableData(), and a last time at end of file. It must not throw. Replaces an earlier handler; an empty one
-  /// stops the calls. Like the destructor, this returns when no call of the earlier handler is running any more.
+  /// Calls `handler` on a background thread whenever there is something to read, and once more at end of file. It must
+  /// read with availableData(), and must not throw. Replaces an earlier handler; an empty one stops the calls. Like the
+  /// destructor, this returns when no call of the earlier handler is running any more.
   ///
   /// Only one thread at a time may set handlers or close the file. A handler may stop its own calls or destroy the file
   /// handle; neither waits. Setting another handler there is a programming error and aborts.
@@ -41,7 +41,7 @@ class FileHandle {
 
   int fileDescriptor_;
   bool atEndOfFile_ = false;
-  std::mutex changingReader_;  // guards reader_: a new thread may stop its calls before it is stored there
+  std::mutex readerMutex_;  // guards reader_: a handler may stop its calls before its thread is stored
   std::jthread reader_;
 };
 

@@ -11,8 +11,8 @@
 
 namespace zt {
 
-/// The text of one schedule: a line of the crontab as the application writes it, and its fields. What the fields mean
-/// is a Schedule.
+/// The text of one schedule: a line of the crontab as the application writes it, and its fields. parse() returns their
+/// meaning as a Schedule.
 ///
 /// Asking for a field that the line does not have is a programming error and aborts. readCrontabLines() gives only
 /// lines that have all six.
@@ -25,7 +25,7 @@ class CrontabLine {
   explicit CrontabLine(std::string line);
 
   const std::string& crontabLine() const { return *crontabLine_; }
-  /// They point into the text of the line, and so do those of its copies.
+  /// Views of the text of the line, which its copies share.
   const std::vector<std::string_view>& parts() const { return parts_; }
   std::string_view part(Field field) const;
 

@@ -11,10 +11,10 @@ namespace {
 using std::chrono::days;
 
 std::optional<Instant> nextRun(const Schedule& schedule, const Minute& reference, const Calendar& calendar) {
-  // Without this the search below would never end for such a line, and no other line would be looked at.
+  // Otherwise the search would never end.
   if (!schedule.canFire()) return std::nullopt;
 
-  // It starts a day early: when the clocks are set back, by a day at most, they show again what is over.
+  // The search starts a day early: clocks can be set back by up to a day, and then show past times again.
   for (auto day = std::chrono::ceil<days>(reference.local - days{1} - *schedule.timeOfDay);; day += days{1}) {
     if (!schedule.firesOn(day)) continue;
     if (const auto date = firstInstantAt(day + *schedule.timeOfDay, reference, calendar)) return date;

@@ -12,22 +12,23 @@ using std::chrono::days;
 using std::chrono::hours;
 using std::chrono::minutes;
 
-/// Sets `reading` and gives the number if it is from 0 to `most`.
-std::optional<int> parseNumber(std::string_view text, int most, FieldReading& reading) {
+/// Returns the number if it is from 0 to `maximum`; otherwise sets `reading` to the reason why not.
+std::optional<int> parseNumber(std::string_view text, int maximum, FieldReading& reading) {
   std::string_view digits = text;
-  // from_chars() reads a minus sign only.
+  // from_chars() accepts a minus sign, but not a plus sign.
   if (text.starts_with('+') && !text.starts_with("+-")) digits.remove_prefix(1);
   int number{};
   const char* const end = digits.data() + digits.size();
   const auto [rest, error] = std::from_chars(digits.data(), end, number);
-  if (rest == end && error == std::errc{} && number >= 0 && number <= most) return number;
+  if (rest == end && error == std::errc{} && number >= 0 && number <= maximum) return number;
 
   const bool isNumber = rest == end && error != std::errc::invalid_argument;
-  const auto contains = [text](std::string_view characters) { return text.find_first_of(characters) != text.npos; };
-  reading = isNumber           ? FieldReading::outOfRange
-            : contains(" ")    ? FieldReading::hasBlank
-            : contains("*,-/") ? FieldReading::multipleTimes
-                               : FieldReading::notANumber;
+  const bool isExpression = text.find_first_not_of("0123456789*,-/") == text.npos &&
+                            (text == "*" || text.find_first_of("*,-/", 1) != text.npos);
+  reading = isNumber                      ? FieldReading::outOfRange
+            : isExpression                ? FieldReading::multipleTimes
+            : text.find(' ') != text.npos ? FieldReading::hasBlank
+                                          : FieldReading::notANumber;
   return std::nullopt;
 }
 
@@ -41,7 +42,7 @@ bool isListOf(std::string_view text, auto isItem) {
   }
 }
 
-/// Sets `reading` and gives the weekdays of a field.
+/// Returns the weekdays that a field names. Sets `reading` if they are not all that it says.
 std::bitset<7> parseWeekdays(std::string_view text, FieldReading& reading) {
   std::bitset<7> weekdays;
   if (text == "*") return weekdays.set();
@@ -57,7 +58,7 @@ std::bitset<7> parseWeekdays(std::string_view text, FieldReading& reading) {
   return weekdays;
 }
 
-/// Sets `reading` and gives the day ranges of a field.
+/// Returns the day ranges that a field names. Sets `reading` if they are not all that it says.
 std::bitset<dayRanges.size()> parseDayRanges(std::string_view text, FieldReading& reading) {
   std::bitset<dayRanges.size()> ranges;
   if (text == "*") return ranges.set();
@@ -74,7 +75,7 @@ std::bitset<dayRanges.size()> parseDayRanges(std::string_view text, FieldReading
 }  // namespace
 
 bool Schedule::canFire() const {
-  // In some month every weekday occurs in every range, so it is enough to accept one of each.
+  // Every month has every weekday in every range, so one of each is enough.
   return timeOfDay && weekdays.any() && ranges.any();
 }
 

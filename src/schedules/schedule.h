@@ -20,11 +20,11 @@ enum class FieldReading : std::uint8_t {
   complete,  ///< the field means what it says
   partial,   ///< a day field of which only a part means anything
   ignored,   ///< a month other than "*"
-  // With one of these the field means nothing, and the line never fires.
-  hasBlank,       ///< a minute or hour with a blank in it
+  // The field is invalid, and the line never fires:
+  hasBlank,       ///< a minute or hour that contains a blank
   multipleTimes,  ///< a minute or hour that crontab(5) would read as a list, range or step
   notANumber,     ///< any other minute or hour that is not a number
-  outOfRange,     ///< a minute or hour that is a number, but no clock shows it
+  outOfRange,     ///< a number that is no minute or hour
   noDay           ///< a day field that names no day
 };
 
@@ -33,7 +33,7 @@ struct Schedule {
   std::optional<std::chrono::minutes> timeOfDay;  ///< since midnight on the wall clock
   std::bitset<7> weekdays;                        ///< by std::chrono::weekday::c_encoding(): bit 0 is Sunday
   std::bitset<dayRanges.size()> ranges;           ///< of dayRanges; a day has to be in one of them, too
-  std::array<FieldReading, CrontabLine::command> readings{};  ///< by CrontabLine::Field
+  std::array<FieldReading, CrontabLine::command> readings{};  ///< of the fields before the command
 
   /// Whether there is any minute at which it fires.
   bool canFire() const;

@@ -6,12 +6,12 @@ using namespace std::chrono_literals;
 
 namespace {
 
-/// Whether the clock can show `local` again, a time that was over when it showed `from`. For that it has to be set back
-/// by as much as has passed since. This is quicker to find out than the instants of `local`.
+/// Whether the clock can show a past time again: it has to be set back by at least the time that has passed since. This
+/// is cheaper than a look at the instants of `local`.
 bool canComeAgain(LocalTime local, const Minute& from, const Calendar& calendar) {
   const auto passed = from.local - local;
-  const auto isSetBackWithin = [&](std::chrono::hours time) {
-    return passed <= from.local + time - calendar.localTime(from.start + time);
+  const auto isSetBackWithin = [&](std::chrono::hours period) {
+    return passed <= from.local + period - calendar.localTime(from.start + period);
   };
   // Zone rules set clocks back by 3 hours at most, for 3 hours at least; a move across the date line does it by a day.
   return isSetBackWithin(24h) || (passed <= 3h && isSetBackWithin(3h));

@@ -6,7 +6,7 @@
 
 namespace zt {
 
-// The policy for skipped and repeated wall times. Every decision about them that the schedules need is made here.
+// The policy for skipped and repeated wall times: which instant a schedule fires at. firstInstantAt() decides it.
 
 /// A minute of the wall clock: the instant at which it starts, and what the clock shows then.
 struct Minute {
@@ -18,8 +18,8 @@ struct Minute {
 Minute minuteOf(Instant instant, const Calendar& calendar);
 
 /// The first instant, not before the start of `from`, at which the wall clock shows `local`: the first of a repeated
-/// time, or the second if the first is over. nullopt for a skipped time, which the clock never shows, and for one that
-/// is over for good.
+/// time, or the second if the first is over. nullopt for a skipped time, which the clock never shows, and for a
+/// past time that it does not show again.
 std::optional<Instant> firstInstantAt(LocalTime local, const Minute& from, const Calendar& calendar);
 
 }  // namespace zt

@@ -18,7 +18,7 @@ using Field = CrontabLine::Field;
 
 constexpr std::string_view blanksAndTabs = " \t";
 
-/// The messages that there are, as one.
+/// The messages that are present, joined by semicolons.
 Message joined(std::initializer_list<Message> messages) {
   Message result;
   for (const auto& message : messages) {
@@ -45,7 +45,7 @@ bool looksLikeTimeField(std::string_view word) {
   return true;
 }
 
-/// Takes the first word off a text. It is empty when there are no more.
+/// Removes and returns the first word of a text; empty if there is none.
 std::string_view takeWord(std::string_view& text) {
   text.remove_prefix(std::min(text.find_first_not_of(blanksAndTabs), text.size()));
   const auto word = text.substr(0, text.find_first_of(blanksAndTabs));
@@ -68,27 +68,27 @@ std::size_t fieldsBetweenBlanks(std::string_view text) {
 Message fieldCountError(const CrontabLine& line) {
   const auto fields = line.parts().size();
   if (fields == CrontabLine::fieldCount) return std::nullopt;
-  const auto meant = fieldsBetweenBlanks(line.crontabLine());
-  if (meant > fields) {
-    return std::to_string(meant) + (fields == 1 ? " fields, " : " fields, some ") + "separated by blanks: " +
-           (meant < CrontabLine::fieldCount ? "6 are needed, separated by single TABs" : "single TABs are needed");
+  const auto intended = fieldsBetweenBlanks(line.crontabLine());
+  if (intended > fields) {
+    return std::to_string(intended) + (fields == 1 ? " fields, " : " fields, some ") + "separated by blanks: " +
+           (intended < CrontabLine::fieldCount ? "6 are needed, separated by single TABs" : "single TABs are needed");
   }
   return std::to_string(fields) + (fields == 1 ? " field" : " fields") +
          ": 6 are needed, separated by single TABs, with no TAB in the command";
 }
 
-/// Why a line that begins with a # makes no copy.
+/// Why a line that begins with a # makes no copy. The rest of it, which is diagnosed as well, does not begin with one.
 Message commentError(std::string_view text) {
   const auto start = text.find_first_not_of(blanksAndTabs);
   if (start == text.npos || text[start] != '#') return std::nullopt;
-  const auto sign = text.substr(0, text.find_first_not_of("# \t"));
-  const bool wouldRun = !diagnose(CrontabLine(std::string(text.substr(sign.size())))).error;
-  return wouldRun ? "commented out: remove " + quote(sign) + " to enable it" : "a comment, not a schedule";
+  const auto prefix = text.substr(0, text.find_first_not_of("# \t"));
+  const bool wouldRun = !diagnose(CrontabLine(std::string(text.substr(prefix.size())))).error;
+  return wouldRun ? "commented out: remove " + quote(prefix) + " to enable it" : "a comment, not a schedule";
 }
 
 Message lineEndError(std::string_view text) {
   if (text.find("\r\n") == text.npos) return std::nullopt;
-  return "CR LF does not end a line: use LF alone";
+  return "the line ends in CR LF: use LF alone";
 }
 
 std::string nameOf(Field field) {
@@ -96,7 +96,7 @@ std::string nameOf(Field field) {
   return names.at(field);
 }
 
-/// Why a field means nothing.
+/// Why a field is invalid.
 Message fieldError(const CrontabLine& line, const Schedule& schedule, Field field) {
   const auto text = nameOf(field) + " " + quote(line.part(field));
   const auto range = std::string("0 to ") + (field == CrontabLine::minute ? "59" : "23");
@@ -106,7 +106,7 @@ Message fieldError(const CrontabLine& line, const Schedule& schedule, Field fiel
     case FieldReading::ignored:
       return std::nullopt;
     case FieldReading::outOfRange:
-      return text + " is not one of " + range;
+      return text + " is not in the range " + range;
     case FieldReading::hasBlank:
       return text + " is not a single number from " + range + ": remove the blanks";
     case FieldReading::multipleTimes:
@@ -120,7 +120,7 @@ Message fieldError(const CrontabLine& line, const Schedule& schedule, Field fiel
   return std::nullopt;
 }
 
-/// What a field means that seems to mean something else.
+/// What a misleading field means.
 Message fieldWarning(const CrontabLine& line, const Schedule& schedule, Field field) {
   const auto text = nameOf(field) + " " + quote(line.part(field));
   const auto reading = schedule.readings[field];

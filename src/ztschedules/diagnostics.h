@@ -7,7 +7,7 @@
 
 namespace zt {
 
-/// What is wrong with a line, and how to mend it. Text quoted from the line is printable (see terminal_text.h).
+/// What is wrong with a line, and how to fix it. Text quoted from the line is printable (see terminal_text.h).
 struct Diagnostics {
   std::optional<std::string> error;    ///< why the line makes no copy
   std::optional<std::string> warning;  ///< what the line means, if it seems to mean something else

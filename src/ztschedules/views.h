@@ -11,7 +11,7 @@
 namespace zt {
 
 // The ways to show the schedules of a crontab. Each gives whole lines of printable text. Tables fit into `columns`, if
-// these are at least 60; without a limit they are as wide as their texts.
+// these are at least 64; without a limit they are as wide as their texts.
 
 /// The next run of each schedule, the earliest first.
 std::string nextRunsView(std::span<const ScheduleEntry> entries, Instant now, const Calendar& calendar,

@@ -70,14 +70,14 @@ TEST(Words, SayWhatIsWrong) {
   const char* none = "";
   const std::vector<Row> rows = {
       {"59|23|1-7,22-31|*|0,6|/ZTUtil file:///a%20b", none, none},
-      {"-1|5|*|*|12|/ZTUtil x", "minute -1 is not one of 0 to 59",
+      {"-1|5|*|*|12|/ZTUtil x", "minute -1 is not in the range 0 to 59",
        "day of week 12 means only Monday and Tuesday: list each day, as in 1,2,3 (Sunday is 0)"},
       {"0|5|*|*|7|/ZTUtil x", "day of week 7 matches no day: use 0 (Sunday) to 6 (Saturday)", none},
       {"0|5|*|*|mon|/ZTUtil x", "day of week mon matches no day: use 0 (Sunday) to 6 (Saturday)", none},
       {"*/5|5|*|*|*|/ZTUtil x", "minute */5 is not a single number from 0 to 59: each time needs its own line", none},
       {"0||*|*|*|/ZTUtil x", "hour \"\" is not a single number from 0 to 23", none},
       {"0 |24|*|*|*|/ZTUtil x",
-       "minute \"0 \" is not a single number from 0 to 59: remove the blanks; hour 24 is not one of 0 to "
+       "minute \"0 \" is not a single number from 0 to 59: remove the blanks; hour 24 is not in the range 0 to "
        "23",
        none},
       {"\x1b[1m|5|*|*|*|/ZTUtil x", "minute \"\\x1b[1m\" is not a single number from 0 to 59", none},
@@ -90,7 +90,7 @@ TEST(Words, SayWhatIsWrong) {
       {"0|5|*|*|/ZTUtil x", "5 fields: 6 are needed, separated by single TABs, with no TAB in the command", none},
       {"0||5|*|*|*|/ZTUtil x", "7 fields: 6 are needed, separated by single TABs, with no TAB in the command", none},
       {"you may not use ZTUtil", "1 field: 6 are needed, separated by single TABs, with no TAB in the command", none},
-      {"0|5|*|*|*|/ZTUtil x\r\n", "CR LF does not end a line: use LF alone", none},
+      {"0|5|*|*|*|/ZTUtil x\r\n", "the line ends in CR LF: use LF alone", none},
       {" # 0|5|*|*|*|/ZTUtil x", "commented out: remove \" # \" to enable it", none},
       {"#0|5|*|*|7|/ZTUtil x", "a comment, not a schedule", none},
       {"0|5|*|*|*|/ZTUtil ", "the command does not end in a URL", none},

@@ -18,7 +18,7 @@ namespace zt::platform {
 
 FileHandle::~FileHandle() {
   closeFile();
-  // There is still a reader if its handler destroys this file handle: that thread cannot wait for its own end.
+  // Joinable only if the handler destroys this file handle: a thread cannot join itself.
   if (reader_.joinable()) reader_.detach();
 }
 
@@ -34,21 +34,21 @@ std::string FileHandle::availableData() {
 }
 
 void FileHandle::setReadabilityHandler(ReadabilityHandler handler) {
-  std::jthread former;
+  std::jthread previous;
   {
-    const std::lock_guard lock(changingReader_);
+    const std::lock_guard lock(readerMutex_);
     reader_.request_stop();
     const bool isInHandler = reader_.get_id() == std::this_thread::get_id();
     if (isInHandler) {
       if (handler) std::abort();
       return;
     }
-    former.swap(reader_);
+    previous.swap(reader_);
   }
-  if (former.joinable()) former.join();
+  if (previous.joinable()) previous.join();
   if (!handler) return;
 
-  const std::lock_guard lock(changingReader_);
+  const std::lock_guard lock(readerMutex_);
   reader_ = startBackgroundThread(
       [this, handler = std::move(handler)](const std::stop_token& stop) { callWhenReadable(handler, stop); });
 }
@@ -56,7 +56,7 @@ void FileHandle::setReadabilityHandler(ReadabilityHandler handler) {
 void FileHandle::callWhenReadable(const ReadabilityHandler& handler, const std::stop_token& stop) {
   const FileHandle stopped(::eventfd(0, EFD_CLOEXEC));
   if (stopped.fileDescriptor() < 0) fatal("cannot watch a pipe or file", errno);
-  const std::stop_callback tell(stop, [&] { ::eventfd_write(stopped.fileDescriptor(), 1); });
+  const std::stop_callback wakePoll(stop, [&] { ::eventfd_write(stopped.fileDescriptor(), 1); });
 
   std::array<pollfd, 2> events{{{fileDescriptor_, POLLIN, 0}, {stopped.fileDescriptor(), POLLIN, 0}}};
   for (;;) {
@@ -65,8 +65,8 @@ void FileHandle::callWhenReadable(const ReadabilityHandler& handler, const std::
     }
     if (stop.stop_requested()) return;
     handler(*this);
-    // The handler may have destroyed this file handle, and with it all members. That requests a stop, and the token
-    // belongs to the thread.
+    // The handler may have destroyed this file handle, which requests a stop. After that no member may be used, but the
+    // token belongs to the thread.
     const bool mayBeDestroyed = stop.stop_requested();
     if (mayBeDestroyed || atEndOfFile_) return;
   }

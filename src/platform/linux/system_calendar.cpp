@@ -17,7 +17,7 @@ namespace {
 tm fieldsAt(Instant instant) {
   const time_t time = instant.time_since_epoch().count();
   tm fields;
-  if (::localtime_r(&time, &fields) == nullptr) fatal("cannot tell the local time", errno);
+  if (::localtime_r(&time, &fields) == nullptr) fatal("cannot determine the local time", errno);
   return fields;
 }
 
@@ -48,11 +48,11 @@ std::string SystemCalendar::zoneAbbreviation(Instant instant) const {
 }
 
 std::vector<Instant> SystemCalendar::instants(LocalTime local) const {
-  // mktime(3) is no help: its answer in a repeated hour depends on the call before it.
+  // mktime(3) is unsuitable: its result for a repeated time depends on the call before.
   const Instant asUtc{local.time_since_epoch()};
-  // With the zone's standard offset, which tzset(3) leaves in `timezone` in seconds west, the instant lies between the
-  // sample `before` and the next one. Rules move the clocks by up to three hours, which is one sample, and a move
-  // across the date line by a day. Every offset in force that close to the instant is tried.
+  // The zone's standard offset, which tzset(3) stores in `timezone` in seconds west, gives an estimate of the instant,
+  // and `before` and `after` are the samples around it. It is off by up to three hours where rules move the clocks, and
+  // by up to a day where a zone crosses the date line. The offsets of all samples at these distances are tried.
   const auto before = std::chrono::floor<SamplePeriod>(asUtc + seconds{::timezone});
   const auto after = before + SamplePeriod{1};
   constexpr SamplePeriod threeHours{1};

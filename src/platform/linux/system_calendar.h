@@ -38,8 +38,8 @@ class SystemCalendar final : public Calendar {
   };
 
   unsigned updates_ = 0;
-  mutable Answer latest_;  ///< of localTime(): each line of a crontab asks for the same instant
-  /// A cache with a fixed place for each time, enough for 64 days: the lines of a crontab fire on the same days.
+  mutable Answer latest_;  ///< from localTime(): each line of a crontab asks for the same instant
+  /// A direct-mapped cache that covers 64 days: the lines of a crontab fire on the same days.
   mutable std::array<Sample, 512> cache_;
 };
 
