@@ -12,8 +12,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// How long the machine has to be available to the tool for a pass to be sure. Programs, and loading the tool, come on
-// top: they do not count as available time.
+// How long the machine has to be available to the tool before it must have made a pass. The time that programs take,
+// and that of loading the tool, does not count as available.
 
 /// A run under way may have begun to wait for its end, which takes this long.
 constexpr seconds lastWait = 10s;
@@ -23,7 +23,7 @@ constexpr seconds untilNextStart = 61s;
 constexpr seconds enoughForTimer = lastWait + untilNextStart + 4s;
 /// After a wake event that starts the tool: it is started at once. This is all margin.
 constexpr seconds enoughToStart = 3s;
-/// After a wake event during a run: that makes another pass after its wait. With a margin of 2 seconds.
+/// After a wake event during a run: the run makes another pass after its wait. With a margin of 2 seconds.
 constexpr seconds enoughForRun = lastWait + 2s;
 
 std::string text(Moment moment) {
@@ -95,7 +95,7 @@ void Judge::copyStarted(Moment now, const std::string& url) {
     return;
   }
   pass_->started.push_back(url);
-  // Within a pass, time is spent by programs alone, or while the machine is asleep: a copy that is late is not lost.
+  // Only programs and the machine's own sleep take time within a pass, so a late copy is not the tool's fault.
   if (now >= pass_->minute + 1min) ++figures_.late;
 }
 
@@ -109,6 +109,7 @@ void Judge::endPass() {
     compare(*pass_);
   } else if (!started.empty()) {
     figures_.doubled += std::ssize(started);
+    // compare() has counted them at the first pass.
     if (passesInMinute_ == 2) figures_.startedOnce -= std::ssize(started);
     report("what is due at " + text(minute) + " was started again, by another pass");
   }
@@ -129,7 +130,8 @@ void Judge::compare(const Pass& pass) {
     ++(times == 0 ? figures_.missed : times == 1 ? figures_.startedOnce : figures_.doubled);
   }
   figures_.early += std::ranges::count_if(started, [&](const auto& url) { return std::ranges::count(due, url) == 0; });
-  if (figures_.violations() == violations) ++figures_.other;  // the order is wrong
+  const bool onlyOrderIsWrong = figures_.violations() == violations;
+  if (onlyOrderIsWrong) ++figures_.other;
   std::string what = "due at " + text(pass.minute) + ":";
   for (const auto& url : due) what.append(" ").append(url);
   what += "; started:";

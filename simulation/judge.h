@@ -21,7 +21,7 @@ struct Figures {
   std::int64_t machineYears = 0, runs = 0;
   std::int64_t due = 0, startedOnce = 0, late = 0;
   std::int64_t missed = 0, doubled = 0, early = 0;
-  std::int64_t other = 0;  ///< violations that are none of these three
+  std::int64_t other = 0;  ///< violations other than these three
   // Lost through no fault of the tool: see Judge::minuteEnds().
   std::int64_t asleepInRun = 0, asleepUnset = 0, awakeTooShort = 0, heldUp = 0, ending = 0;
 
@@ -50,8 +50,8 @@ struct OwnWakeEvents {
   bool listingWorked = true;  ///< otherwise there may be old events that the tool could not see
 };
 
-/// Compares what the tool does with what the crontab means. Of the violations in `figures` the first one is printed,
-/// with what happened on the machine before it.
+/// Compares what the tool does with what the crontab means. Prints the first violation, with what happened on the
+/// machine before it.
 class Judge {
  public:
   Judge(std::string machine, Figures& figures) : machine_(std::move(machine)), figures_(figures) {}
@@ -107,8 +107,8 @@ class Judge {
   Minute lastMinute_{};       ///< the last one with a pass
   int passesInMinute_ = 0;
   bool runIsUnderWay_ = false;
-  /// The crontab for whose next minute the last run has set the wake event. None during a run, or if it could not be
-  /// set or has come to nothing.
+  /// The crontab from which the armed wake event was computed. Null during a run, or if the event could not be set or
+  /// was lost.
   std::shared_ptr<const Crontab> armedFor_;
   std::optional<seconds> announced_;                    ///< a sleep that has not begun
   std::deque<std::pair<Moment, std::string>> history_;  ///< the last 100 notes
