@@ -14,7 +14,7 @@ using namespace std::chrono_literals;
 using std::chrono::floor;
 
 /// What a run needs of the machine, and whether its wake events could be set.
-struct SimulatedServices final : Clock, FileManager, Commands, PowerAssertions, WakeEvents, UnifiedLog {
+struct SimulatedServices final : Clock, Applications, FileManager, Commands, PowerAssertions, WakeEvents, UnifiedLog {
   SimulatedServices(Machine& machine, Judge& judge) : machine_(machine), judge_(judge) {}
 
   OwnWakeEvents wakeEvents() const {
@@ -31,6 +31,9 @@ struct SimulatedServices final : Clock, FileManager, Commands, PowerAssertions, 
     judge_.toolSleeps(machine_.now(), duration, wakeEvents());
     machine_.sleepUntil(machine_.now() + duration);
   }
+
+  std::vector<std::optional<std::filesystem::path>> running(std::string_view) const override { return {}; }
+  std::optional<std::filesystem::path> installed(std::string_view) const override { return "/opt/Z.app"; }
 
   bool isExecutableFile(const std::filesystem::path&) const override { return useAgent() || !machine_.agentIsMissing; }
 
@@ -126,12 +129,10 @@ void runTool(Machine& machine, Judge& judge, Calendar& calendar) {
   judge.runBegins();
   machine.work(machine.random().between(3ms, machine.random().oneIn(100) ? 2s : 30ms));  // to load it
   SimulatedServices services(machine, judge);
-  FakeApplications applications;
-  applications.installedCopy = "/opt/Z.app";
   FakePlainLog plainLog;
   std::ostringstream output;
-  const int status = zt::run(
-      {services, calendar, applications, services, services, services, services, {&services, plainLog}, output});
+  const int status =
+      zt::run({services, calendar, services, services, services, services, services, {&services, plainLog}, output});
   judge.runEnds(machine.now(), status, machine.assertionHeld, services.wakeEvents());
   machine.toolEnds();
 }

@@ -1,175 +1,254 @@
 #include "driver/run.h"
 
-#include <gtest/gtest.h>
-
-#include <sstream>
-
 #include "support/fakes.h"
-#include "support/zone.h"
-#include "util/text.h"
+#include "support/test.h"
 
-namespace zt {
+const std::string controller = "/opt/Z.app/Contents/Helpers/ztautomatedcopycontroller";
+const std::string agent = "/opt/Z.app/Contents/MacOS/ZTAgent";
 
-using namespace platform;
-using namespace util;
-namespace {
+struct SharedFakes : FakeFileManager, FakeCommands, FakeWakeEvents, FakeUnifiedLog, FakePlainLog {};
 
-using namespace std::chrono_literals;
-
-/// A machine at 12:34:20 on a Tuesday, with the application installed and an agent that works.
-struct Run : testing::Test {
-  Run() {
-    applications.installedCopy = "/opt/Z.app";
-    fileManager.executables = {"/opt/Z.app/Contents/MacOS/ZTAgent"};
-  }
+/// A run at 12:34:20 on a Tuesday. The application is installed, and not running, and its agent works.
+struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFakes {
+  using Paths = std::vector<std::optional<fs::path>>;
 
   int run() {
-    log.entries.clear();
-    return zt::run({clock, zone.calendar, applications, fileManager, commands, powerAssertions, wakeEvents,
-                    LogSinks{nullptr, log}, output});
+    executables = {agent};
+    std::ostream output(this);
+    const LogSinks logs{hasUnifiedLog ? this : nullptr, *this};
+    return zt::run({*this, zone.calendar, *this, *this, *this, *this, *this, logs, output});
+  }
+
+  Instant now() const override { return time; }
+  void sleep(std::chrono::seconds duration) override {
+    add("sleep " + std::to_string(duration.count()));
+    time += duration + std::exchange(changeInNextSleep, 0s);
+  }
+  Paths running(std::string_view) const override { return add("running") ? runningCopies : Paths(); }
+  std::optional<fs::path> installed(std::string_view) const override {
+    return add("installed") ? std::optional("/opt/Z.app") : std::nullopt;
+  }
+  Created create(std::string_view type, std::string_view name, std::string_view details) override {
+    const auto call = std::string("create ").append(type).append("|").append(name).append("|").append(details);
+    return {.result = add(call) ? 0 : -5, .identifier = 42};
+  }
+  void release(std::uint32_t identifier) override { add("release " + std::to_string(identifier)); }
+  int sync() override {  // has to take what is printed
+    const auto text = str();
+    str({});
+    return add("print " + text) ? 0 : -1;
   }
 
   Zone zone{"CET-1CEST,M3.5.0,M10.5.0/3"};
-  FakeClock clock{at("2027-03-09 12:34:20 +0100")};
-  FakeApplications applications;
-  FakeFileManager fileManager;
-  FakeCommands commands{};
-  FakePowerAssertions powerAssertions;
-  FakeWakeEvents wakeEvents;
-  FakePlainLog log;
-  std::ostringstream output;
+  Instant time = at("2027-03-09 12:34:20 +0100");
+  std::chrono::seconds changeInNextSleep = 0s;  ///< as when somebody sets the clock
+  Paths runningCopies;
+  bool hasUnifiedLog = false;
 };
 
-const std::string now = "34\t12\t*\t*\t*\tZTUtil file:///now%20here";
-const std::string next = "35\t12\t*\t*\t*\tZTUtil file:///next";
-const std::string tomorrow = "5\t0\t*\t*\t3\tZTUtil file:///tomorrow";
-
-const std::string settingWake =
-    "INFO: Next event more than 1 minute from now, setting wake, then sleeping 10 seconds for launchd "
-    "ThrottleInterval.";
-
-TEST_F(Run, SaysWhatItDoesInOrder) {
-  commands.crontab = {tomorrow, now, next};
-  wakeEvents.events = {
-      "[0]  wake at  01/02/2030 03:04:05 by 'ZTAgent'", "[1] wake at 01/02/2030 03:04:05 by 'somebody'",
-      "[2] wake at 01/02/2030 03:04:06 by 'ZTAgent' today", "wake at 01/02/2030 03:04:07 by ztbackupbytime"};
-  EXPECT_EQ(run(), 0);
-  EXPECT_EQ(
-      log.entries,
-      (Texts{"INFO: Looking for Zantrove!", "INFO: Using Zantrove! from /opt/Z.app",
-             "INFO: Automated Copy Controller path is /opt/Z.app/Contents/Helpers/ztautomatedcopycontroller",
-             "INFO: Creating power assertion.", "INFO: Power asssertion created - createdAssertion = 0",
-             "INFO: Looking for schedules that run at 2027-03-09 12:34:20 +0100", "INFO: Found 1 matching schedules.",
-             "INFO: Spawning /now here", "INFO: Canceling any existing wake events.",
-             "INFO: Canceling [0]  wake at  01/02/2030 03:04:05 by 'ZTAgent'",
-             "INFO: Checking one 2027-03-09 12:35:00 +0100 and two 2027-03-10 00:05:00 +0100 minute events.",
-             "INFO: Sleeping for 41 seconds.", "INFO: Looking for schedules that run at 2027-03-09 12:35:01 +0100",
-             "INFO: Found 1 matching schedules.", "INFO: Spawning /next", "INFO: Canceling any existing wake events.",
-             "INFO: Checking one 2027-03-10 00:05:00 +0100 and two 2027-03-10 00:05:00 +0100 minute events.",
-             settingWake, "INFO: Heading out, canceling power assertion."}));
-  EXPECT_EQ(commands.launched, (Texts{"/opt/Z.app/Contents/Helpers/ztautomatedcopycontroller file:///now%20here",
-                                      "/opt/Z.app/Contents/Helpers/ztautomatedcopycontroller file:///next"}));
-  EXPECT_EQ(wakeEvents.calls, (Texts{"/opt/Z.app/Contents/MacOS/ZTAgent cancel 01/02/2030 03:04:05",
-                                     "/opt/Z.app/Contents/MacOS/ZTAgent wake 3/10/2027 0:5:00"}));
-  EXPECT_EQ(clock.sleeps, (std::vector<std::int64_t>{41, 10}));
-  EXPECT_EQ(powerAssertions.created, Texts{"PreventUserIdleSystemSleep|ztbackupbytime Prompt Wake|Zantrove! time-based "
-                                           "scheduled copy check."});
-  EXPECT_EQ(powerAssertions.released, std::vector<std::uint32_t>{42});
+/// A line that is due in a minute after 12.
+static std::string lineAt(const std::string& minute, const std::string& word) {
+  return lineText(minute + " 12 * * *", "ZTUtil " + word);
 }
 
-TEST_F(Run, ServesEachMinuteOnce) {
-  struct Row {
-    const char* reason;
-    std::chrono::seconds second;     // of the minute in which the first pass begins
-    std::chrono::seconds workTakes;  // in that pass
-    std::chrono::seconds change;     // of the clock in the first sleep
-    std::vector<std::int64_t> sleeps;
-    std::size_t copies;
-  };
-  const std::vector<Row> rows = {
-      {"first second", 0s, 0s, 0s, {61, 10}, 2},
-      {"last second", 59s, 0s, 0s, {2, 10}, 2},
-      {"the minute ends meanwhile", 59s, 1s, 0s, {1, 10}, 2},
-      {"and the next has begun", 58s, 5s, 0s, {0, 10}, 2},
-      {"set back within the minute", 30s, -10s, 0s, {41, 10}, 2},
-      {"set back into it during the sleep", 30s, 0s, -3s, {31, 3, 10}, 2},
-      {"set back by an hour: on from there", 30s, -1h, 0s, {31, 10}, 1},
-  };
-  for (const auto& row : rows) {
-    clock = FakeClock(at("2027-03-09 12:34:00 +0100") + row.second);
-    clock.changeInFirstSleep = row.change;
-    commands = {};
-    commands.crontab = {now, next};
-    commands.whileRunning = [&] {
-      if (commands.commands.size() == 1) clock.time += row.workTakes;
-    };
-    EXPECT_EQ(run(), 0) << row.reason;
-    EXPECT_EQ(clock.sleeps, row.sleeps) << row.reason;
-    EXPECT_EQ(commands.launched.size(), row.copies) << row.reason;
+const Texts crontabLines = {lineAt("34", "1st%20copy"), lineAt("35", "a[b"), lineAt("35", "2nd"), lineAt("35", "3rd"),
+                            lineAt("36", "4th")};
+
+const Texts wakeEvents = {
+    "[0] wake at 01/02/2030 03:04:01 by 'somebody'", "[1] wake at 01/02/2030 03:04:02 by 'ZTAgent' today",
+    "wake at 01/02/2030 03:04:03 by ztbackupbytime", "[2]  wake at  01/02/2030 03:04:04 by 'ZTAgent'",
+    "[3] wake at 01/02/2030 03:04:05 by ztbackupbytime"};
+
+/// The calls that a run of three passes is to make. If one fails, these are all calls but those that need that one.
+struct ExpectedRun : CallRecord {
+  int run() {
+    log("Looking for Zantrove!");
+    const bool isFound = (add("running") && isRunning) || add("installed");
+    if (!isFound) {
+      add("log ERROR: Couldn't find Zantrove! application");
+      return 1;
+    }
+    log("Using Zantrove! from /opt/Z.app");
+    log("Automated Copy Controller path is " + controller);
+    log("Creating power assertion.");
+    const bool isAsserted =
+        add("create PreventUserIdleSystemSleep|ztbackupbytime Prompt Wake|Zantrove! time-based scheduled copy check.");
+    log(std::string("Power asssertion created - createdAssertion = ") + (isAsserted ? "0" : "-5"));
+    runPasses();
+    log("Heading out, canceling power assertion.");
+    if (isAsserted) add("release 42");
+    return 0;
+  }
+
+  void runPasses() {
+    if (!servesMinute("34", "20", {"1st%20copy"})) return;
+    log("Checking one 2027-03-09 12:35:00 +0100 and two 2027-03-09 12:36:00 +0100 minute events.");
+    log("Sleeping for 41 seconds.");
+    add("sleep 41");
+    if (!servesMinute("35", "01", {"a[b", "2nd", "3rd"})) return;
+    log("Checking one 2027-03-09 12:36:00 +0100 and two 2027-03-10 12:34:00 +0100 minute events.");
+    log("Sleeping for 60 seconds.");
+    add("sleep 60");
+    if (!servesMinute("36", "01", {"4th"})) return;
+    log("Checking one 2027-03-10 12:34:00 +0100 and two 2027-03-10 12:34:00 +0100 minute events.");
+    log("Next event more than 1 minute from now, setting wake, then sleeping 10 seconds for launchd ThrottleInterval.");
+    if (add("executable? " + agent)) addProgram(agent + " wake 3/10/2027 12:34:00");
+    add("sleep 10");
+  }
+
+  /// Starts the copies that are due and cancels the wake events. Gives whether the crontab can be read.
+  bool servesMinute(const std::string& minute, const std::string& second, const Texts& due) {
+    log("Looking for schedules that run at 2027-03-09 12:" + minute + ":" + second + " +0100");
+    const bool isRead = addProgram("run /usr/bin/crontab -l");
+    Texts urls;
+    for (const auto& word : due) {
+      if (isRead && isURL(word, minute)) urls.push_back(word);
+    }
+    log("Found " + std::to_string(urls.size()) + " matching schedules.");
+    for (const auto& url : urls) {
+      log("Spawning " + (url == "1st%20copy" ? "1st copy" : url));
+      if (!add("start " + controller + " " + url)) throw EndOfProcess();
+    }
+    log("Canceling any existing wake events.");
+    if (addProgram(agent + " list")) {
+      cancel(wakeEvents[3], "01/02/2030 03:04:04");
+      cancel(wakeEvents[4], "01/02/2030 03:04:05");
+    }
+    return isRead;
+  }
+
+  bool isURL(const std::string& word, const std::string& minute) {
+    const auto fromLine = " from \"" + lineAt(minute, word) + "\".\n";
+    if (!addProgram("run /bin/bash -c echo -n " + word)) {
+      add("print ztbackupbytime: failed to unescape \"ZTUtil " + word + "\"" + fromLine);
+      return false;
+    }
+    if (word != "a[b") return true;
+    add("print ztbackupbytime: unable to create URL from unescaped \"a[b\" extracted and unescaped" + fromLine);
+    return false;
+  }
+
+  void cancel(const std::string& event, const std::string& date) {
+    if (!add("executable? " + agent)) return;
+    log("Canceling " + event);
+    addProgram(agent + " cancel " + date);
+  }
+
+  void log(const std::string& message) { add("log INFO: " + message); }
+
+  bool isRunning = false;
+};
+
+/// All calls of a run, and its exit status, one a line.
+static std::string callsOf(auto& run) {
+  try {
+    run.add("exit " + std::to_string(run.run()));
+  } catch (const EndOfProcess&) {
+  }
+  std::string text;
+  for (const auto& call : run.all) text += call + "\n";
+  return text;
+}
+
+TEST(Run, LeavesOutOnlyTheCallsThatNeedACallThatFails) {
+  for (const auto& [isRunning, programsStart] : {std::pair(true, true), {false, false}}) {
+    std::size_t count = 0;
+    for (std::size_t toFail = 0; toFail <= count; ++toFail) {
+      ExpectedRun expected;
+      FakeRun run;
+      expected.toFail = run.toFail = toFail;
+      expected.programsStart = run.programsStart = programsStart;
+      expected.isRunning = run.hasUnifiedLog = isRunning;
+      if (isRunning) run.runningCopies = {"/opt/Z.app"};
+      run.crontab = crontabLines;
+      run.events = wakeEvents;
+      EXPECT_EQ(callsOf(run), callsOf(expected)) << "call " << toFail << " fails";
+      if (toFail == 0) count = expected.all.size();
+    }
   }
 }
 
-TEST_F(Run, LooksAgainWhereItsWakeEventCameWhileItWaited) {
-  struct Row {
-    const char* reason;
-    const char* waitEnds;
-    std::vector<std::int64_t> sleeps;
-    std::size_t copies;
-  };
-  const std::vector<Row> rows = {
-      {"woken by it", "2027-03-10 00:05:03 +0100", {10, 10}, 1},
-      {"a second early", "2027-03-10 00:04:59 +0100", {10, 2, 10}, 1},
-      {"by somebody, before", "2027-03-10 00:04:58 +0100", {10}, 0},
-      {"too late for that copy", "2027-03-10 00:06:00 +0100", {10, 10}, 0},
-  };
-  commands.crontab = {tomorrow};
-  for (const auto& row : rows) {
-    clock = FakeClock(at("2027-03-09 12:34:20 +0100"));
-    clock.changeInFirstSleep = at(row.waitEnds) - clock.time - 10s;
-    commands.launched.clear();
-    EXPECT_EQ(run(), 0) << row.reason;
-    EXPECT_EQ(clock.sleeps, row.sleeps) << row.reason;
-    EXPECT_EQ(commands.launched.size(), row.copies) << row.reason;
-  }
+const std::string thisMinute = lineAt("34", "now"), nextMinute = lineAt("35", "next");
+const std::string tomorrow = lineText("5 0 * * 3", "ZTUtil tomorrow");
+
+/// Checks how long a run sleeps each time, and which copies it starts.
+static void expectRun(FakeRun& run, const Texts& sleeps, const Texts& copies, const char* reason) {
+  EXPECT_EQ(run.run(), 0) << reason;
+  EXPECT_EQ(run.of("sleep"), sleeps) << reason;
+  EXPECT_EQ(run.of("start " + controller), copies) << reason;
 }
 
-TEST_F(Run, EndsWithoutAWakeWhereNothingCanFire) {
-  const Texts neverFiring{"75\t12\t*\t*\t*\tZTUtil a", "34\t12\t*\t*\t7\tZTUtil b", "34\t12\t15\t*\t*\tZTUtil c"};
+TEST(Run, ServesEachMinuteOnce) {
+  // `start` is in seconds after 12:34.
+  const auto expect = [](const char* reason, auto start, std::chrono::seconds passTakes, auto changeInSleep,
+                         const Texts& sleeps, const Texts& copies) {
+    FakeRun run;
+    run.time = at("2027-03-09 12:34:00 +0100") + start;
+    run.duringFirstRun = [&] { run.time += passTakes; };
+    run.changeInNextSleep = changeInSleep;
+    run.crontab = {thisMinute, nextMinute};
+    expectRun(run, sleeps, copies, reason);
+  };
+  expect("first second", 0s, 0s, 0s, {"61", "10"}, {"now", "next"});
+  expect("last second", 59s, 0s, 0s, {"2", "10"}, {"now", "next"});
+  expect("the minute ends during the pass", 59s, 1s, 0s, {"1", "10"}, {"now", "next"});
+  expect("the next minute begins during the pass", 58s, 5s, 0s, {"0", "10"}, {"now", "next"});
+  expect("set back within the minute", 30s, -10s, 0s, {"41", "10"}, {"now", "next"});
+  expect("set back into the minute during the sleep", 30s, 0s, -3s, {"31", "3", "10"}, {"now", "next"});
+  expect("set back by an hour: continues from there", 30s, -1h, 0s, {"31", "10"}, {"now"});
+}
+
+TEST(Run, MakesAnotherPassIfItsWakeEventIsDueAfterTheWait) {
+  const auto expect = [](const char* reason, const char* waitEnds, const Texts& sleeps, const Texts& copies) {
+    FakeRun run;
+    run.changeInNextSleep = at(waitEnds) - run.time - 10s;
+    run.crontab = {tomorrow};
+    expectRun(run, sleeps, copies, reason);
+  };
+  expect("woken by the event", "2027-03-10 00:05:03 +0100", {"10", "10"}, {"tomorrow"});
+  expect("a second early", "2027-03-10 00:04:59 +0100", {"10", "2", "10"}, {"tomorrow"});
+  expect("woken earlier, by something else", "2027-03-10 00:04:58 +0100", {"10"}, {});
+  expect("too late for that copy", "2027-03-10 00:06:00 +0100", {"10", "10"}, {});
+}
+
+TEST(Run, TakesUpAChangeOfTheTimeZoneInTheNextPass) {
+  FakeRun run;
+  run.crontab = {nextMinute, lineText("35 13 * * *", "ZTUtil ahead")};
+  run.duringFirstRun = [] { ::setenv("TZ", "AAA-2", 1); };
+  expectRun(run, {"41", "10"}, {"ahead"}, "it is 13:35 in the next pass");
+}
+
+TEST(Run, EndsWithoutAWakeEventIfNoLineCanFire) {
+  const Texts neverFiring{lineText("75 12 * * *"), lineText("34 12 * * 7"), lineText("34 12 15 * *")};
   for (const auto& crontab : {std::optional<Texts>{}, {Texts{}}, {neverFiring}}) {
-    commands.crontab = crontab;
-    EXPECT_EQ(run(), 0);
-    EXPECT_EQ(log.entries.size(), 9U);
-    EXPECT_EQ(log.entries.at(7), "INFO: Canceling any existing wake events.");
+    FakeRun run;
+    run.crontab = crontab;
+    expectRun(run, {}, {}, "nothing can fire");
+    EXPECT_EQ(run.of("run"), Texts{"/usr/bin/crontab -l"});
+    EXPECT_EQ(run.of(agent), Texts{"list"});
+    EXPECT_EQ(run.of("log").size(), 9U);
   }
-  EXPECT_TRUE(clock.sleeps.empty());
-  EXPECT_TRUE(wakeEvents.calls.empty());
 }
 
-TEST_F(Run, LosesNothingElseByABrokenLine) {
-  const std::string noWord = "34\t12\t*\t*\t*\tZTUtil ", noURL = noWord + "a[b", late = "33\t12\t*\t*\t*\tZTUtil ";
-  commands.crontab = {now, noWord, "34\t12\t*\t*\t7\tZTUtil never", noURL, late, now};
-  EXPECT_EQ(run(), 0);
-  EXPECT_EQ(commands.launched, Texts(2, "/opt/Z.app/Contents/Helpers/ztautomatedcopycontroller file:///now%20here"));
-  EXPECT_EQ(lines(output.str()).size(), 2U) << "a message for each broken line that was due";
-  EXPECT_EQ(commands.commands.size(), 5U) << "the crontab, and a shell for each of the four lines that were due";
-  EXPECT_EQ(wakeEvents.calls, Texts{"/opt/Z.app/Contents/MacOS/ZTAgent wake 3/10/2027 12:33:00"});
+TEST(Run, IgnoresBrokenLines) {
+  FakeRun run;
+  const auto noWord = lineText("34 12 * * *", "ZTUtil "), noMarker = lineText("34 12 * * *", "other");
+  const auto late = lineText("33 12 * * *", "ZTUtil a[b"), bad = lineText("34 12 * * *", "ZTUtil a[b");
+  run.crontab = {thisMinute, noWord,    lineText("34 12 * * 7"), bad, noMarker, thisMinute + "\tseventh field",
+                 late,       thisMinute};
+  expectRun(run, {"10"}, {"now", "now"}, "the others are used");
+  EXPECT_EQ(run.of("print").size(), 2U) << "a message for each broken line that is due";
+  EXPECT_EQ(run.of("run").size(), 5U) << "the crontab, and a shell for each line that is due";
+  EXPECT_EQ(run.of(agent), (Texts{"list", "wake 3/10/2027 12:33:00"}));
 }
 
-TEST_F(Run, PrefersTheRunningApplication) {
-  applications.runningCopies = {"/home/a/First.app", "/home/a/Second.app"};
-  EXPECT_EQ(run(), 0);
-  EXPECT_EQ(log.entries.at(1), "INFO: Using Zantrove! from /home/a/First.app");
-
-  applications.runningCopies.front().reset();
-  EXPECT_EQ(run(), 0);
-  EXPECT_EQ(log.entries.at(1), "INFO: Using Zantrove! from /opt/Z.app") << "the first has no location";
-
-  powerAssertions = {};
-  applications.installedCopy.reset();
-  EXPECT_EQ(run(), 1);
-  EXPECT_EQ(log.entries, (Texts{"INFO: Looking for Zantrove!", "ERROR: Couldn't find Zantrove! application"}));
-  EXPECT_TRUE(powerAssertions.created.empty());
+TEST(Run, UsesTheRunningApplicationThatWasStartedFirst) {
+  const auto used = [](const FakeRun::Paths& running) {
+    FakeRun run;
+    run.runningCopies = running;
+    EXPECT_EQ(run.run(), 0);
+    return run.of("log").at(1);
+  };
+  EXPECT_EQ(used({"/home/First.app", "/home/Second.app"}), "INFO: Using Zantrove! from /home/First.app");
+  EXPECT_EQ(used({std::nullopt, "/home/Second.app"}), "INFO: Using Zantrove! from /opt/Z.app") << "no location";
 }
-
-}  // namespace
-}  // namespace zt

@@ -2,13 +2,11 @@
 
 #include <functional>
 #include <set>
+#include <utility>
 
-#include "platform/applications.h"
-#include "platform/clock.h"
 #include "platform/commands.h"
 #include "platform/file_manager.h"
 #include "platform/log_sinks.h"
-#include "platform/power_assertions.h"
 #include "platform/wake_events.h"
 
 namespace zt {
@@ -17,86 +15,84 @@ using namespace platform;  // the interfaces that these are fakes of
 
 using Texts = std::vector<std::string>;
 
-/// Stands still but for sleeps.
-struct FakeClock : Clock {
-  explicit FakeClock(Instant start) : time(start) {}
+/// Thrown where a failing call would end the process.
+struct EndOfProcess {};
 
-  Instant now() const override { return time; }
-  void sleep(std::chrono::seconds duration) override {
-    if (sleeps.empty()) time += changeInFirstSleep;
-    sleeps.push_back(duration.count());
-    time += duration;
+/// Records calls as texts that begin with the kind of call. One of them can fail. It is a virtual base of the fakes, so
+/// that an object that consists of several fakes has one record of all calls, in order.
+struct CallRecord {
+  /// Gives whether the call succeeds.
+  bool add(const std::string& call) const {
+    all.push_back(call);
+    return all.size() != toFail;
   }
 
-  Instant time;
-  std::chrono::seconds changeInFirstSleep{0};  ///< as when somebody sets the clock
-  std::vector<std::int64_t> sleeps;
+  /// The same for a program that is run to its end.
+  bool addProgram(const std::string& call) const {
+    if (add(call)) return true;
+    if (!programsStart) throw EndOfProcess();
+    return false;
+  }
+
+  /// The calls of one kind, without that word.
+  Texts of(const std::string& kind) const {
+    Texts result;
+    for (const auto& call : all) {
+      if (call.starts_with(kind + " ")) result.push_back(call.substr(kind.size() + 1));
+    }
+    return result;
+  }
+
+  std::size_t toFail = 0;     ///< the number of the call that fails, from 1
+  bool programsStart = true;  ///< whether a program that fails has at least started
+  mutable Texts all{};
 };
 
-struct FakeApplications : Applications {
-  std::vector<std::optional<std::filesystem::path>> running(std::string_view) const override { return runningCopies; }
-  std::optional<std::filesystem::path> installed(std::string_view) const override { return installedCopy; }
-
-  std::vector<std::optional<std::filesystem::path>> runningCopies;
-  std::optional<std::filesystem::path> installedCopy;
-};
-
-struct FakeFileManager : FileManager {
-  bool isExecutableFile(const std::filesystem::path& path) const override { return executables.contains(path); }
+struct FakeFileManager : FileManager, virtual CallRecord {
+  bool isExecutableFile(const std::filesystem::path& path) const override {
+    return add("executable? " + path.string()) && executables.contains(path);
+  }
 
   std::set<std::filesystem::path> executables;
 };
 
-/// Prints the crontab, and words without their backslashes; keeps what it is asked to start.
-struct FakeCommands : Commands {
+/// bash prints words without their backslashes, and any other program the crontab.
+struct FakeCommands : Commands, virtual CallRecord {
   std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
-    commands.push_back(path + " " + arguments.at(0));
-    if (whileRunning) whileRunning();
-    if (path == "/usr/bin/crontab") return crontab;
+    std::string call = "run " + path;
+    for (const auto& argument : arguments) call += " " + argument;
+    if (!addProgram(call)) return std::nullopt;
+    if (duringFirstRun) std::exchange(duringFirstRun, nullptr)();
+    if (path != "/bin/bash") return crontab;
     std::string word = arguments.at(1).substr(std::string("echo -n ").size());
     std::erase(word, '\\');
     return word.empty() ? Texts{} : Texts{word};
   }
   void start(const std::string& path, const Texts& arguments) override {
-    launched.push_back(path + " " + arguments.at(0));
+    if (!add("start " + path + " " + arguments.at(0))) throw EndOfProcess();
   }
 
   std::optional<Texts> crontab;
-  std::function<void()> whileRunning;
-  Texts commands, launched;
+  std::function<void()> duringFirstRun;
 };
 
-struct FakePowerAssertions : PowerAssertions {
-  Created create(std::string_view type, std::string_view name, std::string_view details) override {
-    created.push_back(std::string(type).append("|").append(name).append("|").append(details));
-    return {.result = result, .identifier = 42};
-  }
-  void release(std::uint32_t identifier) override { released.push_back(identifier); }
-
-  std::int32_t result = 0;
-  Texts created;
-  std::vector<std::uint32_t> released;
-};
-
-/// Keeps events as lines; what is set is listed from then on.
-struct FakeWakeEvents : WakeEvents {
-  std::optional<Texts> list(const std::filesystem::path&) override {
-    return hasListing ? std::optional(events) : std::nullopt;
+/// Always lists the same events.
+struct FakeWakeEvents : WakeEvents, virtual CallRecord {
+  std::optional<Texts> list(const std::filesystem::path& agent) override {
+    return addProgram(agent.string() + " list") && hasListing ? std::optional(events) : std::nullopt;
   }
   void cancel(const std::filesystem::path& agent, const std::string& dateAndTime) override {
-    calls.push_back(agent.string() + " cancel " + dateAndTime);
-    std::erase_if(events, [&](const auto& event) { return event.ends_with(dateAndTime + " by 'ZTAgent'"); });
+    addProgram(calls.emplace_back(agent.string() + " cancel " + dateAndTime));
   }
   void wake(const std::filesystem::path& agent, const std::string& time) override {
-    calls.push_back(agent.string() + " wake " + time);
-    events.push_back("[9] wake at " + time + " by 'ZTAgent'");
+    addProgram(calls.emplace_back(agent.string() + " wake " + time));
   }
 
   bool hasListing = true;
   Texts events, calls;
 };
 
-struct FakeUnifiedLog : UnifiedLog {
+struct FakeUnifiedLog : UnifiedLog, virtual CallRecord {
   struct Entry {
     LogLevel level;
     std::string subsystem, category, message;
@@ -104,15 +100,14 @@ struct FakeUnifiedLog : UnifiedLog {
   };
   void write(LogLevel level, std::string_view subsystem, std::string_view category, std::string_view message) override {
     entries.push_back({level, std::string(subsystem), std::string(category), std::string(message)});
+    add((level == LogLevel::error ? "log ERROR: " : "log INFO: ") + entries.back().message);
   }
 
   std::vector<Entry> entries;
 };
 
-struct FakePlainLog : PlainLog {
-  void write(std::string_view message) override { entries.emplace_back(message); }
-
-  Texts entries;
+struct FakePlainLog : PlainLog, virtual CallRecord {
+  void write(std::string_view message) override { add("log " + std::string(message)); }
 };
 
 }  // namespace zt

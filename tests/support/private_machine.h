@@ -1,19 +1,14 @@
 #pragma once
 
-#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 
-#include <cstdlib>
-#include <filesystem>
-#include <iostream>
+#include <stdexcept>
 
+#include "support/test.h"
 #include "util/process_runner.h"
 
 namespace zt {
-
-using namespace platform;
-using namespace util;
-
-using Texts = std::vector<std::string>;
 
 /// The output of a script.
 inline Texts bash(const std::string& script) {
@@ -24,13 +19,26 @@ inline Texts bash(const std::string& script) {
 struct PrivateMachine : testing::Test {
   PrivateMachine() {
     if (::getenv("PRIVATE_MACHINE") == nullptr) {
-      std::cerr << "These tests empty the home folder. Start them with demo/private-machine.\n";
-      std::_Exit(2);
+      throw std::runtime_error("this test empties the home folder: start it with demo/private-machine");
     }
     bash("rm -rf ~/* /var/spool/cron/crontabs/*");
   }
 
-  const std::filesystem::path home = ::getenv("HOME");
+  const fs::path home = ::getenv("HOME");
+};
+
+/// A Unix socket in place of a service's. Nothing reads from it by itself.
+struct ServiceSocket {
+  ServiceSocket(int type, const fs::path& path) : handle(::socket(AF_UNIX, type, 0)) {
+    sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+    path.string().copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
+    fs::create_directories(path.parent_path());
+    fs::remove(path);
+    EXPECT_EQ(::bind(handle.fileDescriptor(), reinterpret_cast<sockaddr*>(&address), sizeof(address)), 0);
+    ::listen(handle.fileDescriptor(), 1);  // only stream sockets can
+  }
+
+  FileHandle handle;
 };
 
 }  // namespace zt

@@ -13,25 +13,13 @@
 
 namespace zt {
 
-/// Zones in which there is something to get wrong: changes of half an hour, at midnight and back across it, reversed
-/// and cancelled ones, offsets that hold for a day, and rules that are no file.
-inline constexpr std::array zoneNames = {"America/New_York",
-                                         "America/Santiago",
-                                         "America/Mexico_City",
-                                         "Europe/Dublin",
-                                         "Europe/Berlin",
-                                         "Africa/Casablanca",
-                                         "Africa/Cairo",
-                                         "Asia/Gaza",
-                                         "Asia/Kolkata",
-                                         "Australia/Lord_Howe",
-                                         "Antarctica/Troll",
-                                         "Pacific/Auckland",
-                                         "Pacific/Apia",
-                                         "CET-1CEST,M3.5.0,M10.5.0/3",
-                                         "EST5EDT,0/0,J365/25",
-                                         "AAA0BBB,J100/0,J101/0",
-                                         "XST3XDT2,M3.2.0,M11.1.0/0:01"};
+/// Zones that are easy to get wrong: changes of half an hour, at midnight and back across it, reversed and cancelled
+/// ones, offsets that are in force for a day, and rules that are no file.
+inline constexpr auto zoneNames = std::to_array<const char*>(
+    {"America/New_York", "America/Santiago", "America/Mexico_City", "Europe/Dublin", "Europe/Berlin",
+     "Africa/Casablanca", "Africa/Cairo", "Asia/Gaza", "Asia/Kolkata", "Australia/Lord_Howe", "Antarctica/Troll",
+     "Pacific/Auckland", "Pacific/Apia", "CET-1CEST,M3.5.0,M10.5.0/3", "EST5EDT,0/0,J365/25", "AAA0BBB,J100/0,J101/0",
+     "XST3XDT2,M3.2.0,M11.1.0/0:01"});
 
 /// The machine's calendar in a time zone: a value of TZ, or null for none.
 struct Zone {

@@ -1,36 +1,10 @@
-// The built tool on a private machine (demo/private-machine): real crontab, bash, processes and zones,
-// and the sample application. The clock is the machine's own, but the zone is one in which it is
-// 12:34:05 now.
+// The built tool on a private machine (demo/private-machine): real crontab, bash, processes and zones, and the sample
+// application. The clock is the machine's own, in a zone in which it is 12:34:05 now.
 
-#include <gtest/gtest.h>
 #include <signal.h>
 
-#include <algorithm>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iostream>
-
 #include "support/private_machine.h"
-#include "support/zone.h"
-#include "util/text.h"
 #include "util/time_text.h"
-
-namespace zt {
-
-using namespace platform;
-using namespace util;
-namespace {
-
-namespace fs = std::filesystem;
-using namespace std::chrono_literals;
-
-std::string zoneAt(std::chrono::seconds timeOfDay) {
-  const auto now = std::chrono::system_clock::now().time_since_epoch() % 24h;
-  const std::chrono::hh_mm_ss west{std::chrono::floor<std::chrono::seconds>(now) - timeOfDay};
-  return std::string(west.is_negative() ? "TST-" : "TST+") + std::to_string(west.hours().count()) + ":" +
-         std::to_string(west.minutes().count()) + ":" + std::to_string(west.seconds().count());
-}
 
 struct Tool : PrivateMachine {
   struct Outcome {
@@ -43,7 +17,9 @@ struct Tool : PrivateMachine {
   /// Runs the tool; `before` is what the shell that starts it does first.
   static Outcome run(const std::string& crontab, const std::string& before = "") {
     std::ofstream("/var/spool/cron/crontabs/root", std::ios::binary) << crontab;
-    const Zone zone(zoneAt(12h + 34min + 5s).c_str());
+    const auto now = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now().time_since_epoch());
+    const auto west = (now - 12h - 34min - 5s) % 24h;
+    const Zone zone(("TST+" + formatted(LocalTime{west}, "%T")).c_str());
     const Task task("/bin/bash", Texts{"-c", before + " exec " TOOL " > ~/output 2> ~/errors"});
     shell(task);
     return {task.terminationStatus(), bash("cat ~/output"), bash("cat ~/errors")};
@@ -52,49 +28,40 @@ struct Tool : PrivateMachine {
   const fs::path controller = home / "Applications/Zantrove.app/Contents/Helpers/ztautomatedcopycontroller";
 };
 
-TEST_F(Tool, ReadsEveryDueWordAsBashDoes) {
-  struct Row {
-    const char* reason;
-    std::string command;
-    const char* argument;  // of the controller
-    const char* noURL;     // or the text that is none; with neither, there is no text at all
+TEST_F(Tool, ReadsEveryWordThatIsDueAsBashDoes) {
+  std::string crontab = "# ZTUtil\n34 12 * * * /ZTUtil \"\n";
+  const auto add = [&](const std::string& command, const char* fields = "34 12 * * *") {
+    crontab += lineText(fields, command) + "\n";
   };
-  const std::vector<Row> rows = {
-      {"percent", "/ZTUtil file:///tmp/Copy%20Plan/", "file:///tmp/Copy%20Plan/", nullptr},
-      {"escapes", R"(/ZTUtil file:///tmp/100\%25\!)", "file:///tmp/100%25!", nullptr},
-      {"quotes", R"(/ZTUtil "file:///tmp/it's")", "file:///tmp/it's", nullptr},
-      {"a blank splits, escaped or not", R"(/ZTUtil file:///tmp/a\ b)", "b", nullptr},
-      {"no space: the whole field", "file:///ZTUtil", "file:///ZTUtil", nullptr},
-      {"the first line counts", R"(/ZTUtil $'one\ntwo')", "one", nullptr},
-      {"crontab prints a carriage return as an escaped r", "/ZTUtil cr\r", "crr", nullptr},
-      {"trailing space", "/ZTUtil file:///a ", nullptr, nullptr},
-      {"expands to nothing", "/ZTUtil $none", nullptr, nullptr},
-      {"not UTF-8", R"(/ZTUtil $'\xff')", nullptr, nullptr},
-      {"longer than an argument can be", "/ZTUtil " + std::string(200'000, 'a'), nullptr, nullptr},
-      {"unbalanced quote", R"(/ZTUtil "file:///a)", nullptr,
-       "/bin/bash: -c: line 1: unexpected EOF while looking for matching `\"'"},
-      {"a blank from bash", R"(/ZTUtil file:///a$'\x20'b)", nullptr, "file:///a b"},
+  for (const auto* notMarked : {"/ztutil \"", "/ZTUtil\t\""}) add(notMarked);
+  for (const auto* notDue : {"33 12 * * *", "75 12 * * *", "34 12 * * 7", "#34 12 * * *"}) add("/ZTUtil \"", notDue);
+  for (int i = 0; i < 1000; ++i) add("/ZTUtil many", "0 13 * * *");
+
+  Texts arguments, messages;
+  const auto addURL = [&](const std::string& command, const char* url) {
+    add(command);
+    arguments.emplace_back(url);
   };
-  Texts arguments;
-  Texts messages;
-  std::string crontab = "# ZTUtil\n34 12 * * * /ZTUtil \"\n34\t12\t*\t*\t*\t/ztutil \"\n34\t12\t*\t*\t*\t/ZTUtil\t\"\n";
-  for (const auto& row : rows) {
-    const auto line = "34\t12\t*\t*\t*\t" + row.command;
-    crontab += line + "\n";
-    const std::string from = " from \"" + line + "\".";
-    if (row.argument != nullptr) {
-      arguments.emplace_back(row.argument);
-    } else if (row.noURL != nullptr) {
-      messages.push_back("ztbackupbytime: unable to create URL from unescaped \"" + std::string(row.noURL) +
-                         "\" extracted and unescaped" + from);
-    } else {
-      messages.push_back("ztbackupbytime: failed to unescape \"" + row.command + "\"" + from);
-    }
+  addURL("/ZTUtil file:///tmp/Copy%20Plan/", "file:///tmp/Copy%20Plan/");
+  addURL(R"(/ZTUtil file:///tmp/100\%25\!)", "file:///tmp/100%25!");
+  addURL(R"(/ZTUtil "file:///tmp/it's")", "file:///tmp/it's");
+  addURL(R"(/ZTUtil file:///tmp/a\ b)", "b");  // a blank is a separator even if it is escaped
+  addURL("file:///ZTUtil", "file:///ZTUtil");  // without a blank the whole command is the word
+  addURL(R"(/ZTUtil $'one\ntwo')", "one");     // the first line counts
+  addURL("/ZTUtil cr\r", "crr");               // crontab prints a carriage return as \r
+
+  const auto addBroken = [&](const std::string& command, const std::string& problem) {
+    add(command);
+    messages.push_back("ztbackupbytime: " + problem + " from \"" + lineText("34 12 * * *", command) + "\".");
+  };
+  const std::string tooLong = "/ZTUtil " + std::string(200'000, 'a');
+  for (const std::string command : {"/ZTUtil file:///a ", "/ZTUtil $none", R"(/ZTUtil $'\xff')", tooLong.c_str()}) {
+    addBroken(command, "failed to unescape \"" + command + "\"");
   }
-  for (const auto* notDue : {"33\t12\t*\t*\t*", "75\t12\t*\t*\t*", "34\t12\t*\t*\t7", "#34\t12\t*\t*\t*"}) {
-    crontab.append(notDue).append("\t/ZTUtil \"\n");
-  }
-  for (int i = 0; i < 1000; ++i) crontab += "0\t13\t*\t*\t*\t/ZTUtil many\n";
+  const std::string noURL = "unable to create URL from unescaped ", from = " extracted and unescaped";
+  addBroken(R"(/ZTUtil file:///a$'\x20'b)", noURL + "\"file:///a b\"" + from);
+  addBroken(R"(/ZTUtil "file:///a)",
+            noURL + "\"/bin/bash: -c: line 1: unexpected EOF while looking for matching `\"'\"" + from);
 
   const auto outcome = run(crontab, "export LC_ALL=not_installed;");
   EXPECT_EQ(outcome.status, 0);
@@ -102,18 +69,13 @@ TEST_F(Tool, ReadsEveryDueWordAsBashDoes) {
   std::ranges::sort(arguments);
   EXPECT_EQ(bash("LC_ALL=C sort ~/controller-arguments"), arguments);
   EXPECT_EQ(bash("grep -c \" 13:00:00 by 'ZTAgent'$\" ~/wake-events"), Texts{"1"});
+  EXPECT_EQ(run(crontab + "# caf\xe9\n").output, Texts{}) << "text that is not UTF-8 has no lines";
 }
 
-TEST_F(Tool, FindsNoLinesInTextThatIsNotUtf8) {
-  const auto outcome = run("34\t12\t*\t*\t*\t/ZTUtil file:///a\n# caf\xe9\n");
-  EXPECT_EQ(outcome.status, 0);
-  EXPECT_TRUE(outcome.errors.at(6).ends_with("INFO: Found 0 matching schedules."));
-}
-
-TEST_F(Tool, LeavesControllersRunningWithNothingOfItsOwn) {
+TEST_F(Tool, LeavesItsControllersNeitherFilesNorIgnoredSignals) {
   fs::remove(controller);
   fs::create_symlink("/bin/sleep", controller);
-  EXPECT_EQ(run("34\t12\t*\t*\t*\t/ZTUtil 1000\n", "exec 7</dev/null; trap '' HUP CHLD;").status, 0);
+  EXPECT_EQ(run(lineText("34 12 * * *", "/ZTUtil 1000") + "\n", "exec 7</dev/null; trap '' HUP CHLD;").status, 0);
   const auto child = bash("pidof ztautomatedcopycontroller");
   ASSERT_EQ(child.size(), 1U);
   EXPECT_EQ(bash("ls /proc/" + child[0] + "/fd"), (Texts{"0", "1", "2"}));
@@ -121,36 +83,35 @@ TEST_F(Tool, LeavesControllersRunningWithNothingOfItsOwn) {
   EXPECT_EQ(bash("grep -cE '^Sig(Blk|Ign):\\s*0+(18000000)?0$' /proc/" + child[0] + "/status"), Texts{"2"});
 }
 
-TEST_F(Tool, EndsAbnormallyWithoutController) {
+TEST_F(Tool, AbortsIfTheControllerIsMissing) {
   fs::remove(controller);
-  const auto outcome = run("34\t12\t*\t*\t*\t/ZTUtil file:///a\n");
+  const auto outcome = run(lineText("34 12 * * *") + "\n");
   EXPECT_EQ(outcome.status, SIGABRT);
   EXPECT_EQ(outcome.errors.back(),
             "ztbackupbytime: cannot start " + controller.string() + ": No such file or directory");
 }
 
 TEST_F(Tool, ChoosesTheUsersOwnRunningApplication) {
-  const auto start = [this](const std::string& folder, const std::string& as) {
-    auto bundle = (home / folder / "Zantrove.app").string();
-    bash("cp -R ~/Applications ~/" + folder + " && cp -f /bin/sleep " + bundle + "/Contents/MacOS/Zantrove");
-    bash(as + " " + bundle +
-         "/Contents/MacOS/Zantrove 99 <&- &>/dev/null & while ! pidof Zantrove | grep -qw $!; do :; done");
-    return bundle;
+  const std::string program = "/Zantrove.app/Contents/MacOS/Zantrove";
+  const auto start = [&](const std::string& folder, const std::string& as = "") {
+    bash("cp -R ~/Applications ~/" + folder + " && cp -f /bin/sleep ~/" + folder + program);
+    bash(as + " ~/" + folder + program + " 99 <&- &>/dev/null & while ! pidof Zantrove | grep -qw $!; do :; done");
   };
-  const auto expectUsed = [](const std::string& bundle) {
-    EXPECT_TRUE(run("").errors.at(1).ends_with("INFO: Using Zantrove! from " + bundle)) << bundle;
+  const auto expectUsed = [&](const char* folder) {
+    const auto used = "INFO: Using Zantrove! from " + (home / folder / "Zantrove.app").string();
+    EXPECT_TRUE(run("").errors.at(1).ends_with(used)) << folder;
   };
   const std::string asOther = "setpriv --reuid 65534 --clear-groups";
   if (bash(asOther + " true").empty()) {
     start("theirs", asOther);
   } else {
-    std::cout << "Another user's process: not tried, that takes root's rights.\n";
+    std::puts("Skipped: another user's process, which needs root");
   }
-  expectUsed((home / "Applications/Zantrove.app").string());
-  const auto first = start("ours", "");
-  start("another", "");
-  bash("cp --remove-destination /bin/true " + first + "/Contents/MacOS/Zantrove");  // as an update does
-  expectUsed(first);
+  expectUsed("Applications");
+  start("ours");
+  start("another");
+  bash("cp --remove-destination /bin/true ~/ours" + program);  // as an update does
+  expectUsed("ours");
 
   bash("kill $(pidof Zantrove); rm -rf ~/Applications");
   const auto outcome = run("");
@@ -158,7 +119,7 @@ TEST_F(Tool, ChoosesTheUsersOwnRunningApplication) {
   EXPECT_TRUE(outcome.errors.back().ends_with(" ERROR: Couldn't find Zantrove! application"));
 }
 
-TEST_F(Tool, TellsTheTimeThatDateTells) {
+TEST_F(Tool, ShowsTheSameTimeAsDate) {
   // The machine's zone as a plain copy of a zone file, not the usual link.
   bash(
       "cp -a /etc ~ && cp --remove-destination /usr/share/zoneinfo/America/St_Johns ~/etc/localtime &&"
@@ -175,6 +136,3 @@ TEST_F(Tool, TellsTheTimeThatDateTells) {
   }
   bash("umount /etc");
 }
-
-}  // namespace
-}  // namespace zt

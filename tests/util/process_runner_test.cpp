@@ -1,51 +1,39 @@
-// Real children of this process.
-
 #include "util/process_runner.h"
 
 #include <errno.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <filesystem>
 #include <future>
 #include <latch>
 #include <semaphore>
 #include <thread>
 
-namespace zt {
+#include "support/test.h"
 
-using namespace platform;
-using namespace util;
-namespace {
-
-using namespace std::chrono_literals;
-using Texts = std::vector<std::string>;
-
-Task bash(const std::string& script) {
+static Task bash(const std::string& script) {
   return Task("/bin/bash", Texts{"-c", script});
 }
 
-std::size_t entries(const char* folder) {
-  const std::filesystem::directory_iterator entry(folder);
-  return static_cast<std::size_t>(std::distance(begin(entry), end(entry)));
+static std::ptrdiff_t entries(const char* folder) {
+  return std::ranges::distance(fs::directory_iterator(folder));
 }
 
 /// Checks that a test leaves behind no descriptor, no thread and no child, not even one that has exited.
 struct Runner : testing::Test {
   Runner() {
-    // A sanitizer starts a thread of its own along with the first one; and one that was joined can still be listed.
+    // A sanitizer starts its own thread with the first one, and a thread that was joined may still be listed.
     std::string first;
     std::thread([&] { first = "/proc/self/task/" + std::to_string(::gettid()); }).join();
-    while (std::filesystem::exists(first)) std::this_thread::yield();
+    while (fs::exists(first)) std::this_thread::yield();
     threads = entries("/proc/self/task");
     descriptors = entries("/proc/self/fd");
   }
 
   void TearDown() override {
-    // A handler's thread needs a moment to end after the handler has.
+    // The thread of a handler ends shortly after the handler.
     const auto end = std::chrono::steady_clock::now() + 60s;
     while (entries("/proc/self/task") > threads && std::chrono::steady_clock::now() < end) std::this_thread::yield();
     EXPECT_EQ(entries("/proc/self/task"), threads);
@@ -54,10 +42,10 @@ struct Runner : testing::Test {
     EXPECT_EQ(errno, ECHILD);
   }
 
-  std::size_t threads, descriptors;
+  std::ptrdiff_t threads, descriptors;
 };
 
-/// What a completion was called with. Fails the test if that is not once.
+/// What a completion was called with. Fails the test if it was not called exactly once.
 struct Report {
   Completion completion() {
     return [this](const std::string& text, std::int32_t status) {
@@ -72,24 +60,19 @@ struct Report {
 };
 
 TEST_F(Runner, ShellGivesAllOutputAsLines) {
-  struct Row {
-    const char* script;
-    std::optional<Texts> lines;
-    std::int32_t status = 0;
-  };
-  const std::vector<Row> rows = {
-      {":", Texts{}},
+  const std::vector<std::tuple<const char*, std::optional<Texts>, int>> rows = {
+      {":", Texts{}, 0},
       {"echo out; echo err >&2; echo out; exit 7", Texts{"out", "err", "out"}, 7},
       {"echo -n a; kill -9 $$", Texts{"a"}, SIGKILL},
       {"echo a; exec >&- 2>&-; exit 3", Texts{"a"}, 3},
-      {"{ while kill -0 $$ 2>&-; do sleep 0.01; done; echo late; } & echo early", Texts{"early", "late"}},
-      {R"(printf 'a\xff')", std::nullopt},
-      {R"(printf '\xc3')", std::nullopt},
+      {"{ while kill -0 $$ 2>&-; do sleep 0.01; done; echo late; } & echo early", Texts{"early", "late"}, 0},
+      {R"(printf 'a\xff')", std::nullopt, 0},
+      {R"(printf '\xc3')", std::nullopt, 0},
   };
-  for (const auto& row : rows) {
-    const auto task = bash(row.script);
-    EXPECT_EQ(shell(task), row.lines) << row.script;
-    EXPECT_EQ(task.terminationStatus(), row.status) << row.script;
+  for (const auto& [script, lines, status] : rows) {
+    const auto task = bash(script);
+    EXPECT_EQ(shell(task), lines) << script;
+    EXPECT_EQ(task.terminationStatus(), status) << script;
   }
   EXPECT_EQ(shell(Task("/bin/echo", Texts{"a"}), std::nullopt, Texts{"b"}), Texts{"b"});
   EXPECT_EQ(shell(Task("/bin/none", Texts{"a"}), "/bin/echo"), Texts{"a"});
@@ -97,8 +80,8 @@ TEST_F(Runner, ShellGivesAllOutputAsLines) {
   EXPECT_EQ(shell(bash("yes '" + line + "' | head -n 1000000")), Texts(1000000, line));
 }
 
-TEST_F(Runner, ChainStartsEachTaskWhenTheOneBeforeHasEnded) {
-  // All close their output while they live on; the one after looks whether that is still so.
+TEST_F(Runner, ChainStartsEachTaskAfterThePreviousOneHasEnded) {
+  // Each closes its output before it ends. The next one checks that it has ended.
   const Task first = bash("echo $$ one; exec >&-; sleep 0.1");
   const Task second = bash("read pid text; kill -0 $pid 2>&- && text=alive; echo $$ $text two; exec >&-; sleep 0.1");
   Task third = bash("read pid text; kill -0 $pid 2>&- && text=alive; echo $text three; echo err >&2; exit 7");
@@ -110,33 +93,27 @@ TEST_F(Runner, ChainStartsEachTaskWhenTheOneBeforeHasEnded) {
 }
 
 TEST_F(Runner, CompletionGetsTextAndStatus) {
-  struct Row {
-    const char* script;
-    Task::Stream output;
-    std::string text;
-    std::int32_t status;
-  };
   const auto pipe = [] { return std::make_shared<Pipe>(); };
   const auto file = std::make_shared<FileHandle>(::open("/dev/null", O_WRONLY));
-  const std::vector<Row> rows = {
+  const std::vector<std::tuple<const char*, Task::Stream, std::string, int>> rows = {
       {":", pipe(), "", 0},
       {"echo é; exit 3", pipe(), "é\n", 3},
       {"echo a; exec >&-; exit 255", pipe(), "a\n", 255},
-      {"echo a; cat <&0 &", pipe(), "a\n", 0},  // which holds the pipe
+      {"echo a; cat <&0 &", pipe(), "a\n", 0},  // cat keeps the pipe open
       {R"(printf 'a\xff'; exit 3)", pipe(), "", 3},
-      {"printf %65536s", pipe(), std::string(65536, ' '), 0},  // as much as a pipe takes
+      {"printf %65536s", pipe(), std::string(65536, ' '), 0},  // all that a pipe can hold
       {"exit 4", {}, "", 4},
       {"echo a; exit 5", file, "", 5},
-      {"echo a; exit 6", file, "", 6},  // which a launch leaves open
+      {"echo a; exit 6", file, "", 6},  // the launch before has not closed it
   };
-  for (const auto& row : rows) {
-    Task task = bash(row.script);
+  for (const auto& [script, output, text, status] : rows) {
+    Task task = bash(script);
     task.setStandardInput(pipe());
-    task.setStandardOutput(row.output);
+    task.setStandardOutput(output);
     Report report;
     const auto replaced = [](const std::string&, std::int32_t) { ADD_FAILURE(); };
     complete(complete(task, replaced), report.completion()).launch();
-    EXPECT_EQ(report.get(), std::pair(row.text, row.status)) << row.script;
+    EXPECT_EQ(report.get(), std::pair(text, status)) << script;
   }
 }
 
@@ -153,7 +130,7 @@ TEST_F(Runner, ServesManyAtATime) {
     task.setStandardInput(inputs.emplace_back(std::make_shared<Pipe>()));
     spawn(complete(task, [&](const std::string&, std::int32_t) { completed.count_down(); }));
   }
-  // An end for writing that a child had as well would keep another one waiting.
+  // If a child had inherited the writing end of another child's input, that one would never end.
   for (const auto& input : inputs) input->fileHandleForWriting().closeFile();
   completed.wait();
 
@@ -163,7 +140,7 @@ TEST_F(Runner, ServesManyAtATime) {
   }
 }
 
-TEST_F(Runner, ReadabilityHandlerIsCalledUntilItIsRemovedOrAtTheEnd) {
+TEST_F(Runner, ReadabilityHandlerIsCalledUntilItIsRemovedOrTheDataEnds) {
   Pipe pipe;
   FileHandle& handle = pipe.fileHandleForReading();
   const auto write = [&](char letter) {
@@ -191,7 +168,7 @@ TEST_F(Runner, ReadabilityHandlerIsCalledUntilItIsRemovedOrAtTheEnd) {
   end.get_future().wait();
 }
 
-TEST_F(Runner, FileHandleWaitsForItsHandlerUnlessThatLetsGoOfIt) {
+TEST_F(Runner, FileHandleWaitsForItsHandlerUnlessTheHandlerReleasesIt) {
   auto pipe = std::make_shared<Pipe>();
   pipe->fileHandleForWriting().closeFile();
   std::binary_semaphore called(0);
@@ -216,26 +193,18 @@ struct RunnerDeathTest : Runner {
 };
 
 TEST_F(RunnerDeathTest, LaunchThatFailsEndsTheProcessWithOneLine) {
-  struct Row {
-    const char *path, *reason;
-    void (*start)(Task&);
+  const testing::KilledBySignal isAborted(SIGABRT);
+  const std::string start = "^util_tests: cannot start ";
+  EXPECT_EXIT(spawn(Task("/etc")), isAborted, start + "/etc: Permission denied\n$");
+  EXPECT_EXIT(shell(Task("/bin/true"), "/none\n"), isAborted, start + "/none\\?: No such file or directory\n$");
+  const auto runChain = [] {
+    const Task first("/bin/true");
+    Task second("/none");
+    pipe(first, second);
+    spawn(first);
+    second.waitUntilExit();
   };
-  const std::vector<Row> rows = {
-      {"/etc", "Permission denied", [](Task& task) { spawn(task); }},
-      {"/none\\?", "No such file or directory", [](Task& task) { shell(task, "/none\n"); }},
-      {"/none", "No such file or directory",
-       [](Task& task) {
-         Task first("/bin/true");
-         pipe(first, task);
-         first.launch();
-         task.waitUntilExit();
-       }},
-  };
-  for (const auto& row : rows) {
-    Task task(row.path);
-    const auto line = std::string("^unit_tests: cannot start ") + row.path + ": " + row.reason + "\n$";
-    EXPECT_EXIT(row.start(task), testing::KilledBySignal(SIGABRT), line);
-  }
+  EXPECT_EXIT(runChain(), isAborted, start + "/none: No such file or directory\n$");
 }
 
 TEST_F(RunnerDeathTest, StreamsCanChangePlaces) {
@@ -250,6 +219,3 @@ TEST_F(RunnerDeathTest, StreamsCanChangePlaces) {
   };
   EXPECT_EXIT(swap(), testing::ExitedWithCode(0), "^out\n$");
 }
-
-}  // namespace
-}  // namespace zt

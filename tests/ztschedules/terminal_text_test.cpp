@@ -1,0 +1,37 @@
+#include "ztschedules/terminal_text.h"
+
+#include "support/test.h"
+
+TEST(TerminalText, EscapesWhatATerminalWouldNotShow) {
+  EXPECT_EQ(printable("a\tb\x1b[1m\x7f\xc2\x85\xe2\x80\x8b\xff\xf3\xa0\x81\x81\xcd\xb8\xe2\x80\xa8 é日本"),
+            "a\\x09b\\x1b[1m\\x7f\\u0085\\u200b\\xff\\U000e0041\\u0378\\u2028 é日本");
+}
+
+TEST(TerminalText, IsMeasuredInColumns) {
+  EXPECT_EQ(displayWidth("e\u0301日本"), 5U);
+  EXPECT_EQ(displayWidth("\u1112\u1161\u11ab\u0939\u093f"), 4U);  // a syllable of Hangul, a letter with a spacing mark
+}
+
+TEST(TerminalText, IsShortenedWithAnEllipsis) {
+  EXPECT_EQ(shortened("日本語", 6), "日本語");
+  EXPECT_EQ(shortened("日本語の", 6), "日本…");
+  EXPECT_EQ(shortened("a bcdefg", 4), "a b…");
+  std::string marks = "e";
+  for (int i = 0; i < 1000; ++i) marks += "\u0301";
+  EXPECT_LT(shortened(marks, 6).size(), 200U);
+  EXPECT_TRUE(shortened(marks, 6).ends_with("…"));
+}
+
+TEST(TerminalText, IsWrappedAtBlanksOrWithinLongWords) {
+  using Lines = std::vector<std::string_view>;
+  EXPECT_EQ(wrapped("one two  three", 7), (Lines{"one two", " three"}));
+  EXPECT_EQ(wrapped("onetwothree", 4), (Lines{"onet", "woth", "ree"}));
+  EXPECT_EQ(wrapped("日本語 e\u0301e\u0301", 5), (Lines{"日本", "語 e\u0301e\u0301"}));
+  EXPECT_EQ(wrapped(" 日本語x", 5), (Lines{" 日本", "語x"}));
+  EXPECT_EQ(wrapped("", 5), Lines{""});
+}
+
+TEST(TerminalText, IsAlignedInTables) {
+  EXPECT_EQ(table({{"日本", "a"}, {"abcdef", "b"}}, 0, {}), "日本    a\nabcdef  b\n");
+  EXPECT_EQ(table({{"a", "0123456789b", "c"}}, 1, 5), "a  0123456789  c\n   b\n") << "narrower columns";
+}
