@@ -105,9 +105,10 @@ struct ExpectedRun : CallRecord {
       if (isRead && isURL(word, minute)) urls.push_back(word);
     }
     log("Found " + std::to_string(urls.size()) + " matching schedules.");
+    const std::string start = "start " + controller + " ";
     for (const auto& url : urls) {
       log("Spawning " + (url == "1st%20copy" ? "1st copy" : url));
-      if (!add("start " + controller + " " + url)) throw EndOfProcess();
+      if (!add(start + url)) throw EndOfProcess();
     }
     log("Canceling any existing wake events.");
     if (addProgram(agent + " list")) {
