@@ -12,7 +12,7 @@ struct SharedFakes : FakeFileManager, FakeCommands, FakeWakeEvents, FakeUnifiedL
 struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFakes {
   using Paths = std::vector<std::optional<fs::path>>;
 
-  int run() {
+  int runToEnd() {
     executables = {agent};
     std::ostream output(this);
     const LogSinks logs{hasUnifiedLog ? this : nullptr, *this};
@@ -61,7 +61,7 @@ const Texts wakeEvents = {
 
 /// The calls that a run of three passes is to make. If one fails, these are all calls but those that need that one.
 struct ExpectedRun : CallRecord {
-  int run() {
+  int runToEnd() {
     log("Looking for Zantrove!");
     const bool isFound = (add("running") && isRunning) || add("installed");
     if (!isFound) {
@@ -143,7 +143,7 @@ struct ExpectedRun : CallRecord {
 /// All calls of a run, and its exit status, one a line.
 static std::string callsOf(auto& run) {
   try {
-    run.add("exit " + std::to_string(run.run()));
+    run.add("exit " + std::to_string(run.runToEnd()));
   } catch (const EndOfProcess&) {
   }
   std::string text;
@@ -174,7 +174,7 @@ const std::string tomorrow = lineText("5 0 * * 3", "ZTUtil tomorrow");
 
 /// Checks how long a run sleeps each time, and which copies it starts.
 static void expectRun(FakeRun& run, const Texts& sleeps, const Texts& copies, const char* reason) {
-  EXPECT_EQ(run.run(), 0) << reason;
+  EXPECT_EQ(run.runToEnd(), 0) << reason;
   EXPECT_EQ(run.of("sleep"), sleeps) << reason;
   EXPECT_EQ(run.of("start " + controller), copies) << reason;
 }
@@ -247,7 +247,7 @@ TEST(Run, UsesTheRunningApplicationThatWasStartedFirst) {
   const auto used = [](const FakeRun::Paths& running) {
     FakeRun run;
     run.runningCopies = running;
-    EXPECT_EQ(run.run(), 0);
+    EXPECT_EQ(run.runToEnd(), 0);
     return run.of("log").at(1);
   };
   EXPECT_EQ(used({"/home/First.app", "/home/Second.app"}), "INFO: Using Zantrove! from /home/First.app");

@@ -11,7 +11,10 @@
 #include "support/crontab.h"
 #include "support/zone.h"
 
-namespace zt::util {}
+namespace zt {
+namespace util {}
+using Texts = std::vector<std::string>;
+}  // namespace zt
 
 using namespace zt;
 using namespace zt::platform;
@@ -19,4 +22,3 @@ using namespace zt::util;
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 namespace fs = std::filesystem;
-using Texts = std::vector<std::string>;
