@@ -18,9 +18,9 @@ namespace {
 using namespace std::chrono_literals;
 
 struct CheckedCommands : FakeCommands {
-  std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
-    require(std::ranges::all_of(arguments, Task::isArgument), "programs get valid arguments");
-    return FakeCommands::run(path, arguments);
+  std::optional<Texts> run(const Command& command) override {
+    require(std::ranges::all_of(command.arguments, Task::isArgument), "programs get valid arguments");
+    return FakeCommands::run(command);
   }
 };
 

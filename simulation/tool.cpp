@@ -37,8 +37,8 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
 
   bool isExecutableFile(const std::filesystem::path&) const override { return useAgent() || !machine_.agentIsMissing; }
 
-  std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
-    if (path == "/usr/bin/crontab") {
+  std::optional<Texts> run(const Command& command) override {
+    if (command.path == "/usr/bin/crontab") {
       checkAssertion();
       const auto crontab = machine_.readCrontab();
       judge_.passBegins(machine_.now(), crontab);
@@ -46,11 +46,12 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
       return crontab->text();
     }
     program();
-    return FakeCommands().run(path, arguments);
+    return FakeCommands().run(command);
   }
-  void start(const std::string&, const Texts& arguments) override {
-    machine_.note("copy started: " + arguments.front());
-    judge_.copyStarted(machine_.now(), arguments.front());
+  void start(const Command& command) override {
+    const auto& url = command.arguments.front();
+    machine_.note("copy started: " + url);
+    judge_.copyStarted(machine_.now(), url);
     machine_.work(1ms);
   }
 

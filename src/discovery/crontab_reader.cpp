@@ -9,7 +9,7 @@ bool isMarked(std::string_view line) {
 }
 
 std::vector<CrontabLine> readCrontabLines(platform::Commands& commands) {
-  auto output = commands.run(crontabProgram, {crontabArgument});
+  auto output = commands.run({crontabProgram, {crontabArgument}});
   if (!output) return {};
   std::erase_if(*output, [](const auto& line) { return !isMarked(line); });
 

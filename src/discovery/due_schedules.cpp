@@ -4,6 +4,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/environment.h"
 #include "platform/task.h"
 #include "util/text.h"
 
@@ -38,7 +39,9 @@ std::optional<util::URL> commandURL(const CrontabLine& line, platform::Commands&
 
   const std::string script = "echo -n " + std::string(words.back());
   std::optional<std::vector<std::string>> unescaped;
-  if (platform::Task::isArgument(script)) unescaped = commands.run("/bin/bash", {"-c", script});
+  if (platform::Task::isArgument(script)) {
+    unescaped = commands.run({"/bin/bash", {"-c", script}, platform::environmentForBash()});
+  }
   if (!unescaped || unescaped->empty()) return fail("failed to unescape", command, "from");
 
   const std::string& text = unescaped->front();

@@ -60,7 +60,7 @@ class MainLoop {
 
   void launchController(const util::URL& match) {
     log_.info("Spawning " + match.path());
-    services_.commands.start(controller_, {match.absoluteString()});
+    services_.commands.start({controller_, {match.absoluteString()}});
   }
 
   /// The next events are searched from the minute that this pass has handled, not from the clock, so a pass that takes

@@ -14,7 +14,7 @@
 namespace zt::platform {
 
 /// One child process: configured, then launched once. The child gets descriptors 0 to 2, default signal
-/// dispositions, an empty signal mask and this process's environment, and nothing else.
+/// dispositions, an empty signal mask and this process's environment, unless it is given another, and nothing else.
 ///
 /// A Task refers to its child, and a copy refers to the same child. The last copy closes the pipes and files of its
 /// streams; the child runs on, and its handler is still called. A child that has exited remains a zombie until this
@@ -37,6 +37,9 @@ class Task {
 
   void setLaunchPath(std::string path);
   void setArguments(std::optional<std::vector<std::string>> arguments);
+
+  /// Texts of the form NAME=value; nullopt means the environment of this process.
+  void setEnvironment(std::optional<std::vector<std::string>> environment);
 
   void setStandardInput(Stream stream);
   void setStandardOutput(Stream stream);

@@ -3,14 +3,22 @@
 #include "util/process_runner.h"
 
 namespace zt::util {
+namespace {
 
-std::optional<std::vector<std::string>> TaskCommands::run(const std::string& path,
-                                                          const std::vector<std::string>& arguments) {
-  return shell(platform::Task(path, arguments));
+platform::Task taskFor(const platform::Command& command) {
+  platform::Task task(command.path, command.arguments);
+  task.setEnvironment(command.environment);
+  return task;
 }
 
-void TaskCommands::start(const std::string& path, const std::vector<std::string>& arguments) {
-  spawn(platform::Task(path, arguments));
+}  // namespace
+
+std::optional<std::vector<std::string>> TaskCommands::run(const platform::Command& command) {
+  return shell(taskFor(command));
+}
+
+void TaskCommands::start(const platform::Command& command) {
+  spawn(taskFor(command));
 }
 
 }  // namespace zt::util

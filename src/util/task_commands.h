@@ -7,9 +7,8 @@ namespace zt::util {
 /// Runs commands as child processes of this one.
 class TaskCommands final : public platform::Commands {
  public:
-  std::optional<std::vector<std::string>> run(const std::string& path,
-                                              const std::vector<std::string>& arguments) override;
-  void start(const std::string& path, const std::vector<std::string>& arguments) override;
+  std::optional<std::vector<std::string>> run(const platform::Command& command) override;
+  void start(const platform::Command& command) override;
 };
 
 }  // namespace zt::util

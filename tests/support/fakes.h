@@ -58,18 +58,18 @@ struct FakeFileManager : FileManager, virtual CallRecord {
 
 /// bash prints words without their backslashes, and any other program the crontab.
 struct FakeCommands : Commands, virtual CallRecord {
-  std::optional<Texts> run(const std::string& path, const Texts& arguments) override {
-    std::string call = "run " + path;
-    for (const auto& argument : arguments) call += " " + argument;
+  std::optional<Texts> run(const Command& command) override {
+    std::string call = "run " + command.path;
+    for (const auto& argument : command.arguments) call += " " + argument;
     if (!addProgram(call)) return std::nullopt;
     if (duringFirstRun) std::exchange(duringFirstRun, nullptr)();
-    if (path != "/bin/bash") return crontab;
-    std::string word = arguments.at(1).substr(std::string("echo -n ").size());
+    if (command.path != "/bin/bash") return crontab;
+    std::string word = command.arguments.at(1).substr(std::string("echo -n ").size());
     std::erase(word, '\\');
     return word.empty() ? Texts{} : Texts{word};
   }
-  void start(const std::string& path, const Texts& arguments) override {
-    if (!add("start " + path + " " + arguments.at(0))) throw EndOfProcess();
+  void start(const Command& command) override {
+    if (!add("start " + command.path + " " + command.arguments.at(0))) throw EndOfProcess();
   }
 
   std::optional<Texts> crontab;

@@ -63,13 +63,39 @@ TEST_F(Tool, ReadsEveryWordThatIsDueAsBashDoes) {
   addBroken(R"(/ZTUtil "file:///a)",
             noURL + "\"/bin/bash: -c: line 1: unexpected EOF while looking for matching `\"'\"" + from);
 
-  const auto outcome = run(crontab, "export LC_ALL=not_installed;");
+  const auto outcome = run(crontab);
   EXPECT_EQ(outcome.status, 0);
   EXPECT_EQ(outcome.output, messages);
   std::ranges::sort(arguments);
   EXPECT_EQ(bash("LC_ALL=C sort ~/controller-arguments"), arguments);
   EXPECT_EQ(bash("grep -c \" 13:00:00 by 'ZTAgent'$\" ~/wake-events"), Texts{"1"});
   EXPECT_EQ(run(crontab + "# caf\xe9\n").output, Texts{}) << "text that is not UTF-8 has no lines";
+}
+
+TEST_F(Tool, ReadsWordsInAnyEnvironmentAndPassesItOn) {
+  // Makes the controller print its environment, and the URL, which it takes for another variable.
+  fs::remove(controller);
+  fs::create_symlink("/usr/bin/env", controller);
+  const Texts variables = {"LC_ALL=not_installed",
+                           "LD_PRELOAD=/none.so",
+                           "LD_DEBUG=none",
+                           "SHLVL=1000",
+                           "SHELLOPTS=xtrace",
+                           "BASHOPTS=none",
+                           "BASH_COMPAT=0.1",
+                           "BASH_ENV=/etc/hosts",
+                           "SHELLOPTS=noexec",
+                           "BASH_XTRACEFD=stdout",
+                           "BASH_FUNC_echo%%=() {  printf other\n}"};
+  std::string runs;
+  for (std::size_t i = 0; i < variables.size(); ++i) {
+    runs += "env '" + variables[i] + "' " TOOL " > ~/environment." + std::to_string(i) + " 2> ~/errors &\n";
+  }
+  run(lineText("34 12 * * *", "ZTUtil COPY=1") + "\n", runs);
+  for (std::size_t i = 0; i < variables.size(); ++i) {
+    const auto count = "grep -cxF -e COPY=1 -e '" + variables[i] + "' ~/environment." + std::to_string(i);
+    EXPECT_EQ(bash(count), Texts{std::to_string(std::ranges::count(variables[i], '\n') + 2)}) << variables[i];
+  }
 }
 
 TEST_F(Tool, LeavesItsControllersNeitherFilesNorIgnoredSignals) {

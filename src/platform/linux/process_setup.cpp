@@ -2,9 +2,7 @@
 
 #include <errno.h>
 #include <fcntl.h>
-#include <locale.h>
 #include <signal.h>
-#include <stdlib.h>
 #include <unistd.h>
 
 #include "platform/linux/fatal.h"
@@ -22,21 +20,10 @@ void openStandardStreams() {
   ::close(descriptor);
 }
 
-void dropUnknownLocale() {
-  const char* name = ::getenv("LC_ALL");
-  if (name == nullptr) return;
-  if (const locale_t locale = ::newlocale(LC_ALL_MASK, name, nullptr)) {
-    ::freelocale(locale);
-  } else {
-    ::unsetenv("LC_ALL");
-  }
-}
-
 }  // namespace
 
 void setUpProcess() {
   openStandardStreams();
-  dropUnknownLocale();
   ::signal(SIGCHLD, SIG_DFL);
   ::signal(SIGPIPE, SIG_IGN);
 }

@@ -4,7 +4,6 @@ namespace zt::platform {
 
 /// Makes the process independent of how it was started. Call once, before anything is opened.
 /// - A closed standard stream becomes /dev/null, so that no pipe gets its number.
-/// - An LC_ALL that this machine does not have is unset: bash would print a warning before every word.
 /// - SIGCHLD gets its default action: if the parent ignored it, exit statuses would be lost.
 /// - SIGPIPE is ignored: a run with copies still to start must not end because nobody reads its output any more.
 void setUpProcess();

@@ -7,10 +7,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdlib>
+#include <iterator>
 #include <list>
 #include <mutex>
 #include <utility>
@@ -53,11 +55,11 @@ class SpawnSetup {
   }
 
   /// Gives 0, or the error number of what failed: preparing the child or executing its program.
-  int spawn(pid_t& child, const char* path, char* const* arguments) {
+  int spawn(pid_t& child, const char* path, char* const* arguments, char* const* environment) {
     // Close-on-exec covers what this process opened, but not what its own parent passed to it.
     const int error = ::posix_spawn_file_actions_addclosefrom_np(&actions_, STDERR_FILENO + 1);
     if (error != 0) return error;
-    return ::posix_spawn(&child, path, &actions_, &attributes_, arguments, ::environ);
+    return ::posix_spawn(&child, path, &actions_, &attributes_, arguments, environment);
   }
 
  private:
@@ -65,6 +67,15 @@ class SpawnSetup {
   posix_spawnattr_t attributes_;
   std::list<FileHandle> outOfTheWay_;
 };
+
+/// The same texts as execve(2) takes them.
+std::vector<char*> pointersTo(std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
+  for (auto& text : texts) pointers.push_back(text.data());
+  pointers.push_back(nullptr);
+  return pointers;
+}
 
 /// The end of the pipe that the child gets, or the file; null for an inherited stream.
 FileHandle* childsEnd(const Task::Stream& stream, FileHandle& (Pipe::*end)()) {
@@ -76,8 +87,8 @@ FileHandle* childsEnd(const Task::Stream& stream, FileHandle& (Pipe::*end)()) {
 }  // namespace
 
 struct Task::State {
-  std::string launchPath;
-  std::vector<std::string> arguments;
+  std::vector<std::string> commandLine = {{}};  ///< the launch path and the arguments
+  std::optional<std::vector<std::string>> environment;
   Stream standardInput;
   Stream standardOutput;
   Stream standardError;
@@ -102,11 +113,17 @@ Task::Task(std::string launchPath, std::optional<std::vector<std::string>> argum
 }
 
 void Task::setLaunchPath(std::string path) {
-  configuration().launchPath = std::move(path);
+  configuration().commandLine.front() = std::move(path);
 }
 
 void Task::setArguments(std::optional<std::vector<std::string>> arguments) {
-  configuration().arguments = std::move(arguments).value_or(std::vector<std::string>{});
+  auto& commandLine = configuration().commandLine;
+  commandLine.resize(1);
+  if (arguments) std::ranges::move(*arguments, std::back_inserter(commandLine));
+}
+
+void Task::setEnvironment(std::optional<std::vector<std::string>> environment) {
+  configuration().environment = std::move(environment);
 }
 
 void Task::setStandardInput(Stream stream) {
@@ -147,13 +164,14 @@ void Task::launch() {
     if (end != nullptr && error == 0) error = setup.connect(end->fileDescriptor(), target);
   }
 
-  std::vector<char*> arguments{state.launchPath.data()};
-  for (auto& argument : state.arguments) arguments.push_back(argument.data());
-  arguments.push_back(nullptr);
-
+  const auto& path = state.commandLine.front();
+  const auto arguments = pointersTo(state.commandLine);
+  const auto variables = state.environment ? pointersTo(*state.environment) : std::vector<char*>();
   pid_t child = 0;
-  if (error == 0) error = setup.spawn(child, state.launchPath.c_str(), arguments.data());
-  if (error != 0) fatal("cannot start " + state.launchPath, error);
+  if (error == 0) {
+    error = setup.spawn(child, path.c_str(), arguments.data(), state.environment ? variables.data() : ::environ);
+  }
+  if (error != 0) fatal("cannot start " + path, error);
 
   for (const auto& [stream, end, target] : connections) {
     // Only the child may hold its ends of the pipes: as long as ours are open, a reader never gets an end of file.
@@ -176,7 +194,7 @@ void Task::waitUntilExit() {
   if (state_->hasExited) return;
   int status = 0;
   while (::waitpid(state_->processIdentifier, &status, 0) < 0) {
-    if (errno != EINTR) fatal("cannot wait for " + state_->launchPath, errno);
+    if (errno != EINTR) fatal("cannot wait for " + state_->commandLine.front(), errno);
   }
   state_->terminationStatus = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
   state_->hasExited = true;
