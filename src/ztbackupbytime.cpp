@@ -23,12 +23,14 @@ int main() {
   SystemCalendar calendar;
   const SystemApplications applications(SystemApplications::defaultFolders());
   const SystemFileManager fileManager;
-  zt::util::TaskCommands commands;
   LogindPowerAssertions powerAssertions;
-  AgentWakeEvents wakeEvents(commands, fileManager);
   StandardErrorLog plainLog;
   // A person at a terminal sees the run; a service manager gets entries with fields.
   auto journal = ::isatty(STDERR_FILENO) == 0 ? JournalLog::find() : std::nullopt;
+  const LogSinks logSinks{.unified = journal ? &*journal : nullptr, .plain = plainLog};
+  zt::util::TaskCommands commands(zt::commandLimits,
+                                  [&](const std::string& line) { zt::toolLog(logSinks).default_(line); });
+  AgentWakeEvents wakeEvents(commands, fileManager);
 
   return zt::run({.clock = clock,
                   .calendar = calendar,
@@ -37,6 +39,6 @@ int main() {
                   .commands = commands,
                   .powerAssertions = powerAssertions,
                   .wakeEvents = wakeEvents,
-                  .logSinks = {.unified = journal ? &*journal : nullptr, .plain = plainLog},
+                  .logSinks = logSinks,
                   .output = std::cout});
 }

@@ -122,8 +122,12 @@ class MainLoop {
 
 }  // namespace
 
+Log toolLog(const platform::LogSinks& sinks) {
+  return LogFactory::helper("ztbackupbytime", sinks);
+}
+
 int run(const Services& services) {
-  const Log log = LogFactory::helper("ztbackupbytime", services.logSinks);
+  const Log log = toolLog(services.logSinks);
   const auto application = findApplication(services.applications, log);
   if (!application) return 1;
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <iosfwd>
 
 #include "driver/application_lookup.h"
@@ -13,6 +15,7 @@
 #include "platform/log_sinks.h"
 #include "platform/power_assertions.h"
 #include "platform/wake_events.h"
+#include "util/process_runner.h"
 #include "util/url.h"
 
 namespace zt {
@@ -29,6 +32,14 @@ struct Services {
   platform::LogSinks logSinks;
   std::ostream& output;  ///< for messages about due lines without a URL
 };
+
+/// The log of the tool.
+Log toolLog(const platform::LogSinks& sinks);
+
+/// For each program that the run waits for: crontab, bash, and the agent. They take milliseconds. One that never ends
+/// would keep this run, and so every later copy, waiting for good.
+inline constexpr util::Limits commandLimits = {.awakeTime = std::chrono::seconds{30},
+                                               .bytes = std::size_t{16} * 1024 * 1024};
 
 /// One run of the tool, from start to exit. Gives the exit status: 0, or 1 if the application cannot be found.
 int run(const Services& services);

@@ -21,10 +21,12 @@ class Commands {
   virtual ~Commands() = default;
 
   /// Runs a program to completion. Gives the lines of its standard output and standard error, merged, without empty
-  /// ones; nullopt if they are not valid UTF-8. Its exit status is ignored.
+  /// ones; nullopt if they are not valid UTF-8, or if the program took so long that it was killed. Its exit status is
+  /// ignored.
   virtual std::optional<std::vector<std::string>> run(const Command& command) = 0;
 
-  /// Starts a program and leaves it running.
+  /// Starts a program and leaves it running, in a session of its own (setsid(2)): neither the keys nor the end of the
+  /// terminal that this process was started at reach it. It shares the standard streams of this process.
   virtual void start(const Command& command) = 0;
 };
 

@@ -18,7 +18,7 @@ namespace zt::platform {
 ///
 /// A Task refers to its child, and a copy refers to the same child. The last copy closes the pipes and files of its
 /// streams; the child runs on, and its handler is still called. A child that has exited remains a zombie until this
-/// process ends, unless a handler or waitUntilExit() waits for it.
+/// process ends, unless a handler or waitUntilExit() waits for it, or hasExited() finds that out.
 ///
 /// Only one thread at a time may set up and launch a task. Setting anything after the launch, and a second launch, are
 /// programming errors and abort.
@@ -27,6 +27,10 @@ class Task {
   /// What a standard stream of the child is: inherited, a pipe, or an open file.
   using Stream = std::variant<std::monostate, std::shared_ptr<Pipe>, std::shared_ptr<FileHandle>>;
   using TerminationHandler = std::function<void(Task&)>;
+
+  /// The process group of the child (setpgid(2), setsid(2)). A group of its own can be killed as a whole, and the keys
+  /// of a terminal do not reach it. With a session of its own, the end of the terminal does not reach it either.
+  enum class Group { inherited, own, inOwnSession };
 
   /// Whether a child can be given `text` as an argument: the system has a greatest length, and a NUL would end it.
   static bool isArgument(std::string_view text);
@@ -40,6 +44,7 @@ class Task {
 
   /// Texts of the form NAME=value; nullopt means the environment of this process.
   void setEnvironment(std::optional<std::vector<std::string>> environment);
+  void setGroup(Group group);
 
   void setStandardInput(Stream stream);
   void setStandardOutput(Stream stream);
@@ -59,8 +64,14 @@ class Task {
   /// so for a task in a chain; a task that is never launched blocks it for good.
   void waitUntilExit();
 
-  /// The exit status, or the number of the signal that killed the child. Valid in the termination handler and after
-  /// waitUntilExit() has returned.
+  /// Whether the child has exited. Does not block.
+  bool hasExited();
+
+  /// Kills all processes of the child's group, which has to be its own, even if the child has exited.
+  void killGroup();
+
+  /// The exit status, or the number of the signal that killed the child. Valid in the termination handler, and when
+  /// waitUntilExit() has returned or hasExited() is true.
   std::int32_t terminationStatus() const;
 
  private:

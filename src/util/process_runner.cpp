@@ -1,13 +1,19 @@
 #include "util/process_runner.h"
 
-#include <latch>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <limits>
 #include <memory>
+#include <mutex>
 #include <utility>
 
 #include "util/text.h"
 
 namespace zt::util {
 namespace {
+
+using namespace std::chrono_literals;
 
 void setCommand(platform::Task& task, std::optional<std::string> launchPath,
                 std::optional<std::vector<std::string>> arguments) {
@@ -31,36 +37,100 @@ platform::Task::TerminationHandler completionReader(Completion completion) {
   };
 }
 
-/// What shell() collects. One background thread fills it; others may read it when it is complete.
-struct OutputBuffer {
-  std::string bytes;
-  std::latch complete{1};
+/// Collects the output of a task. The threads that read it and that wait for the task keep it alive.
+class Output : public std::enable_shared_from_this<Output> {
+ public:
+  /// Beyond `mostBytes` nothing is kept.
+  explicit Output(std::size_t mostBytes) : mostBytes_(mostBytes) {}
+
+  /// Launches the task, and collects what it prints until it has exited and no process has the output open any more.
+  void collect(platform::Task& task) {
+    const auto pipe = std::make_shared<platform::Pipe>();
+    pipe->fileHandleForReading().setReadabilityHandler(
+        [output = shared_from_this()](platform::FileHandle& handle) { output->append(handle.availableData()); });
+    task.setStandardOutput(pipe);
+    task.setStandardError(pipe);
+    task.setTerminationHandler([output = shared_from_this()](platform::Task& ended) {
+      // After the exit of the child there can still be output to read, from processes that it left behind as well.
+      output->waitFor(&Output::isAtEnd_);
+      if (auto* handle = outputOf(ended)) handle->setReadabilityHandler(nullptr);
+      output->set(&Output::isComplete_);
+    });
+    task.launch();
+  }
+
+  void wait() { waitFor(&Output::isComplete_); }
+
+  /// Waits until the output is complete, or is too much, or it is `end`.
+  void waitUntil(std::chrono::steady_clock::time_point end) {
+    std::unique_lock lock(mutex_);
+    changed_.wait_until(lock, end, [this] { return isComplete_ || isTooMuch_; });
+  }
+
+  bool isComplete() const { return isComplete_; }
+  bool isTooMuch() const { return isTooMuch_; }
+
+  /// Of complete output.
+  std::optional<std::vector<std::string>> lines() const {
+    if (!isValidUtf8(bytes_)) return std::nullopt;
+    return util::lines(bytes_);
+  }
+
+ private:
+  using Flag = std::atomic<bool>;
+
+  void append(const std::string& data) {
+    if (data.empty()) return set(&Output::isAtEnd_);
+    if (bytes_.size() + data.size() > mostBytes_) return set(&Output::isTooMuch_);
+    bytes_ += data;
+  }
+  void waitFor(Flag Output::*flag) {
+    std::unique_lock lock(mutex_);
+    changed_.wait(lock, [&] { return (this->*flag).load(); });
+  }
+  void set(Flag Output::*flag) {
+    const std::lock_guard lock(mutex_);
+    this->*flag = true;
+    changed_.notify_all();
+  }
+
+  const std::size_t mostBytes_;
+  std::string bytes_;  ///< belongs to the thread that reads, until the output is complete
+  std::mutex mutex_;   ///< held when a flag is set
+  std::condition_variable changed_;
+  Flag isAtEnd_ = false, isTooMuch_ = false, isComplete_ = false;
 };
+
+std::string inWords(std::chrono::milliseconds duration) {
+  if (duration % 1s != 0s) return std::to_string(duration.count()) + " milliseconds";
+  return std::to_string(duration / 1s) + " seconds";
+}
 
 }  // namespace
 
 std::optional<std::vector<std::string>> shell(platform::Task task, std::optional<std::string> launchPath,
                                               std::optional<std::vector<std::string>> arguments) {
   setCommand(task, std::move(launchPath), std::move(arguments));
-  const auto pipe = std::make_shared<platform::Pipe>();
-  const auto output = std::make_shared<OutputBuffer>();
-  pipe->fileHandleForReading().setReadabilityHandler([output](platform::FileHandle& handle) {
-    const auto data = handle.availableData();
-    output->bytes += data;
-    if (data.empty()) output->complete.count_down();
-  });
-  task.setStandardOutput(pipe);
-  task.setStandardError(pipe);
-  task.setTerminationHandler([output](platform::Task& ended) {
-    // After the exit of the child there can still be output to read, from processes that it left behind as well.
-    output->complete.wait();
-    if (auto* handle = outputOf(ended)) handle->setReadabilityHandler(nullptr);
-  });
-  task.launch();
-  task.waitUntilExit();
-  output->complete.wait();
-  if (!isValidUtf8(output->bytes)) return std::nullopt;
-  return lines(output->bytes);
+  const auto output = std::make_shared<Output>(std::numeric_limits<std::size_t>::max());
+  output->collect(task);
+  output->wait();
+  return output->lines();
+}
+
+LimitedOutput shell(platform::Task task, const Limits& limits) {
+  const auto end = std::chrono::steady_clock::now() + limits.awakeTime;
+  const auto output = std::make_shared<Output>(limits.bytes);
+  task.setGroup(platform::Task::Group::own);
+  output->collect(task);
+  output->waitUntil(end);
+  if (output->isComplete() && !output->isTooMuch()) return {.lines = output->lines(), .killedBecause = {}};
+
+  const bool hasExited = task.hasExited();
+  task.killGroup();
+  // Nobody waits for its end: a process in a system call may not end, and one that has left the group is not killed.
+  if (output->isTooMuch()) return {{}, "it printed more than " + std::to_string(limits.bytes) + " bytes"};
+  if (!hasExited) return {{}, "it did not end within " + inWords(limits.awakeTime)};
+  return {{}, "a process that it left behind held its output for " + inWords(limits.awakeTime)};
 }
 
 void spawn(platform::Task task, std::optional<std::string> launchPath,

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <optional>
@@ -21,6 +23,21 @@ using Completion = std::function<void(const std::string& text, std::int32_t stat
 /// replaced. Returns when the child has exited and every process that inherited its output has closed it.
 std::optional<std::vector<std::string>> shell(platform::Task task, std::optional<std::string> launchPath = std::nullopt,
                                               std::optional<std::vector<std::string>> arguments = std::nullopt);
+
+/// What a task may use.
+struct Limits {
+  std::chrono::milliseconds awakeTime;  ///< seconds in which the machine is suspended do not count
+  std::size_t bytes;                    ///< of output
+};
+
+struct LimitedOutput {
+  std::optional<std::vector<std::string>> lines;  ///< as from shell() without limits; nullopt if it was killed
+  std::string killedBecause;                      ///< empty if it was not
+};
+
+/// Like shell() for a task that may never end, or leave processes behind that hold its output. At a limit the task is
+/// killed with all processes of its group, which is its own, and this returns at once.
+LimitedOutput shell(platform::Task task, const Limits& limits);
 
 /// Launches a task and leaves it running, with its streams and its handler. An absent launch path or absent arguments
 /// leave those of the task.

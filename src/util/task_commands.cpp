@@ -1,6 +1,6 @@
 #include "util/task_commands.h"
 
-#include "util/process_runner.h"
+#include <utility>
 
 namespace zt::util {
 namespace {
@@ -14,11 +14,25 @@ platform::Task taskFor(const platform::Command& command) {
 }  // namespace
 
 std::optional<std::vector<std::string>> TaskCommands::run(const platform::Command& command) {
-  return shell(taskFor(command));
+  forgetEnded();
+  auto [lines, killedBecause] = shell(taskFor(command), limits_);
+  if (!killedBecause.empty()) {
+    // One argument says what it was to do; the others can be anything.
+    const auto verb = command.arguments.empty() ? "" : " " + command.arguments.front();
+    report_("Killed " + command.path + verb + ": " + killedBecause + ".");
+  }
+  return std::move(lines);
 }
 
 void TaskCommands::start(const platform::Command& command) {
-  spawn(taskFor(command));
+  forgetEnded();
+  started_.push_back(taskFor(command));
+  started_.back().setGroup(platform::Task::Group::inOwnSession);
+  spawn(started_.back());
+}
+
+void TaskCommands::forgetEnded() {
+  std::erase_if(started_, [](platform::Task& task) { return task.hasExited(); });
 }
 
 }  // namespace zt::util

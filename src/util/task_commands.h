@@ -1,14 +1,33 @@
 #pragma once
 
+#include <functional>
+#include <string>
+#include <vector>
+
 #include "platform/commands.h"
+#include "platform/task.h"
+#include "util/process_runner.h"
 
 namespace zt::util {
 
-/// Runs commands as child processes of this one.
+/// Runs commands as child processes of this one. Those that are run to completion have limits.
 class TaskCommands final : public platform::Commands {
  public:
+  /// Receives one line about each command that was killed because it reached a limit.
+  using Report = std::function<void(const std::string& line)>;
+
+  TaskCommands(const Limits& limits, Report report) : limits_(limits), report_(std::move(report)) {}
+
   std::optional<std::vector<std::string>> run(const platform::Command& command) override;
   void start(const platform::Command& command) override;
+
+ private:
+  /// So that those that have exited do not remain zombies: a run can take hours.
+  void forgetEnded();
+
+  Limits limits_;
+  Report report_;
+  std::vector<platform::Task> started_;  ///< and not known to have exited
 };
 
 }  // namespace zt::util

@@ -1,9 +1,7 @@
 #include "util/process_runner.h"
 
-#include <errno.h>
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <future>
@@ -11,39 +9,13 @@
 #include <semaphore>
 #include <thread>
 
-#include "support/test.h"
+#include "support/children.h"
 
 static Task bash(const std::string& script) {
   return Task("/bin/bash", Texts{"-c", script});
 }
 
-static std::ptrdiff_t entries(const char* folder) {
-  return std::ranges::distance(fs::directory_iterator(folder));
-}
-
-/// Checks that a test leaves behind no descriptor, no thread and no child, not even one that has exited.
-struct Runner : testing::Test {
-  Runner() {
-    // A sanitizer starts its own thread with the first one, and a thread that was joined may still be listed.
-    std::string first;
-    std::thread([&] { first = "/proc/self/task/" + std::to_string(::gettid()); }).join();
-    while (fs::exists(first)) std::this_thread::yield();
-    threads = entries("/proc/self/task");
-    descriptors = entries("/proc/self/fd");
-  }
-
-  void TearDown() override {
-    // The thread of a handler ends shortly after the handler.
-    const auto end = std::chrono::steady_clock::now() + 60s;
-    while (entries("/proc/self/task") > threads && std::chrono::steady_clock::now() < end) std::this_thread::yield();
-    EXPECT_EQ(entries("/proc/self/task"), threads);
-    EXPECT_EQ(entries("/proc/self/fd"), descriptors);
-    EXPECT_EQ(::waitpid(-1, nullptr, WNOHANG), -1);
-    EXPECT_EQ(errno, ECHILD);
-  }
-
-  std::ptrdiff_t threads, descriptors;
-};
+using Runner = Children;
 
 /// What a completion was called with. Fails the test if it was not called exactly once.
 struct Report {
@@ -188,7 +160,7 @@ TEST_F(Runner, FileHandleWaitsForItsHandlerUnlessTheHandlerReleasesIt) {
   called.acquire();
 }
 
-struct RunnerDeathTest : Runner {
+struct RunnerDeathTest : Children {
   RunnerDeathTest() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 

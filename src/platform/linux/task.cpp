@@ -26,7 +26,7 @@ namespace {
 /// What posix_spawn(3) does in the child before the program starts.
 class SpawnSetup {
  public:
-  SpawnSetup() {
+  explicit SpawnSetup(Task::Group group) {
     ::posix_spawn_file_actions_init(&actions_);
     ::posix_spawnattr_init(&attributes_);
     sigset_t signals;
@@ -34,7 +34,7 @@ class SpawnSetup {
     ::posix_spawnattr_setsigdefault(&attributes_, &signals);
     ::sigemptyset(&signals);
     ::posix_spawnattr_setsigmask(&attributes_, &signals);
-    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK);
+    ::posix_spawnattr_setflags(&attributes_, POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | groupFlag(group));
   }
   SpawnSetup(const SpawnSetup&) = delete;
   SpawnSetup& operator=(const SpawnSetup&) = delete;
@@ -63,6 +63,18 @@ class SpawnSetup {
   }
 
  private:
+  static short groupFlag(Task::Group group) {
+    switch (group) {
+      case Task::Group::inherited:
+        return 0;
+      case Task::Group::own:
+        return POSIX_SPAWN_SETPGROUP;  // to 0, the default: the group gets the number of the child
+      case Task::Group::inOwnSession:
+        return POSIX_SPAWN_SETSID;
+    }
+    return 0;
+  }
+
   posix_spawn_file_actions_t actions_;
   posix_spawnattr_t attributes_;
   std::list<FileHandle> outOfTheWay_;
@@ -87,8 +99,23 @@ FileHandle* childsEnd(const Task::Stream& stream, FileHandle& (Pipe::*end)()) {
 }  // namespace
 
 struct Task::State {
+  /// Waits for the exit of the child, unless `options` has WNOHANG, and records it.
+  void awaitExit(int options) {
+    if (hasExited) return;
+    int status = 0;
+    pid_t ended = 0;
+    do {
+      ended = ::waitpid(processIdentifier, &status, options);
+    } while (ended < 0 && errno == EINTR);
+    if (ended < 0) fatal("cannot wait for " + commandLine.front(), errno);
+    if (ended == 0) return;
+    terminationStatus = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+    hasExited = true;
+  }
+
   std::vector<std::string> commandLine = {{}};  ///< the launch path and the arguments
   std::optional<std::vector<std::string>> environment;
+  Group group = Group::inherited;
   Stream standardInput;
   Stream standardOutput;
   Stream standardError;
@@ -126,6 +153,10 @@ void Task::setEnvironment(std::optional<std::vector<std::string>> environment) {
   configuration().environment = std::move(environment);
 }
 
+void Task::setGroup(Group group) {
+  configuration().group = group;
+}
+
 void Task::setStandardInput(Stream stream) {
   configuration().standardInput = std::move(stream);
 }
@@ -159,7 +190,7 @@ void Task::launch() {
        {state.standardError, childsEnd(state.standardError, &Pipe::fileHandleForWriting), STDERR_FILENO}}};
 
   int error = 0;
-  SpawnSetup setup;
+  SpawnSetup setup(state.group);
   for (const auto& [stream, end, target] : connections) {
     if (end != nullptr && error == 0) error = setup.connect(end->fileDescriptor(), target);
   }
@@ -191,13 +222,22 @@ void Task::launch() {
 void Task::waitUntilExit() {
   state_->processIdentifier.wait(0);
   const std::lock_guard lock(state_->waiting);
-  if (state_->hasExited) return;
-  int status = 0;
-  while (::waitpid(state_->processIdentifier, &status, 0) < 0) {
-    if (errno != EINTR) fatal("cannot wait for " + state_->commandLine.front(), errno);
-  }
-  state_->terminationStatus = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
-  state_->hasExited = true;
+  state_->awaitExit(0);
+}
+
+bool Task::hasExited() {
+  const std::unique_lock lock(state_->waiting, std::try_to_lock);
+  if (!lock || state_->processIdentifier == 0) return false;  // a thread that waits for it has the lock
+  state_->awaitExit(WNOHANG);
+  return state_->hasExited;
+}
+
+void Task::killGroup() {
+  const pid_t child = state_->processIdentifier;
+  if (child == 0 || state_->group == Group::inherited) std::abort();
+  // The system gives no process the number of a group that has processes.
+  const bool isReused = hasExited() && ::kill(child, 0) == 0;
+  if (!isReused) ::kill(-child, SIGKILL);
 }
 
 std::int32_t Task::terminationStatus() const {
