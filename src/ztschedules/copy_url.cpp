@@ -66,7 +66,7 @@ std::optional<std::string> urlError(const CrontabLine& line) {
   if (word.empty()) return "the command does not end in a URL";
   if (isNoCommandWord(word)) return quote(word) + " is not a URL: the command has to end in one";
   if (hasOpenQuote(word)) return "a quote in " + quote(word) + " is not closed: write a blank in a URL as %20";
-  if (!platform::Task::isArgument(word)) return "the URL is too long, or contains a NUL";
+  if (!platform::Task::isArgument("echo -n " + std::string(word))) return "the URL is too long, or contains a NUL";
   if (!isPlain(word) || util::URL::parse(word)) return std::nullopt;
   return quote(word) + " is not a URL: percent-encode what a URL cannot contain";
 }
