@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace zt {
+
+/// What `echo -n WORD` prints in bash.
+struct EchoedWord {
+  enum class Outcome : std::uint8_t {
+    text,         ///< `text`, or nothing, or a message of bash: that contains blanks
+    openQuote,    ///< only a message: a quote is not closed
+    syntaxError,  ///< only a message, for another reason
+    uncertain     ///< possibly something else: bash expands a word, or runs another command
+  };
+  Outcome outcome;
+  std::string text{};  ///< meaningless for another outcome
+};
+
+/// Does not run bash. `word` has neither blanks and TABs nor NULs, and each of its LFs follows a CR.
+EchoedWord echoed(std::string_view word);
+
+}  // namespace zt
