@@ -18,11 +18,12 @@ using Field = CrontabLine::Field;
 
 constexpr std::string_view blanksAndTabs = " \t";
 
-/// The messages that are present, joined by semicolons.
+/// The messages that are present, each once, joined by semicolons.
 Message joined(std::initializer_list<Message> messages) {
   Message result;
   for (const auto& message : messages) {
-    if (message) result = result ? *result + "; " + *message : *message;
+    if (!message || (result && result->find(*message) != result->npos)) continue;
+    result = result ? *result + "; " + *message : *message;
   }
   return result;
 }
@@ -77,18 +78,20 @@ Message fieldCountError(const CrontabLine& line) {
          ": 6 are needed, separated by single TABs, with no TAB in the command";
 }
 
+/// The error of a text, explained by the CR LF that the text contains, if it does: only LF alone ends a line.
+Message explained(Message error, std::string_view text) {
+  if (!error || text.find("\r\n") == text.npos) return error;
+  return "the line ends in CR LF: use LF alone";
+}
+
 /// Why a line that begins with a # makes no copy. The rest of it, which is diagnosed as well, does not begin with one.
 Message commentError(std::string_view text) {
   const auto start = text.find_first_not_of(blanksAndTabs);
   if (start == text.npos || text[start] != '#') return std::nullopt;
   const auto prefix = text.substr(0, text.find_first_not_of("# \t"));
   const bool wouldRun = !diagnose(CrontabLine(std::string(text.substr(prefix.size())))).error;
-  return wouldRun ? "commented out: remove " + quote(prefix) + " to enable it" : "a comment, not a schedule";
-}
-
-Message lineEndError(std::string_view text) {
-  if (text.find("\r\n") == text.npos) return std::nullopt;
-  return "the line ends in CR LF: use LF alone";
+  if (wouldRun) return "commented out: remove " + quote(prefix) + " to enable it";
+  return explained("a comment, not a schedule", text);
 }
 
 std::string nameOf(Field field) {
@@ -133,16 +136,17 @@ Message fieldWarning(const CrontabLine& line, const Schedule& schedule, Field fi
 }  // namespace
 
 Diagnostics diagnose(const CrontabLine& line) {
-  auto lineError = lineEndError(line.crontabLine());
-  if (!lineError) lineError = commentError(line.crontabLine());
-  if (!lineError) lineError = fieldCountError(line);
+  auto lineError = commentError(line.crontabLine());
+  if (!lineError) lineError = explained(fieldCountError(line), line.crontabLine());
   if (line.parts().size() != CrontabLine::fieldCount) return {.error = lineError, .warning = {}};
 
   using enum CrontabLine::Field;
   const auto schedule = parse(line);
-  const auto error = [&](Field field) { return fieldError(line, schedule, field); };
+  const auto error = [&](Field field) {
+    return explained(field == command ? urlError(line) : fieldError(line, schedule, field), line.part(field));
+  };
   const auto warning = [&](Field field) { return fieldWarning(line, schedule, field); };
-  const auto errors = joined({error(minute), error(hour), error(dayOfMonth), error(dayOfWeek), urlError(line)});
+  const auto errors = joined({error(minute), error(hour), error(dayOfMonth), error(dayOfWeek), error(command)});
   return {.error = lineError ? lineError : errors,
           .warning = joined({warning(dayOfMonth), warning(month), warning(dayOfWeek), urlWarning(line)})};
 }
