@@ -81,7 +81,7 @@ TEST_F(Tool, ReadsWordsInAnyEnvironmentAndPassesItOn) {
                            "LD_DEBUG=none",
                            "SHLVL=1000",
                            "SHELLOPTS=xtrace",
-                           "BASHOPTS=none",
+
                            "BASH_COMPAT=0.1",
                            "BASH_ENV=/etc/hosts",
                            "SHELLOPTS=noexec",
