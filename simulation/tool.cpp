@@ -32,8 +32,12 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     machine_.sleepUntil(machine_.now() + duration);
   }
 
-  std::vector<std::optional<std::filesystem::path>> running(std::string_view) const override { return {}; }
-  std::optional<std::filesystem::path> installed(std::string_view) const override { return "/opt/Z.app"; }
+  std::vector<std::optional<std::filesystem::path>> running(std::string_view, const Refused&) const override {
+    return {};
+  }
+  std::optional<std::filesystem::path> installed(std::string_view, const Refused&) const override {
+    return "/opt/Z.app";
+  }
 
   bool isExecutableFile(const std::filesystem::path&) const override { return useAgent() || !machine_.agentIsMissing; }
 

@@ -1,25 +1,31 @@
 #include "driver/application_lookup.h"
 
+#include <set>
+#include <string>
+
 namespace zt {
 
 std::optional<Application> findApplication(const platform::Applications& applications, const Log& log) {
   static constexpr std::string_view bundleIdentifier = "com.velmorra.Zantrove";
   log.info("Looking for Zantrove!");
 
+  std::set<std::string> reasons;
+  const auto refused = [&](const std::string& reason) { reasons.insert(reason); };
   std::optional<std::filesystem::path> location;
-  if (const auto running = applications.running(bundleIdentifier); !running.empty()) {
+  if (const auto running = applications.running(bundleIdentifier, refused); !running.empty()) {
     location = running.front();
   }
-  if (!location) location = applications.installed(bundleIdentifier);
+  if (!location) location = applications.installed(bundleIdentifier, refused);
   if (!location) {
+    for (const auto& reason : reasons) log.default_(reason);
     log.error("Couldn't find Zantrove! application");
     return std::nullopt;
   }
   log.info("Using Zantrove! from " + location->string());
 
   const Application application{.location = *location,
-                                .controller = *location / "Contents/Helpers" / "ztautomatedcopycontroller",
-                                .agent = *location / "Contents/MacOS/ZTAgent"};
+                                .controller = *location / platform::controllerInBundle,
+                                .agent = *location / platform::agentInBundle};
   log.info("Automated Copy Controller path is " + application.controller.string());
   return application;
 }

@@ -16,7 +16,7 @@ struct Application {
 };
 
 /// Finds the application: the running copy that was started first, otherwise the installed one. nullopt, after an error
-/// in the log, if there is none.
+/// in the log and the reasons against those that do not count, if there is none.
 std::optional<Application> findApplication(const platform::Applications& applications, const Log& log);
 
 }  // namespace zt

@@ -1,22 +1,34 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
 namespace zt::platform {
 
-/// Finds application bundles by their identifier.
+// The programs of the application that are started, by their places in its bundle.
+inline constexpr auto controllerInBundle = "Contents/Helpers/ztautomatedcopycontroller";
+inline constexpr auto agentInBundle = "Contents/MacOS/ZTAgent";
+
+/// Finds application bundles by their identifier. A bundle counts only where nobody but this user and root can have put
+/// it, so that nobody else decides what is started in this user's name.
 class Applications {
  public:
+  /// Receives why a bundle, which may have that identifier, does not count: a clause without a full stop.
+  using Refused = std::function<void(const std::string& reason)>;
+
   virtual ~Applications() = default;
 
   /// The bundle locations of this user's running copies in the order of their start; nullopt for a copy without one.
-  virtual std::vector<std::optional<std::filesystem::path>> running(std::string_view bundleIdentifier) const = 0;
+  virtual std::vector<std::optional<std::filesystem::path>> running(std::string_view bundleIdentifier,
+                                                                    const Refused& refused) const = 0;
 
   /// The location of the installed copy, or nullopt if there is none.
-  virtual std::optional<std::filesystem::path> installed(std::string_view bundleIdentifier) const = 0;
+  virtual std::optional<std::filesystem::path> installed(std::string_view bundleIdentifier,
+                                                         const Refused& refused) const = 0;
 };
 
 }  // namespace zt::platform

@@ -15,14 +15,15 @@ struct Command {
 };
 
 /// Runs other programs. A program that cannot be started ends this one: one line on standard error names it and the
-/// reason, and the process aborts.
+/// reason, and the process aborts. A program of a bundle that another user can have put there is not started (see
+/// distrust()); that is logged.
 class Commands {
  public:
   virtual ~Commands() = default;
 
   /// Runs a program to completion. Gives the lines of its standard output and standard error, merged, without empty
-  /// ones; nullopt if they are not valid UTF-8, or if the program took so long that it was killed. Its exit status is
-  /// ignored.
+  /// ones; nullopt if they are not valid UTF-8, if the program took so long that it was killed, or if it was not
+  /// started. Its exit status is ignored.
   virtual std::optional<std::vector<std::string>> run(const Command& command) = 0;
 
   /// Starts a program and leaves it running, in a session of its own (setsid(2)): neither the keys nor the end of the

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "platform/trust.h"
+
 namespace zt::util {
 namespace {
 
@@ -15,6 +17,7 @@ platform::Task taskFor(const platform::Command& command) {
 
 std::optional<std::vector<std::string>> TaskCommands::run(const platform::Command& command) {
   forgetEnded();
+  if (!isTrusted(command)) return std::nullopt;
   auto [lines, killedBecause] = shell(taskFor(command), limits_);
   if (!killedBecause.empty()) {
     // One argument says what it was to do; the others can be anything.
@@ -26,9 +29,18 @@ std::optional<std::vector<std::string>> TaskCommands::run(const platform::Comman
 
 void TaskCommands::start(const platform::Command& command) {
   forgetEnded();
+  if (!isTrusted(command)) return;
   started_.push_back(taskFor(command));
   started_.back().setGroup(platform::Task::Group::inOwnSession);
   spawn(started_.back());
+}
+
+bool TaskCommands::isTrusted(const platform::Command& command) const {
+  // The system's own programs may belong to any user and group.
+  if (command.path.find(".app/Contents/") == std::string::npos) return true;
+  const auto reason = platform::distrust(command.path);
+  if (reason) report_("Not starting " + command.path + ": " + *reason + ".");
+  return !reason;
 }
 
 void TaskCommands::forgetEnded() {

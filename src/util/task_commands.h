@@ -10,10 +10,11 @@
 
 namespace zt::util {
 
-/// Runs commands as child processes of this one. Those that are run to completion have limits.
+/// Runs commands as child processes of this one. Those that are run to completion have limits. A program of a bundle is
+/// not started if another user can have put it there: the bundle can have been replaced since it was found.
 class TaskCommands final : public platform::Commands {
  public:
-  /// Receives one line about each command that was killed because it reached a limit.
+  /// Receives one line about each command that was killed because it reached a limit, or was not started.
   using Report = std::function<void(const std::string& line)>;
 
   TaskCommands(const Limits& limits, Report report) : limits_(limits), report_(std::move(report)) {}
@@ -22,6 +23,7 @@ class TaskCommands final : public platform::Commands {
   void start(const platform::Command& command) override;
 
  private:
+  bool isTrusted(const platform::Command& command) const;
   /// So that those that have exited do not remain zombies: a run can take hours.
   void forgetEnded();
 

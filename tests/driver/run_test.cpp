@@ -24,9 +24,11 @@ struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFak
     add("sleep " + std::to_string(duration.count()));
     time += duration + std::exchange(changeInNextSleep, 0s);
   }
-  Paths running(std::string_view) const override { return add("running") ? runningCopies : Paths(); }
-  std::optional<fs::path> installed(std::string_view) const override {
-    return add("installed") ? std::optional("/opt/Z.app") : std::nullopt;
+  Paths running(std::string_view, const Refused&) const override { return add("running") ? runningCopies : Paths(); }
+  std::optional<fs::path> installed(std::string_view, const Refused& refused) const override {
+    if (add("installed")) return "/opt/Z.app";
+    refused("Not using /Applications/Z.app: others can write it");
+    return std::nullopt;
   }
   Created create(std::string_view type, std::string_view name, std::string_view details) override {
     const auto call = std::string("create ").append(type).append("|").append(name).append("|").append(details);
@@ -65,6 +67,7 @@ struct ExpectedRun : CallRecord {
     log("Looking for Zantrove!");
     const bool isFound = (add("running") && isRunning) || add("installed");
     if (!isFound) {
+      add("log DEFAULT: Not using /Applications/Z.app: others can write it");
       add("log ERROR: Couldn't find Zantrove! application");
       return 1;
     }

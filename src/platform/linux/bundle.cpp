@@ -37,9 +37,13 @@ std::string textOf(plist_t dictionary, const char* key) {
 
 }  // namespace
 
+bool hasBundleName(const std::filesystem::path& path) {
+  return path.extension() == ".app";
+}
+
 std::optional<Bundle> readBundle(const std::filesystem::path& path) {
-  if (path.extension() != ".app") return std::nullopt;
-  const auto infoPlist = path / "Contents/Info.plist";
+  if (!hasBundleName(path)) return std::nullopt;
+  const auto infoPlist = path / infoPlistInBundle;
   std::error_code error;
   // Opening anything else, such as a named pipe, could block for good.
   if (!std::filesystem::is_regular_file(infoPlist, error)) return std::nullopt;

@@ -17,6 +17,7 @@
 
 #include "platform/file_handle.h"
 #include "platform/linux/bundle.h"
+#include "platform/trust.h"
 
 namespace zt::platform {
 namespace {
@@ -36,22 +37,20 @@ class Process {
  public:
   explicit Process(const std::string& folder) : folder_(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
 
-  /// Empty for kernel threads, and for other users' processes unless we are root.
+  /// The program that it runs, or ran until that was removed or replaced, as an update does. Empty for kernel threads,
+  /// for other users' processes unless we are root, and for programs that are only in the process's own mount
+  /// namespace.
   std::string executable() const {
+    static constexpr std::string_view removed = " (deleted)";  // what proc(5) puts behind a name that is gone
     std::string path = targetOf(descriptor(), "exe");
-    const auto program = file();
-    if (program && program->st_nlink == 0 && path.ends_with(deleted)) path.resize(path.size() - deleted.size());
-    return path;
-  }
-
-  /// Whether the process runs the file at `path`, or ran it until the owner of that file replaced it, as an update
-  /// does. The path alone proves nothing: the process can have its own mount namespace.
-  bool runs(const fs::path& path) const {
-    const auto running = file();
+    struct stat running {};
     struct stat found {};
-    if (!running || ::stat(path.c_str(), &found) != 0) return false;
-    return (running->st_dev == found.st_dev && running->st_ino == found.st_ino) ||
-           (running->st_nlink == 0 && running->st_uid == found.st_uid);
+    if (::fstatat(descriptor(), "exe", &running, 0) != 0) return {};
+    const bool isThere = ::stat(path.c_str(), &found) == 0;
+    if (isThere && running.st_dev == found.st_dev && running.st_ino == found.st_ino) return path;
+    if (!path.ends_with(removed)) return {};
+    path.resize(path.size() - removed.size());
+    return path;
   }
 
   bool isOurs() const {
@@ -79,16 +78,7 @@ class Process {
   }
 
  private:
-  static constexpr std::string_view deleted = " (deleted)";
-
   int descriptor() const { return folder_.fileDescriptor(); }
-
-  /// The file that it runs. If that has been removed since, its link count is 0.
-  std::optional<struct stat> file() const {
-    struct stat result {};
-    if (::fstatat(descriptor(), "exe", &result, 0) != 0) return std::nullopt;
-    return result;
-  }
 
   std::string read(const char* name) const {
     FileHandle file(::openat(descriptor(), name, O_RDONLY | O_CLOEXEC));
@@ -117,9 +107,27 @@ std::vector<fs::path> entriesOf(const fs::path& folder) {
   return entries;
 }
 
+/// The bundle at a location, if it has the identifier and nobody else can have put its programs there. What another
+/// user can have written is not even read.
+std::optional<Bundle> findBundle(const fs::path& location, std::string_view identifier,
+                                 const Applications::Refused& refused) {
+  const auto isTrusted = [&](const fs::path& path) {
+    const auto reason = distrust(path);
+    if (reason) refused("Not using " + location.string() + ": " + *reason);
+    return !reason;
+  };
+  if (!hasBundleName(location) || !isTrusted(location / infoPlistInBundle)) return std::nullopt;
+  auto bundle = readBundle(location);
+  if (!bundle || bundle->identifier != identifier) return std::nullopt;
+  const auto programs = {bundle->executable, location / controllerInBundle, location / agentInBundle};
+  if (!std::ranges::all_of(programs, isTrusted)) return std::nullopt;
+  return bundle;
+}
+
 }  // namespace
 
-std::vector<std::optional<fs::path>> SystemApplications::running(std::string_view bundleIdentifier) const {
+std::vector<std::optional<fs::path>> SystemApplications::running(std::string_view bundleIdentifier,
+                                                                 const Refused& refused) const {
   struct Copy {
     std::uint64_t startTime;
     int processIdentifier;  // orders copies that were started in the same tick
@@ -138,9 +146,9 @@ std::vector<std::optional<fs::path>> SystemApplications::running(std::string_vie
     const Process process(folder);
     const auto executable = process.executable();
     const auto location = bundleAround(executable);
-    if (!location || !process.isOurs() || !process.runs(executable)) continue;
-    const auto bundle = readBundle(*location);
-    if (bundle && bundle->identifier == bundleIdentifier && bundle->executable == executable) {
+    if (!location || !process.isOurs()) continue;
+    const auto bundle = findBundle(*location, bundleIdentifier, refused);
+    if (bundle && bundle->executable == executable) {
       copies.push_back({process.startTime(), processIdentifier, *location});
     }
   }
@@ -152,13 +160,12 @@ std::vector<std::optional<fs::path>> SystemApplications::running(std::string_vie
   return bundles;
 }
 
-std::optional<fs::path> SystemApplications::installed(std::string_view bundleIdentifier) const {
+std::optional<fs::path> SystemApplications::installed(std::string_view bundleIdentifier, const Refused& refused) const {
   for (const auto& folder : folders_) {
     auto entries = entriesOf(folder);
     std::ranges::sort(entries);
     for (auto& entry : entries) {
-      const auto bundle = readBundle(entry);
-      if (bundle && bundle->identifier == bundleIdentifier) return std::move(entry);
+      if (findBundle(entry, bundleIdentifier, refused)) return std::move(entry);
     }
   }
   return std::nullopt;

@@ -24,8 +24,9 @@ TEST(SystemApplications, FindsAnInstalledBundleByItsPropertyList) {
   bundle("one/G.app", ours + std::string(std::size_t{256} * 1024, ' '));  // larger than is read
   bundle("two/Y.app", ours);
   bundle("two/X.app", ours);
+  const auto refused = [](const std::string& reason) { ADD_FAILURE() << reason; };
   const SystemApplications applications({folder / "missing", folder / "one", folder / "two"});
-  EXPECT_EQ(applications.installed("com.velmorra.Zantrove"), folder / "two/X.app");
-  EXPECT_EQ(applications.installed("com.velmorra.None"), std::nullopt);
+  EXPECT_EQ(applications.installed("com.velmorra.Zantrove", refused), folder / "two/X.app");
+  EXPECT_EQ(applications.installed("com.velmorra.None", refused), std::nullopt);
   fs::remove_all(folder);
 }
