@@ -1,20 +1,24 @@
 #include "platform/linux/journal_log.h"
 
 #include <errno.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <cstdint>
 #include <cstdlib>
-#include <vector>
+#include <utility>
 
-#include "platform/file_handle.h"
 #include "platform/linux/systemd_library.h"
 
 namespace zt::platform {
 namespace {
+
+using namespace std::chrono_literals;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
 
 int priority(LogLevel level) {
   switch (level) {
@@ -32,39 +36,71 @@ int priority(LogLevel level) {
   return LOG_NOTICE;
 }
 
+/// Appends a field as the journal takes it: a line NAME=value, or, if the value has several lines, one with the name
+/// and then the size of the value, in 8 bytes, and the value (systemd.io/JOURNAL_NATIVE_PROTOCOL).
+void append(std::string& entry, std::string_view name, std::string_view value) {
+  entry.append(name);
+  if (value.find('\n') == value.npos) {
+    entry += '=';
+  } else {
+    entry += '\n';
+    for (unsigned shift = 0; shift < 64; shift += 8) entry += static_cast<char>(std::uint64_t{value.size()} >> shift);
+  }
+  entry.append(value) += '\n';
+}
+
+/// The user's unit that this process belongs to, or nothing.
+std::string userUnit() {
+  const auto* systemd = SystemdLibrary::load();
+  char* unit = nullptr;
+  if (systemd == nullptr || systemd->sd_pid_get_user_unit(0, &unit) < 0) return {};
+  const std::unique_ptr<char, decltype(&std::free)> owner(unit, std::free);
+  return unit;
+}
+
+bool connectToJournal(int socket) {
+  const sockaddr_un journal = {.sun_family = AF_UNIX, .sun_path = "/run/systemd/journal/socket"};
+  return ::connect(socket, reinterpret_cast<const sockaddr*>(&journal), sizeof(journal)) == 0;
+}
+
 }  // namespace
 
 std::optional<JournalLog> JournalLog::find() {
-  const FileHandle socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-  const sockaddr_un journal = {.sun_family = AF_UNIX, .sun_path = "/run/systemd/journal/socket"};
-  if (::connect(socket.fileDescriptor(), reinterpret_cast<const sockaddr*>(&journal), sizeof(journal)) != 0) {
-    return std::nullopt;
-  }
-  const auto* systemd = SystemdLibrary::load();
-  if (systemd == nullptr) return std::nullopt;
-  return JournalLog(*systemd);
+  auto socket = std::make_unique<FileHandle>(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+  if (!connectToJournal(socket->fileDescriptor())) return std::nullopt;
+  return JournalLog(std::move(socket));
 }
 
-JournalLog::JournalLog(const SystemdLibrary& systemd) : systemd_(systemd) {
-  char* unit = nullptr;
-  if (systemd_.sd_pid_get_user_unit(0, &unit) < 0) return;
-  unit_ = unit;
-  std::free(unit);
-}
+JournalLog::JournalLog(std::unique_ptr<FileHandle> socket) : socket_(std::move(socket)), unit_(userUnit()) {}
 
 void JournalLog::write(LogLevel level, std::string_view subsystem, std::string_view category,
                        std::string_view message) {
-  std::vector<std::string> fields = {
-      std::string("MESSAGE=").append(message),
-      "PRIORITY=" + std::to_string(priority(level)),
-      std::string("SUBSYSTEM=").append(subsystem),
-      std::string("CATEGORY=").append(category),
-      std::string("SYSLOG_IDENTIFIER=") + program_invocation_short_name,
-  };
-  if (!unit_.empty()) fields.push_back("USER_UNIT=" + unit_);
-  std::vector<iovec> parts(fields.size());
-  std::ranges::transform(fields, parts.begin(), [](auto& field) { return iovec{field.data(), field.size()}; });
-  systemd_.sd_journal_sendv(parts.data(), static_cast<int>(parts.size()));
+  std::string entry;
+  append(entry, "MESSAGE", message);
+  append(entry, "PRIORITY", std::to_string(priority(level)));
+  append(entry, "SUBSYSTEM", subsystem);
+  append(entry, "CATEGORY", category);
+  append(entry, "SYSLOG_IDENTIFIER", program_invocation_short_name);
+  if (!unit_.empty()) append(entry, "USER_UNIT", unit_);
+  send(entry);
+}
+
+void JournalLog::send(std::string_view entry) {
+  const int socket = socket_->fileDescriptor();
+  const std::lock_guard lock(*sending_);
+  for (;;) {
+    if (::send(socket, entry.data(), entry.size(), MSG_NOSIGNAL) >= 0) return;
+    if (errno == EAGAIN && waitLeft_ > 0ms) {
+      const auto start = steady_clock::now();
+      pollfd event{socket, POLLOUT, 0};
+      ::poll(&event, 1, static_cast<int>(waitLeft_.count()));
+      waitLeft_ -= std::chrono::ceil<milliseconds>(steady_clock::now() - start);
+    } else if (errno == ECONNREFUSED) {  // another journal has taken its place
+      if (!connectToJournal(socket)) return;
+    } else if (errno != EINTR) {
+      return;
+    }
+  }
 }
 
 }  // namespace zt::platform

@@ -24,7 +24,6 @@ std::optional<SystemdLibrary> open() {
   find(functions.sd_bus_open_system, "sd_bus_open_system");
   find(functions.sd_bus_process, "sd_bus_process");
   find(functions.sd_bus_wait, "sd_bus_wait");
-  find(functions.sd_journal_sendv, "sd_journal_sendv");
   find(functions.sd_pid_get_user_unit, "sd_pid_get_user_unit");
   return complete ? std::optional(functions) : std::nullopt;
 }

@@ -1,9 +1,6 @@
 #pragma once
 
-// Otherwise sd_journal_sendv() is a macro that adds the source location, which nobody who reads the journal needs.
-#define SD_JOURNAL_SUPPRESS_LOCATION
 #include <systemd/sd-bus.h>
-#include <systemd/sd-journal.h>
 #include <systemd/sd-login.h>
 
 namespace zt::platform {
@@ -21,7 +18,6 @@ struct SystemdLibrary {
   decltype(&::sd_bus_open_system) sd_bus_open_system;
   decltype(&::sd_bus_process) sd_bus_process;
   decltype(&::sd_bus_wait) sd_bus_wait;
-  decltype(&::sd_journal_sendv) sd_journal_sendv;
   decltype(&::sd_pid_get_user_unit) sd_pid_get_user_unit;
 };
 
