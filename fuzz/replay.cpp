@@ -8,6 +8,7 @@
 #include "property.h"
 
 /// Runs a target on the files in some folders, where there is no libFuzzer.
+// NOLINTNEXTLINE(bugprone-exception-escape): whatever goes wrong is to end it, loudly.
 int main(int argc, char** argv) {
   std::size_t inputs = 0;
   for (const char* folder : std::span(argv, static_cast<std::size_t>(argc)).subspan(1)) {
