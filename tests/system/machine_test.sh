@@ -56,9 +56,13 @@ systemd() { as_user systemctl --user "$@"; }
 line() {  # line INSTANT URL: a crontab line for each week
   printf '%s\t*\t*\t%s\tZTUtil %s\n' "$(date -d "@$1" '+%-M	%-H')" "$(date -d "@$1" +%w)" "$2"
 }
-state() { systemd show --value --property ActiveState ztbackupbytime.service; }
+service() { systemd show --value --property "$1" ztbackupbytime.service; }  # service PROPERTY
+state() { service ActiveState; }
 runs() { [ "$(state)" = activating ]; }
 rests() { [ "$(state)" = inactive ]; }
+last_start() { service InactiveExitTimestampMonotonic; }  # of a run, in microseconds
+last_end() { service InactiveEnterTimestampMonotonic; }
+starts_after() { [ "$(last_start)" -gt "$1" ]; }
 set_timer() {  # set_timer UNIT [PROPERTY]: for tomorrow
   as_user systemd-run --user --quiet --collect --unit="$1" --on-calendar="@$(minute_after 1440)" \
     --timer-property=CollectMode=inactive-or-failed ${2:+"--timer-property=$2"} true
@@ -179,9 +183,23 @@ check "the second copy started once, in its minute" starts_once_at "$two" file:/
 check "the run ends" wait_for 30 rests
 check "both controllers are still running" same 2 "$(pgrep -u "$user" -fc "^/bin/bash $contents/Helpers/")"
 [ ! "$can_wake" ] || check "the wake event is replaced by tomorrow's" only_event_is_at "$tomorrow"
+
+# In the minute of the second copy a further run would start it again.
+start=$(last_start) end=$(last_end)
+check "the package is installed again" dpkg --install "$package"
+check "the user's systemd reloads" systemd daemon-reload
+# Before systemd 254 it would lose the right to wake the machine with that.
+[ "$can_wake" ] && [ "$version" -lt 254 ] || check "it executes itself anew" systemd daemon-reexec
+check "it enables another unit" systemd enable systemd-tmpfiles-clean.timer
+check "it disables that unit again" systemd disable systemd-tmpfiles-clean.timer
+sleep 1
+check "none of this started a run" same "$start inactive" "$(last_start) $(state)"
+[ ! "$can_wake" ] || check "tomorrow's wake event remains" only_event_is_at "$tomorrow"
 line $((tomorrow + 60)) file:///three | crontab -u "$user" -
 [ ! "$can_wake" ] || check "a change of the crontab replaces the wake event" \
   wait_for 90 only_event_is_at $((tomorrow + 60))
+check "the timer goes on" wait_for 70 starts_after "$end"
+check "it starts the next run a minute after the last one ended" within 58 $((($(last_start) - end) / 1000000)) 63
 wait_until $((two + 190))
 check "both copies ended three minutes later, and no other started" same \
   "end file:///one end file:///two start file:///one start file:///two" \
