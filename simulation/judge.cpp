@@ -23,7 +23,8 @@ constexpr seconds untilNextStart = 61s;
 constexpr seconds enoughForTimer = lastWait + untilNextStart + 4s;
 /// After a wake event that starts the tool: it is started at once. This is all margin.
 constexpr seconds enoughToStart = 3s;
-/// After a wake event during a run: the run makes another pass after its wait. With a margin of 2 seconds.
+/// After a wake event during a run, or after a program that hung: the run makes another pass after its wait. With a
+/// margin of 2 seconds.
 constexpr seconds enoughForRun = lastWait + 2s;
 
 std::string text(Moment moment) {
@@ -52,13 +53,24 @@ void Judge::report(const std::string& violation) {
 void Judge::runBegins() {
   ++figures_.runs;
   runIsUnderWay_ = true;
+  passFailed_ = false;
   armedFor_.reset();
 }
 
 void Judge::passBegins(Moment now, std::shared_ptr<const Crontab> crontab) {
   endPass();
+  passFailed_ = false;
   const auto minute = std::chrono::floor<std::chrono::minutes>(now);
   pass_ = Pass{minute, crontab->dueAt(minute), crontab->next(minute + 1min), std::move(crontab)};
+}
+
+void Judge::passFails() {
+  endPass();
+  passFailed_ = true;
+}
+
+void Judge::wordHangs(const std::string& url) {
+  if (pass_) pass_->unreadable.push_back(url);
 }
 
 void Judge::sleepAnnounced(seconds duration) {
@@ -78,11 +90,11 @@ void Judge::toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEv
 }
 
 void Judge::checkArmed(const OwnWakeEvents& wakeEvents) {
-  const auto& [armed, agentWorked, listingWorked] = wakeEvents;
-  if (!agentWorked) return;
+  const auto& [armed, couldSet, couldCancel] = wakeEvents;
+  if (!couldSet) return;
   const auto& next = pass_->next;
   const bool isArmed = !next || std::ranges::find(armed, Moment{*next}) != armed.end();
-  if (isArmed && (!listingWorked || armed.size() == (next ? 1 : 0))) return;
+  if (isArmed && (!couldCancel || armed.size() == (next ? 1 : 0))) return;
   std::string what = "wake events armed:";
   for (const auto moment : armed) what.append(" ").append(text(moment));
   otherViolation(what + "; the next schedule fires at: " + (next ? text(*next) : "never"));
@@ -117,9 +129,11 @@ void Judge::endPass() {
 }
 
 void Judge::compare(const Pass& pass) {
-  const auto& due = pass.due;
+  auto due = pass.due;
   const auto& started = pass.started;
   figures_.due += std::ssize(due);
+  figures_.hung += static_cast<std::int64_t>(
+      std::erase_if(due, [&](const auto& url) { return std::ranges::count(pass.unreadable, url) != 0; }));
   if (started == due) {
     figures_.startedOnce += std::ssize(due);
     return;
@@ -148,8 +162,8 @@ void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEve
     if (next && *next <= now)
       otherViolation("the run ended after " + text(*next) + ", the next minute in which a schedule fires");
     checkArmed(wakeEvents);
-    if (wakeEvents.agentWorked) armedFor_ = pass_->crontab;
-  } else {
+    if (wakeEvents.couldSet) armedFor_ = pass_->crontab;
+  } else if (!passFailed_) {
     otherViolation("the run ended without a pass");
   }
   endPass();
@@ -171,13 +185,17 @@ void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRe
   const bool eventHadTime = (record.atEvent == ToolState::stopped && record.availableSinceEvent >= enoughToStart) ||
                             (record.atEvent == ToolState::running && record.availableSinceEvent >= enoughForRun);
   const bool eventWasSet = armedFor_.get() == &inForce;
-  if (timerHadTime || eventHadTime || (asleep && eventWasSet)) {
+  const bool runHadTime = pass_ && pass_->crontab.get() == &inForce && record.availableSinceHang >= enoughForRun;
+  const bool hadTime = record.hung ? runHadTime && !record.crontabHung : timerHadTime || eventHadTime;
+  if (hadTime || (asleep && eventWasSet)) {
     figures_.missed += due;
     report("what was due at " + text(minute) + " was not started");
   } else if (asleep) {
     (runIsUnderWay_ ? figures_.asleepInRun : figures_.asleepUnset) += due;
   } else if (cameWhileEnding) {
     figures_.ending += due;
+  } else if (record.hung) {
+    figures_.hung += due;
   } else if (before.awake + record.awake == 2min && crontabStayed) {
     figures_.heldUp += due;
   } else {

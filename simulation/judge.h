@@ -23,7 +23,7 @@ struct Figures {
   std::int64_t missed = 0, doubled = 0, early = 0;
   std::int64_t other = 0;  ///< violations other than these three
   // Lost through no fault of the tool: see Judge::minuteEnds().
-  std::int64_t asleepInRun = 0, asleepUnset = 0, awakeTooShort = 0, heldUp = 0, ending = 0;
+  std::int64_t asleepInRun = 0, asleepUnset = 0, awakeTooShort = 0, heldUp = 0, hung = 0, ending = 0;
 
   std::int64_t violations() const { return missed + doubled + early + other; }
   bool isReported = false;  ///< the first of them
@@ -33,21 +33,30 @@ struct Figures {
 /// tool's work to that of its process.
 enum class ToolState { stopped, starting, running, ending };
 
+/// What the tool waits for: nothing, a program (or it is itself being loaded), or one that is killed in the end.
+enum class Waiting { no, forProgram, forHung, forHungCrontab };
+
+/// How long the tool may wait for a program before it kills it. Whatever is lost after that is missed.
+constexpr milliseconds mostForHung = seconds{30};
+
 /// What happened on the machine in one minute, as far as it decides what the tool could do in it.
 struct MinuteRecord {
   milliseconds awake{};
-  milliseconds available{};          ///< of `awake`: since it last woke, while no program kept the tool waiting
+  milliseconds available{};  ///< of `awake`: since it last woke, while the tool did not wait for a program that ends
   std::optional<ToolState> atEvent;  ///< of the tool, when the last wake event of ours came; none if none came
   milliseconds availableSinceEvent{};
+  bool hung = false;         ///< the tool waited for a program that it killed in the end, in this minute or later
+  bool crontabHung = false;  ///< for crontab
+  milliseconds availableSinceHang{};
   bool crontabChanged = false;
   bool hadPass = false;  ///< the tool made a pass for what is due in it
 };
 
-/// The tool's wake events, and whether it could set them in this run.
+/// The tool's wake events, and whether the agent did what it was asked for in this run.
 struct OwnWakeEvents {
   std::vector<Moment> armed;
-  bool agentWorked = true;
-  bool listingWorked = true;  ///< otherwise there may be old events that the tool could not see
+  bool couldSet = true;
+  bool couldCancel = true;  ///< otherwise there may be old events, which the tool could not see or not cancel
 };
 
 /// Compares what the tool does with what the crontab means. Prints the first violation, with what happened on the
@@ -62,6 +71,10 @@ class Judge {
   void runBegins();
   /// The tool reads the crontab, and is to start what is due in the minute of `now`.
   void passBegins(Moment now, std::shared_ptr<const Crontab> crontab);
+  /// The tool tries to read the crontab, but crontab hangs. That is no pass.
+  void passFails();
+  /// The bash that is to print this URL hangs. The tool cannot start that copy in this pass.
+  void wordHangs(const std::string& url);
   void sleepAnnounced(seconds duration);
   void toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEvents);
   void copyStarted(Moment now, const std::string& url);
@@ -73,11 +86,17 @@ class Judge {
   /// - a wake event of ours came in this minute, and the machine was awake long enough after it for a pass; or
   /// - the machine was asleep, but the last run had set the wake event for this crontab.
   ///
+  /// In a minute in which the tool waited for a program that hung, the first two do not count. What was due is missed
+  /// if that was not crontab, the run had read this crontab, and it was available long enough afterwards for a pass.
+  /// In the next minute everything counts again: the time of waiting for a hung program is no excuse there.
+  ///
   /// Otherwise the tool is not to blame:
   /// - The machine was asleep, and no event could wake it: it was put to sleep during a run (asleepInRun), or the event
-  ///   could not be set, was not set yet for a new crontab, or came while a run was ending (asleepUnset).
+  ///   could not be set, was not set yet for a new crontab, came while a run was ending, or was cancelled by a run in
+  ///   which crontab hung (asleepUnset).
   /// - The wake event came in the milliseconds in which a run ended, so that its request for a start was lost (ending).
-  /// - A program kept the tool waiting (heldUp).
+  /// - A program hung in this minute, and was killed (hung). So is a copy whose own bash hung counted: see wordHangs().
+  /// - Another program kept the tool waiting (heldUp).
   /// - The machine was not awake long enough, or not after the crontab was changed (awakeTooShort).
   void minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce);
 
@@ -91,6 +110,7 @@ class Judge {
     std::optional<Minute> next;  ///< the first one after `minute` in which a schedule fires
     std::shared_ptr<const Crontab> crontab;
     std::vector<std::string> started{};
+    std::vector<std::string> unreadable{};  ///< of `due`: their bash hung
     bool slept = false;
   };
 
@@ -107,6 +127,7 @@ class Judge {
   Minute lastMinute_{};       ///< the last one with a pass
   int passesInMinute_ = 0;
   bool runIsUnderWay_ = false;
+  bool passFailed_ = false;  ///< the last one of the run
   /// The crontab from which the armed wake event was computed. Null during a run, or if the event could not be set or
   /// was lost.
   std::shared_ptr<const Crontab> armedFor_;

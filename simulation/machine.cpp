@@ -23,7 +23,7 @@ Machine::Machine(Random random, Timer timer, Judge& judge)
       crontab_(std::make_shared<Crontab>(Crontab::draw(random_))) {
   personComesOrGoesAt_ = random_.oneIn(25) ? Moment::max() : now_;  // some machines are always on
   crontabChangesAt_ = now_ + random_.about(days{1});
-  for (auto* part : {&inhibitor, &listing, &agent}) part->changesAt = now_ + random_.about(part->meanTimeToFailure);
+  for (auto* part : parts_) part->changesAt = now_ + random_.about(part->meanTimeToFailure);
   for (auto left = random_.below(3); left > 0; --left) addForeignEvent();
 }
 
@@ -53,12 +53,19 @@ Moment Machine::timerElapsesAt() const {
   return std::max(now_, timer_ == Timer::calendar ? tick_ : now_ + (timerElapses_ - awakeFor_));
 }
 
-void Machine::work(milliseconds duration) {
-  programRuns_ = true;
+void Machine::work(milliseconds duration, Waiting waiting) {
+  const auto excused = waiting == Waiting::forProgram ? duration : std::min(duration, mostForHung);
+  wait(excused, waiting);
+  wait(duration - excused, Waiting::no);
+  if (waiting != Waiting::forProgram) note("a program hangs and is killed");
+}
+
+void Machine::wait(milliseconds duration, Waiting waiting) {
+  waiting_ = waiting;
   for (const auto over = awakeFor_ + duration; awakeFor_ < over || !awake_;) {
     advance(awake_ ? now_ + (over - awakeFor_) : Moment::max());
   }
-  programRuns_ = false;
+  waiting_ = Waiting::no;
 }
 
 void Machine::sleepUntil(Moment moment) {
@@ -88,9 +95,7 @@ bool Machine::advance(Moment target) {
   };
   consider(personComesOrGoesAt_, [this] { personComesOrGoes(); });
   consider(crontabChangesAt_, [this] { changeCrontab(); });
-  consider(inhibitor.changesAt, [this] { failOrRecover(inhibitor, "the inhibitor"); });
-  consider(listing.changesAt, [this] { failOrRecover(listing, "the listing"); });
-  consider(agent.changesAt, [this] { failOrRecover(agent, "the agent"); });
+  for (auto* part : parts_) consider(part->changesAt, [this, part] { failOrRecover(*part); });
   if (awake_) {
     consider(idleTimeIsOverAt_, [this] { idleTimeIsOver(); });
     for (std::size_t i = 0; i < wakeEvents.size(); ++i) consider(wakeEvents[i].at, [this, i] { fireWakeEvent(i); });
@@ -109,9 +114,13 @@ void Machine::passTo(Moment moment) {
     if (awake_) {
       awakeFor_ += next - now_;
       record_.awake += next - now_;
-      if (!programRuns_) {
+      const bool crontabHangs = waiting_ == Waiting::forHungCrontab;
+      record_.hung = record_.hung || crontabHangs || waiting_ == Waiting::forHung;
+      record_.crontabHung = record_.crontabHung || crontabHangs;
+      if (waiting_ != Waiting::forProgram) {
         record_.available += next - now_;
         if (record_.atEvent) record_.availableSinceEvent += next - now_;
+        record_.availableSinceHang = waiting_ == Waiting::no ? record_.availableSinceHang + (next - now_) : 0ms;
       }
     }
     now_ = next;
@@ -190,11 +199,18 @@ void Machine::changeCrontab() {
   record_.crontabChanged = true;
 }
 
-void Machine::failOrRecover(Part& part, const char* name) {
-  part.works = !part.works;
-  part.changesAt = now_ + random_.about(part.works ? part.meanTimeToFailure : 20min);
-  if (&part == &agent) agentIsMissing = random_.oneIn(2);
-  note(std::string(name) + (part.works ? " works again" : " fails from now on"));
+void Machine::failOrRecover(Part& part) {
+  if (part.state == State::works) {
+    part.state = random_.pick(part.failures);
+    const bool hangs = part.state == State::hangs || part.state == State::hangsAtTimes;
+    part.changesAt = now_ + random_.about(hangs && random_.oneIn(3) ? 6h : 20min);
+  } else {
+    part.state = State::works;
+    part.changesAt = now_ + random_.about(part.meanTimeToFailure);
+  }
+  constexpr std::array states = {" works again", " fails from now on", " is missing from now on", " hangs from now on",
+                                 " hangs at times from now on"};
+  note(part.name + std::string(states.at(static_cast<std::size_t>(part.state))));
 }
 
 void Machine::addForeignEvent() {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -25,10 +26,14 @@ class Machine {
     std::string when;  ///< the same in local time, as the listing shows it
     bool ours;
   };
-  /// Something that fails now and then.
+  /// A program that fails ends without having done anything. One that hangs never ends; at times: every other call.
+  enum class State { works, fails, isMissing, hangs, hangsAtTimes };
+  /// Something that does not work for a while now and then.
   struct Part {
+    const char* name;
     milliseconds meanTimeToFailure;
-    bool works = true;
+    std::vector<State> failures;  ///< one of them at a time
+    State state = State::works;
     Moment changesAt{};
   };
 
@@ -39,8 +44,8 @@ class Machine {
   /// The tool has returned from its work; its process ends milliseconds later.
   void toolEnds();
 
-  /// A program takes its time: seconds in which the machine is asleep do not count.
-  void work(milliseconds duration);
+  /// The tool waits for a program: seconds in which the machine is asleep do not count.
+  void work(milliseconds duration, Waiting waiting = Waiting::forProgram);
   /// Sleeps until a moment, or until the machine wakes if it is asleep then.
   void sleepUntil(Moment moment);
 
@@ -50,14 +55,19 @@ class Machine {
 
   /// The crontab in force. Whoever reads it makes a pass for this minute.
   std::shared_ptr<const Crontab> readCrontab();
-  /// Of any program. Now and then one hangs for a while.
+  /// Of any program. Now and then one takes very long.
   milliseconds programDuration();
 
   /// What the agent does when it is asked to set an event at month/day/year hour:minute:00.
   void setWakeEvent(const std::string& time);
 
-  Part inhibitor{std::chrono::hours{60}}, listing{std::chrono::hours{90}}, agent{std::chrono::hours{90}};
-  bool agentIsMissing = false;  ///< while it does not work; otherwise it is there, and does nothing
+  Part inhibitor{"the inhibitor", std::chrono::hours{60}, {State::fails}};
+  Part listing{"the listing", std::chrono::hours{90}, {State::fails, State::hangs}};
+  Part agent{"the agent", std::chrono::hours{90}, {State::fails, State::isMissing, State::hangs}};
+  Part cancelling{"the agent's cancel", std::chrono::hours{200}, {State::hangs}};
+  Part setting{"the agent's wake", std::chrono::hours{200}, {State::hangs}};
+  Part crontabProgram{"crontab", std::chrono::hours{200}, {State::hangs}};
+  Part bash{"bash", std::chrono::hours{200}, {State::hangs, State::hangsAtTimes}};
   bool assertionHeld = false;
   std::vector<WakeEvent> wakeEvents;  ///< all that are armed, whoever set them
 
@@ -66,6 +76,7 @@ class Machine {
   /// happened.
   bool advance(Moment target);
   void passTo(Moment moment);
+  void wait(milliseconds duration, Waiting waiting);
   Moment timerElapsesAt() const;
 
   void personComesOrGoes();
@@ -74,7 +85,7 @@ class Machine {
   void wakeUp(const char* by);
   void fireWakeEvent(std::size_t index);
   void changeCrontab();
-  void failOrRecover(Part& part, const char* name);
+  void failOrRecover(Part& part);
   void addForeignEvent();
 
   Random random_;
@@ -88,10 +99,11 @@ class Machine {
   Moment idleTimeIsOverAt_ = Moment::max(), wakesAt_ = Moment::max();  ///< max() for never
 
   ToolState tool_ = ToolState::stopped;
-  bool programRuns_ = false;     ///< and the tool waits for it, or is itself being loaded
+  Waiting waiting_ = Waiting::no;
   milliseconds timerElapses_{};  ///< on the monotonic clock
   Moment tick_;                  ///< the next one of the calendar timer
 
+  std::array<Part*, 7> parts_{&inhibitor, &listing, &agent, &cancelling, &setting, &crontabProgram, &bash};
   std::shared_ptr<const Crontab> crontab_;
   MinuteRecord before_, record_;  ///< of the last minute and of this one
 };

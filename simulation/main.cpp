@@ -60,7 +60,8 @@ void print(const Figures& f) {
             << f.early << " early, " << f.other << " other violations.\n"
             << "Lost through no fault of the tool: " << f.asleepInRun << " put to sleep during a run, " << f.asleepUnset
             << " asleep with no wake event set, " << f.awakeTooShort << " not awake long enough, " << f.heldUp
-            << " held up by a program, " << f.ending << " put to sleep as a run ended." << std::endl;
+            << " held up by a program, " << f.hung << " while a program hung, " << f.ending
+            << " put to sleep as a run ended." << std::endl;
 }
 
 bool read(const char* text, std::uint64_t& number) {

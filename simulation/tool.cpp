@@ -1,6 +1,7 @@
 #include "tool.h"
 
 #include <charconv>
+#include <initializer_list>
 #include <sstream>
 #include <stdexcept>
 
@@ -13,12 +14,15 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::floor;
 
+/// After which the tool kills a program.
+constexpr milliseconds limit = commandLimits.awakeTime;
+
 /// What a run needs of the machine, and whether its wake events could be set.
 struct SimulatedServices final : Clock, Applications, FileManager, Commands, PowerAssertions, WakeEvents, UnifiedLog {
   SimulatedServices(Machine& machine, Judge& judge) : machine_(machine), judge_(judge) {}
 
   OwnWakeEvents wakeEvents() const {
-    OwnWakeEvents events{{}, agentWorked_, listingWorked_};
+    OwnWakeEvents events{{}, couldSet_, couldCancel_};
     for (const auto& event : machine_.wakeEvents) {
       if (event.ours) events.armed.push_back(event.at);
     }
@@ -39,18 +43,19 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     return "/opt/Z.app";
   }
 
-  bool isExecutableFile(const std::filesystem::path&) const override { return useAgent() || !machine_.agentIsMissing; }
+  bool isExecutableFile(const std::filesystem::path&) const override {
+    const bool isThere = machine_.agent.state != State::isMissing;
+    couldSet_ = couldSet_ && isThere;
+    couldCancel_ = couldCancel_ && isThere;
+    return isThere;
+  }
 
   std::optional<Texts> run(const Command& command) override {
-    if (command.path == "/usr/bin/crontab") {
-      checkAssertion();
-      const auto crontab = machine_.readCrontab();
-      judge_.passBegins(machine_.now(), crontab);
-      program();
-      return crontab->text();
-    }
-    program();
-    return FakeCommands().run(command);
+    if (command.path == "/usr/bin/crontab") return readCrontab();
+    auto word = FakeCommands().run(command);
+    if (runProgram({&machine_.bash})) return word;
+    if (!word->empty()) judge_.wordHangs(word->front());
+    return std::nullopt;
   }
   void start(const Command& command) override {
     const auto& url = command.arguments.front();
@@ -60,8 +65,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
 
   Created create(std::string_view, std::string_view, std::string_view) override {
-    program();
-    machine_.assertionHeld = machine_.inhibitor.works;
+    machine_.assertionHeld = runProgram({&machine_.inhibitor});
     assertionRefused_ = !machine_.assertionHeld;
     return {.result = machine_.assertionHeld ? 0 : -16, .identifier = 1};
   }
@@ -71,10 +75,12 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
 
   std::optional<Texts> list(const std::filesystem::path&) override {
-    program();
     cancellable_.clear();
-    listingWorked_ = listingWorked_ && machine_.listing.works;
-    if (!machine_.listing.works) return std::nullopt;
+    const bool agentHangs = machine_.agent.state == State::hangs;  // which lists the events, too
+    if (!runProgram({agentHangs ? &machine_.agent : &machine_.listing})) {
+      couldCancel_ = false;
+      return std::nullopt;
+    }
     Texts lines{"Scheduled power events:"};
     for (const auto& event : machine_.wakeEvents) {
       lines.push_back(" [" + std::to_string(lines.size()) + "]  wake at " + event.when + " by " +
@@ -85,13 +91,18 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
   void cancel(const std::filesystem::path&, const std::string& dateAndTime) override {
     if (std::erase(cancellable_, dateAndTime) == 0) judge_.otherViolation(dateAndTime + " is not ours to cancel");
-    program();
-    if (!useAgent()) return;
-    std::erase_if(machine_.wakeEvents, [&](const auto& event) { return event.ours && event.when == dateAndTime; });
+    if (runProgram({&machine_.agent, &machine_.cancelling})) {
+      std::erase_if(machine_.wakeEvents, [&](const auto& event) { return event.ours && event.when == dateAndTime; });
+    } else {
+      couldCancel_ = false;
+    }
   }
   void wake(const std::filesystem::path&, const std::string& time) override {
-    program();
-    if (useAgent()) machine_.setWakeEvent(time);
+    if (runProgram({&machine_.agent, &machine_.setting})) {
+      machine_.setWakeEvent(time);
+    } else {
+      couldSet_ = false;
+    }
   }
 
   void write(LogLevel, std::string_view, std::string_view, std::string_view message) override {
@@ -105,17 +116,48 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
 
  private:
-  void program() {
+  using State = Machine::State;
+  struct Program {
+    milliseconds duration;
+    bool hangs;  ///< and is killed
+    bool works;
+  };
+
+  /// Starts a program that depends on these parts.
+  Program launch(std::initializer_list<const Machine::Part*> parts) {
     if (++programs_ > 10'000) throw std::runtime_error("a run does not end");
-    machine_.work(machine_.programDuration());
+    bool works = true;
+    bool hangs = false;
+    for (const auto* part : parts) {
+      works = works && part->state != State::fails && part->state != State::isMissing;
+      hangs =
+          hangs || part->state == State::hangs || (part->state == State::hangsAtTimes && machine_.random().oneIn(2));
+    }
+    const auto duration = machine_.programDuration();
+    hangs = hangs || duration > limit;
+    return {hangs ? limit : duration, hangs, works && !hangs};
+  }
+  /// Runs one to its end, or until it is killed. Gives whether it has worked.
+  bool runProgram(std::initializer_list<const Machine::Part*> parts) {
+    const auto program = launch(parts);
+    machine_.work(program.duration, program.hangs ? Waiting::forHung : Waiting::forProgram);
+    return program.works;
+  }
+  std::optional<Texts> readCrontab() {
+    checkAssertion();
+    const auto program = launch({&machine_.crontabProgram});
+    if (program.hangs) {
+      judge_.passFails();
+      machine_.work(program.duration, Waiting::forHungCrontab);
+      return std::nullopt;
+    }
+    const auto crontab = machine_.readCrontab();
+    judge_.passBegins(machine_.now(), crontab);
+    machine_.work(program.duration);
+    return crontab->text();
   }
   void checkAssertion() {
     if (!machine_.assertionHeld && !assertionRefused_) judge_.otherViolation("no assertion is held");
-  }
-  /// Whether the agent works now.
-  bool useAgent() const {
-    agentWorked_ = agentWorked_ && machine_.agent.works;
-    return machine_.agent.works;
   }
 
   Machine& machine_;
@@ -124,8 +166,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   int programs_ = 0;   ///< started in this run
   bool assertionRefused_ = false;
   // Whenever they were used in this run.
-  mutable bool agentWorked_ = true;
-  bool listingWorked_ = true;
+  mutable bool couldSet_ = true, couldCancel_ = true;
 };
 
 }  // namespace
