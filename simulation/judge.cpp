@@ -54,12 +54,12 @@ void Judge::runBegins() {
   ++figures_.runs;
   runIsUnderWay_ = true;
   passFailed_ = false;
-  armedFor_.reset();
 }
 
 void Judge::passBegins(Moment now, std::shared_ptr<const Crontab> crontab) {
   endPass();
   passFailed_ = false;
+  armedFor_.reset();
   const auto minute = std::chrono::floor<std::chrono::minutes>(now);
   pass_ = Pass{minute, crontab->dueAt(minute), crontab->next(minute + 1min), std::move(crontab)};
 }
@@ -172,7 +172,7 @@ void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEve
 
 void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce) {
   const bool cameWhileEnding = record.atEvent == ToolState::ending;
-  if (cameWhileEnding) armedFor_.reset();
+  if (cameWhileEnding || (record.atEvent && !record.hadPass)) armedFor_.reset();
   if (record.hadPass) return;
   const auto due = std::ssize(inForce.dueAt(minute));
   if (due == 0) return;

@@ -92,8 +92,8 @@ class Judge {
   ///
   /// Otherwise the tool is not to blame:
   /// - The machine was asleep, and no event could wake it: it was put to sleep during a run (asleepInRun), or the event
-  ///   could not be set, was not set yet for a new crontab, came while a run was ending, or was cancelled by a run in
-  ///   which crontab hung (asleepUnset).
+  ///   could not be set, was not set yet for a new crontab, or came while crontab hung or while a run was ending
+  ///   (asleepUnset).
   /// - The wake event came in the milliseconds in which a run ended, so that its request for a start was lost (ending).
   /// - A program hung in this minute, and was killed (hung). So is a copy whose own bash hung counted: see wordHangs().
   /// - Another program kept the tool waiting (heldUp).
@@ -128,8 +128,8 @@ class Judge {
   int passesInMinute_ = 0;
   bool runIsUnderWay_ = false;
   bool passFailed_ = false;  ///< the last one of the run
-  /// The crontab from which the armed wake event was computed. Null during a run, or if the event could not be set or
-  /// was lost.
+  /// The crontab from which the armed wake event was computed. Null from the first pass of a run to its end, or if the
+  /// event could not be set or has come. A run that cannot read the crontab must leave the event as it is.
   std::shared_ptr<const Crontab> armedFor_;
   std::optional<seconds> announced_;                    ///< a sleep that has not begun
   std::deque<std::pair<Moment, std::string>> history_;  ///< the last 100 notes

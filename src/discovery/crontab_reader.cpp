@@ -8,9 +8,9 @@ bool isMarked(std::string_view line) {
   return line.find(marker) != line.npos;
 }
 
-std::vector<CrontabLine> readCrontabLines(platform::Commands& commands) {
+std::optional<std::vector<CrontabLine>> readCrontabLines(platform::Commands& commands) {
   auto output = commands.run({crontabProgram, {crontabArgument}});
-  if (!output) return {};
+  if (!output) return std::nullopt;
   std::erase_if(*output, [](const auto& line) { return !isMarked(line); });
 
   std::vector<CrontabLine> result;

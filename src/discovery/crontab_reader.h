@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -19,7 +20,8 @@ inline constexpr std::string_view marker = "ZTUtil";
 bool isMarked(std::string_view line);
 
 /// The application's lines of the user's crontab, in crontab order: those that contain the marker and have exactly six
-/// fields. All others are left out silently. Empty if the crontab is missing or not valid UTF-8.
-std::vector<CrontabLine> readCrontabLines(platform::Commands& commands);
+/// fields. All others are left out silently. Empty if the crontab is missing or not
+/// valid UTF-8; nullopt if crontab was killed, so that nobody knows.
+std::optional<std::vector<CrontabLine>> readCrontabLines(platform::Commands& commands);
 
 }  // namespace zt

@@ -50,12 +50,14 @@ class MainLoop {
     const Instant now = services_.clock.now();
     log_.info("Looking for schedules that run at " + date(now));
     const auto lines = readCrontabLines(services_.commands);
-    const auto matches = matchingSchedules(lines, now, services_.calendar, services_.commands, services_.output);
+    // What is due is not known, so the wake event that is armed stays: crontab may work again by then.
+    if (!lines) return Next::end;
+    const auto matches = matchingSchedules(*lines, now, services_.calendar, services_.commands, services_.output);
     log_.info("Found " + std::to_string(matches.size()) + " matching schedules.");
 
     for (const auto& match : matches) launchController(match);
     wakeScheduling_.cancelExisting();
-    return stayOrSetWake(lines, now);
+    return stayOrSetWake(*lines, now);
   }
 
   void launchController(const util::URL& match) {

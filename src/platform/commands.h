@@ -22,7 +22,7 @@ class Commands {
   virtual ~Commands() = default;
 
   /// Runs a program to completion. Gives the lines of its standard output and standard error, merged, without empty
-  /// ones; nullopt if they are not valid UTF-8, if the program took so long that it was killed, or if it was not
+  /// ones; none if they are not valid UTF-8. nullopt if the program took so long that it was killed, or if it was not
   /// started. Its exit status is ignored.
   virtual std::optional<std::vector<std::string>> run(const Command& command) = 0;
 
