@@ -81,6 +81,8 @@ class MainLoop {
   }
 
   Next setWakeAndWait(Instant event) {
+    // Programs that hang can make a pass take minutes.
+    if (services_.clock.now() >= event) return Next::anotherPass;
     log_.info("Next event more than 1 minute from now, setting wake, then sleeping " + inSeconds(throttleInterval) +
               " for launchd ThrottleInterval.");
     wakeScheduling_.set(event, services_.calendar);

@@ -203,7 +203,7 @@ TEST(Run, ServesEachMinuteOnce) {
   expect("set back by an hour: continues from there", 30s, -1h, 0s, {"31", "10"}, {"now"});
 }
 
-TEST(Run, MakesAnotherPassIfItsWakeEventIsDueAfterTheWait) {
+TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
   const auto expect = [](const char* reason, const char* waitEnds, const Texts& sleeps, const Texts& copies) {
     FakeRun run;
     run.changeInNextSleep = at(waitEnds) - run.time - 10s;
@@ -214,6 +214,10 @@ TEST(Run, MakesAnotherPassIfItsWakeEventIsDueAfterTheWait) {
   expect("a second early", "2027-03-10 00:04:59 +0100", {"10", "2", "10"}, {"tomorrow"});
   expect("woken earlier, by something else", "2027-03-10 00:04:58 +0100", {"10"}, {});
   expect("too late for that copy", "2027-03-10 00:06:00 +0100", {"10", "10"}, {});
+  FakeRun run;
+  run.crontab = {tomorrow};
+  run.duringFirstRun = [&] { run.time = at("2027-03-10 00:05:03 +0100"); };
+  expectRun(run, {"10"}, {"tomorrow"}, "the event comes during the pass");
 }
 
 TEST(Run, TakesUpAChangeOfTheTimeZoneInTheNextPass) {
