@@ -20,8 +20,8 @@ namespace zt::platform {
 ///
 /// That is enough. A name can only be created, removed or renamed by someone who can write its folder; in a sticky one,
 /// only by the owners of the folder and of what has the name (unlink(2), rename(2)). So whatever is found was put there
-/// by this user or root, and stays until one of them removes it. That holds for what a link leads to as well. What root
-/// has mounted, such as somebody's removable disk, is trusted as it is.
+/// by this user or root, and stays until one of them removes it. A name that is missing is refused if others can create
+/// it. What root has mounted, such as somebody's removable disk, is trusted as it is.
 ///
 /// Whoever owns the root folder counts as root: in a user namespace that is its number. Members of groups are those
 /// that getgrgid(3) and getpwent(3) list.

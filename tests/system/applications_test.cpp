@@ -9,7 +9,8 @@ struct ApplicationsOfTwoUsers : PrivateMachine {
     bash("cp -a /etc ~ && mount --bind ~/etc /etc && chmod 755 ~");
     bash(
         "echo victim:x:4001:4001::/:/bin/sh >> /etc/passwd; echo mallory:x:4002:4002::/:/bin/sh >> /etc/passwd;"
-        "echo victim:x:4001: >> /etc/group; echo both:x:4003:mallory >> /etc/group; echo mallory:500000:9 > "
+        "echo victim:x:4001: >> /etc/group; echo both:x:4003:mallory >> /etc/group; echo mallory:500000:9 | tee "
+        "/etc/subgid > "
         "/etc/subuid");
   }
   void TearDown() override { bash("pkill -KILL -u victim; umount /etc; chmod 755 /opt; rm -rf /opt/*"); }
@@ -26,7 +27,7 @@ struct ApplicationsOfTwoUsers : PrivateMachine {
         until [ "$(readlink /proc/$!/exe)" = $PWD/$1/Contents/MacOS/Zantrove ]; do :; done
       }
       cd ~; mkdir -p victim/Applications mallory; chown -R victim: victim; chown mallory: mallory; cd victim
-      sed -i 's/^victim:.*/victim:x:4001:/' /etc/group
+      sed -i 's/^victim:.*/victim:x:4001:/' /etc/group; chmod 644 /etc/passwd
     )sh" +
          script);
     const auto lines = bash("HOME=~/victim setpriv --reuid victim --regid victim --clear-groups " TOOL
@@ -54,6 +55,15 @@ TEST_F(ApplicationsOfTwoUsers, CountOnlyWhereNobodyElseCanHavePutThem) {
       {"unpacked with the number of nobody", "app 501:20 /opt/Z.app", "/opt/Z.app"},
       {"the same in a sticky folder", "chmod 1777 /opt; app 501:20 /opt/Z.app", ""},
       {"unpacked with a number that mallory can take on", "app 500001 /opt/Z.app", ""},
+      {"unpacked with a group that mallory can take on", "app 501:500001 /opt/Z.app; chmod -R g+w /opt/Z.app", ""},
+      {"unpacked while accounts cannot be read", "app 501:20 /opt/Z.app; chmod 600 /etc/passwd", ""},
+      {"a link to what root has unpacked", "app 501:20 /opt/zt-1; ln -s zt-1 /opt/Z.app", "/opt/Z.app"},
+      {"mallory's maze of links",
+       "chmod 1777 /opt; for i in {1..38}; do p+=/lib64/../..; done; ln -s $p /opt/A.app; chown -h mallory /opt/*;"
+       "app root /opt/Z.app",
+       "/opt/Z.app"},
+      {"root's maze of links", "for i in {1..38}; do p+=/bin/../..; done; ln -s $p/opt/zt /opt/A.app; app root /opt/zt",
+       "/opt/A.app"},
       {"root's with a link to mallory's", "app mallory ~/mallory/Z.app; ln -s ~/mallory/Z.app /opt", ""},
       {"root's with a link to root's", "app root /opt/old; ln -s old /opt/Z.app", "/opt/Z.app"},
       {"mallory's link to the user's",

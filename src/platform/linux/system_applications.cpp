@@ -37,20 +37,16 @@ class Process {
  public:
   explicit Process(const std::string& folder) : folder_(::open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {}
 
-  /// The program that it runs, or ran until that was removed or replaced, as an update does. Empty for kernel threads,
-  /// for other users' processes unless we are root, and for programs that are only in the process's own mount
-  /// namespace.
-  std::string executable() const {
-    static constexpr std::string_view removed = " (deleted)";  // what proc(5) puts behind a name that is gone
-    std::string path = targetOf(descriptor(), "exe");
+  /// Whether it runs the program at a path, or ran it until that was removed or replaced, as an update does. Another
+  /// file at that path, in a mount namespace of the process's own, is not that program.
+  bool runs(const fs::path& program) const {
+    static constexpr const char* removed = " (deleted)";  // what proc(5) puts behind a name that is gone
+    const std::string path = targetOf(descriptor(), "exe");
+    if (path == program.native() + removed) return true;
     struct stat running {};
     struct stat found {};
-    if (::fstatat(descriptor(), "exe", &running, 0) != 0) return {};
-    const bool isThere = ::stat(path.c_str(), &found) == 0;
-    if (isThere && running.st_dev == found.st_dev && running.st_ino == found.st_ino) return path;
-    if (!path.ends_with(removed)) return {};
-    path.resize(path.size() - removed.size());
-    return path;
+    return path == program && ::fstatat(descriptor(), "exe", &running, 0) == 0 && ::stat(path.c_str(), &found) == 0 &&
+           running.st_dev == found.st_dev && running.st_ino == found.st_ino;
   }
 
   bool isOurs() const {
@@ -142,13 +138,12 @@ std::vector<std::optional<fs::path>> SystemApplications::running(std::string_vie
     if (error != std::errc{} || end != name.end()) continue;
 
     // Reading one link rules out most of a machine's hundreds of processes. The others get a Process.
-    if (!bundleAround(targetOf(AT_FDCWD, (folder + "/exe").c_str()))) continue;
+    const auto location = bundleAround(targetOf(AT_FDCWD, (folder + "/exe").c_str()));
+    if (!location) continue;
     const Process process(folder);
-    const auto executable = process.executable();
-    const auto location = bundleAround(executable);
-    if (!location || !process.isOurs()) continue;
+    if (!process.isOurs()) continue;
     const auto bundle = findBundle(*location, bundleIdentifier, refused);
-    if (bundle && bundle->executable == executable) {
+    if (bundle && process.runs(bundle->executable)) {
       copies.push_back({process.startTime(), processIdentifier, *location});
     }
   }

@@ -10,11 +10,16 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <charconv>
+#include <deque>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <string_view>
 #include <system_error>
+#include <utility>
+#include <vector>
 
 namespace zt::platform {
 namespace {
@@ -26,10 +31,16 @@ bool isOurs(uid_t owner) {
   return owner == ::geteuid() || owner == 0 || (::stat("/", &root) == 0 && owner == root.st_uid);
 }
 
-/// Whether a user can take on a number in a user namespace (subuid(5)).
-bool isSubordinate(uid_t number) {
-  std::ifstream file("/etc/subuid");
-  for (std::string line; std::getline(file, line);) {
+/// Whether errno, cleared before, says that a database of accounts could be read to its end (getpwnam(3), RETURN
+/// VALUE).
+bool wasReadable() {
+  return errno == 0 || errno == ENOENT || errno == ESRCH;
+}
+
+/// Whether a user can take on a number in a user namespace, by a file in the format of subuid(5).
+bool isSubordinate(id_t number, const char* file) {
+  std::ifstream lines(file);
+  for (std::string line; std::getline(lines, line);) {
     unsigned long first{};
     unsigned long count{};
     char colon{};
@@ -40,34 +51,43 @@ bool isSubordinate(uid_t number) {
 }
 
 bool isNobodys(uid_t number) {
-  return ::getpwuid(number) == nullptr && !isSubordinate(number);
+  // An unreadable database does not always show in errno, but then our own account is missing as well.
+  if (::getpwuid(::geteuid()) == nullptr) return false;
+  errno = 0;
+  return ::getpwuid(number) == nullptr && wasReadable() && !isSubordinate(number, "/etc/subuid");
 }
 
+/// If the databases cannot be read, there can be any.
 bool hasOtherMembers(gid_t group) {
-  if (const auto* entry = ::getgrgid(group)) {
-    for (char* const* member = entry->gr_mem; *member != nullptr; ++member) {
-      const auto* account = ::getpwnam(*member);
-      if (account != nullptr && !isOurs(account->pw_uid)) return true;
-    }
+  bool found = isSubordinate(group, "/etc/subgid");
+  errno = 0;
+  const auto* entry = ::getgrgid(group);
+  if (entry == nullptr && !wasReadable()) return true;
+  for (char* const* member = entry == nullptr ? nullptr : entry->gr_mem; member != nullptr && *member != nullptr;
+       ++member) {
+    errno = 0;
+    const auto* account = ::getpwnam(*member);
+    found = found || (account == nullptr ? !wasReadable() : !isOurs(account->pw_uid));
   }
-  bool found = false;
+  errno = 0;
   ::setpwent();
   while (const auto* account = ::getpwent()) found = found || (account->pw_gid == group && !isOurs(account->pw_uid));
+  found = found || !wasReadable();
   ::endpwent();
   return found;
 }
 
-bool othersCanWrite(const fs::path& place, const struct stat& status) {
+bool othersCanWrite(const fs::path& path, const struct stat& status) {
   if ((status.st_mode & S_IWOTH) != 0) return true;
   if ((status.st_mode & S_IWGRP) == 0) return false;
   // With an access control list, the bits of the group are the most that any entry of it allows (acl(5)).
-  return ::getxattr(place.c_str(), "system.posix_acl_access", nullptr, 0) > 0 || hasOtherMembers(status.st_gid);
+  return ::getxattr(path.c_str(), "system.posix_acl_access", nullptr, 0) > 0 || hasOtherMembers(status.st_gid);
 }
 
-/// Whether a place is on a FUSE file system that another user has mounted (proc(5), mountinfo).
-bool isOnMountOfAnother(const fs::path& place, const struct stat& status) {
+/// Whether a path is on a FUSE file system that another user has mounted (proc(5), mountinfo).
+bool isOnMountOfAnother(const fs::path& path, const struct stat& status) {
   struct statfs system {};
-  if (::statfs(place.c_str(), &system) == 0 && system.f_type != FUSE_SUPER_MAGIC) return false;
+  if (::statfs(path.c_str(), &system) == 0 && system.f_type != FUSE_SUPER_MAGIC) return false;
   const auto device = std::to_string(major(status.st_dev)) + ":" + std::to_string(minor(status.st_dev));
   std::ifstream file("/proc/self/mountinfo");
   for (std::string line; std::getline(file, line);) {
@@ -84,57 +104,104 @@ bool isOnMountOfAnother(const fs::path& place, const struct stat& status) {
   return true;
 }
 
-/// How much of a path is above its bundle; all of it if it is in none.
-std::size_t lengthAboveBundle(std::string_view path) {
-  const auto end = path.rfind(".app/Contents/");
-  return end == path.npos ? path.size() : path.rfind('/', end);
+/// Another user can have chosen the name.
+std::string printable(const fs::path& path) {
+  std::string text = path.string();
+  std::ranges::replace_if(
+      text, [](unsigned char byte) { return byte < ' ' || byte == 0x7f; }, '?');
+  return text;
 }
 
-/// A name on a path, and what it leads to.
-struct Place {
-  fs::path path;
-  bool isInBundle;
-  bool isInSharedFolder;  ///< others can write the folder that has the name
-  struct stat name {};    ///< of a link, itself
-  struct stat contents {};
-  bool isShared = false;  ///< others can write what is there
+/// Resolves a path as the kernel does, name by name, and stops at the first one that others decide.
+class Walk {
+ public:
+  explicit Walk(const fs::path& path) {
+    auto end = path.native().rfind(".app/Contents/");
+    const fs::path bundle = end == std::string::npos ? "" : path.native().substr(0, end + 4);
+    add(path, std::distance(bundle.begin(), bundle.end()) - 1);
+  }
+
+  std::optional<std::string> problem() {
+    while (!names_.empty()) {
+      const Name name = std::move(names_.front());
+      names_.pop_front();
+      auto problem = name.text == ".." ? leave() : follow(name);
+      if (problem || isMissing_) return problem;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  struct Name {
+    fs::path text;
+    bool isBundle;
+  };
+  struct Folder {
+    fs::path path;
+    bool isShared;  ///< others can create names in it
+  };
+
+  /// Puts the names of a path in front of those to come. The one with the number `bundle` is that of the bundle.
+  void add(const fs::path& path, std::ptrdiff_t bundle) {
+    if (path.is_absolute()) folders_.clear();
+    std::vector<Name> names;
+    for (const auto& name : path) names.push_back({name, std::ssize(names) == bundle});
+    names_.insert(names_.begin(), names.begin(), names.end());
+  }
+
+  std::optional<std::string> leave() {
+    if (folders_.size() > 1) folders_.pop_back();
+    return std::nullopt;
+  }
+
+  std::optional<std::string> follow(const Name& name) {
+    if (name.text.empty() || name.text == ".") return std::nullopt;
+    const Folder folder = folders_.empty() ? Folder{"", false} : folders_.back();
+    const auto path = folder.path / name.text;
+    struct stat status {};
+    if (::lstat(path.c_str(), &status) != 0) {
+      isMissing_ = errno == ENOENT && !folder.isShared;
+      if (isMissing_) return std::nullopt;
+      return errno == ENOENT ? "other users can create " + printable(path) : "cannot check " + printable(path);
+    }
+    const bool isInBundle = name.isBundle || (!bundle_.empty() && path.native().starts_with(bundle_.native() + "/"));
+    const bool isUnpacked = isInBundle && !folder.isShared && isNobodys(status.st_uid);
+    if (!isOurs(status.st_uid) && !isUnpacked) return printable(path) + " belongs to another user";
+    return S_ISLNK(status.st_mode) ? followLink(path, name) : enter(path, status, name.isBundle, isInBundle);
+  }
+
+  std::optional<std::string> followLink(const fs::path& path, const Name& name) {
+    std::error_code error;
+    const auto target = fs::read_symlink(path, error);
+    constexpr int mostLinks = 40;  // path_resolution(7)
+    if (error || ++links_ > mostLinks) return "cannot check " + printable(path);
+    add(target, name.isBundle ? std::distance(target.begin(), target.end()) - 1 : -1);
+    return std::nullopt;
+  }
+
+  std::optional<std::string> enter(const fs::path& path, const struct stat& status, bool isBundle, bool isInBundle) {
+    if (isOnMountOfAnother(path, status)) {
+      return printable(path) + " is on a file system that another user has mounted";
+    }
+    const bool isShared = othersCanWrite(path, status);
+    const bool isSticky = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
+    if (isShared && (isInBundle || !isSticky)) return "other users can write " + printable(path);
+    if (isBundle) bundle_ = path;
+    folders_.push_back({path, isShared});
+    return std::nullopt;
+  }
+
+  std::deque<Name> names_;       ///< to come
+  std::vector<Folder> folders_;  ///< from the root folder to where the walk is
+  fs::path bundle_;              ///< once it is reached
+  int links_ = 0;
+  bool isMissing_ = false;  ///< there is nothing, and others cannot change that
 };
-
-std::optional<std::string> problemOf(const Place& place) {
-  for (const auto owner : {place.name.st_uid, place.contents.st_uid}) {
-    const bool isUnpacked = place.isInBundle && !place.isInSharedFolder && isNobodys(owner);
-    if (!isOurs(owner) && !isUnpacked) return place.path.string() + " belongs to another user";
-  }
-  if (isOnMountOfAnother(place.path, place.contents)) {
-    return place.path.string() + " is on a file system that another user has mounted";
-  }
-  const bool isSticky = S_ISDIR(place.contents.st_mode) && (place.contents.st_mode & S_ISVTX) != 0;
-  if (place.isShared && (place.isInBundle || !isSticky)) return "other users can write " + place.path.string();
-  return std::nullopt;
-}
 
 }  // namespace
 
 std::optional<std::string> distrust(const fs::path& path) {
-  const auto above = lengthAboveBundle(path.native());
-  fs::path folder;
-  bool folderIsShared = false;
-  for (const auto& name : path) {
-    Place place{.path = folder / name, .isInBundle = false, .isInSharedFolder = folderIsShared};
-    place.isInBundle = place.path.native().size() > above;
-    if (::lstat(place.path.c_str(), &place.name) != 0 || ::stat(place.path.c_str(), &place.contents) != 0) {
-      if (errno == ENOENT) return std::nullopt;
-      return "cannot check " + place.path.string();
-    }
-    place.isShared = othersCanWrite(place.path, place.contents);
-    if (S_ISLNK(place.name.st_mode)) {
-      if (auto reason = distrust(folder / fs::read_symlink(place.path))) return reason;
-    }
-    if (auto reason = problemOf(place)) return reason;
-    folder = place.path;
-    folderIsShared = place.isShared;
-  }
-  return std::nullopt;
+  return Walk(path).problem();
 }
 
 }  // namespace zt::platform
