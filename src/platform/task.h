@@ -67,7 +67,8 @@ class Task {
   /// Whether the child has exited. Does not block.
   bool hasExited();
 
-  /// Kills all processes of the child's group, which has to be its own, even if the child has exited.
+  /// Kills the child and all processes of its group, which has to be its own. The group is killed even if the child has
+  /// exited.
   void killGroup();
 
   /// The exit status, or the number of the signal that killed the child. Valid in the termination handler, and when

@@ -53,7 +53,7 @@ class Output : public std::enable_shared_from_this<Output> {
     task.setTerminationHandler([output = shared_from_this()](platform::Task& ended) {
       // After the exit of the child there can still be output to read, from processes that it left behind as well.
       output->waitFor(&Output::isAtEnd_);
-      if (auto* handle = outputOf(ended)) handle->setReadabilityHandler(nullptr);
+      output->stopReading(ended);
       output->set(&Output::isComplete_);
     });
     task.launch();
@@ -65,6 +65,12 @@ class Output : public std::enable_shared_from_this<Output> {
   void waitUntil(std::chrono::steady_clock::time_point end) {
     std::unique_lock lock(mutex_);
     changed_.wait_until(lock, end, [this] { return isComplete_ || isTooMuch_; });
+  }
+
+  /// Takes no more of the output, even if a process goes on to write.
+  void giveUp(platform::Task& task) {
+    stopReading(task);
+    set(&Output::isAtEnd_);
   }
 
   bool isComplete() const { return isComplete_; }
@@ -84,6 +90,10 @@ class Output : public std::enable_shared_from_this<Output> {
     if (bytes_.size() + data.size() > mostBytes_) return set(&Output::isTooMuch_);
     bytes_ += data;
   }
+  void stopReading(platform::Task& task) {
+    const std::lock_guard lock(stopping_);
+    if (auto* handle = outputOf(task)) handle->closeFile();
+  }
   void waitFor(Flag Output::*flag) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [&] { return (this->*flag).load(); });
@@ -96,7 +106,8 @@ class Output : public std::enable_shared_from_this<Output> {
 
   const std::size_t mostBytes_;
   std::string bytes_;  ///< belongs to the thread that reads, until the output is complete
-  std::mutex mutex_;   ///< held when a flag is set
+  std::mutex stopping_;
+  std::mutex mutex_;  ///< held when a flag is set
   std::condition_variable changed_;
   Flag isAtEnd_ = false, isTooMuch_ = false, isComplete_ = false;
 };
@@ -123,11 +134,14 @@ LimitedOutput shell(platform::Task task, const Limits& limits) {
   task.setGroup(platform::Task::Group::own);
   output->collect(task);
   output->waitUntil(end);
+  // If this process was stopped meanwhile, its threads may have to read first what the task printed in time.
+  output->waitUntil(std::chrono::steady_clock::now() + 100ms);
   if (output->isComplete() && !output->isTooMuch()) return {.lines = output->lines(), .killedBecause = {}};
 
   const bool hasExited = task.hasExited();
   task.killGroup();
   // Nobody waits for its end: a process in a system call may not end, and one that has left the group is not killed.
+  output->giveUp(task);
   if (output->isTooMuch()) return {{}, "it printed more than " + std::to_string(limits.bytes) + " bytes"};
   if (!hasExited) return {{}, "it did not end within " + inWords(limits.awakeTime)};
   return {{}, "a process that it left behind held its output for " + inWords(limits.awakeTime)};

@@ -24,6 +24,8 @@ TEST_F(RunCommands, KillsWhatDoesNotEnd) {
       {"sleep 1000 & echo text", leftBehind},
       {"{ sleep 1000; echo text; } &", leftBehind},
       {"setsid sleep 2 & sleep 0.1", leftBehind},  // in another session: not killed, but not waited for
+      {"exec perl -e 'setpgrp(0, getpgrp(getppid())); sleep 1000'", tooLong},       // in the group of the tool
+      {"setsid yes & sleep 1000", killed + "it printed more than 1000000 bytes."},  // ends when nobody reads any more
       {"yes", killed + "it printed more than 1000000 bytes."},
   };
   for (const auto& [script, report] : rows) {

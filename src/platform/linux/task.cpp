@@ -236,8 +236,10 @@ void Task::killGroup() {
   const pid_t child = state_->processIdentifier;
   if (child == 0 || state_->group == Group::inherited) std::abort();
   // The system gives no process the number of a group that has processes.
-  const bool isReused = hasExited() && ::kill(child, 0) == 0;
+  const bool exited = hasExited();
+  const bool isReused = exited && ::kill(child, 0) == 0;
   if (!isReused) ::kill(-child, SIGKILL);
+  if (!exited) ::kill(child, SIGKILL);  // it can have changed its group
 }
 
 std::int32_t Task::terminationStatus() const {
