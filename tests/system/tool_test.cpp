@@ -86,7 +86,8 @@ TEST_F(Tool, ReadsWordsInAnyEnvironmentAndPassesItOn) {
                            "BASH_ENV=/etc/hosts",
                            "SHELLOPTS=noexec",
                            "BASH_XTRACEFD=stdout",
-                           "BASH_FUNC_echo%%=() {  printf other\n}"};
+                           "BASH_FUNC_echo%%=() {  printf other\n}",
+                           "BASH_FUNC_x%%=() {"};
   std::string runs;
   for (std::size_t i = 0; i < variables.size(); ++i) {
     runs += "env '" + variables[i] + "' " TOOL " > ~/environment." + std::to_string(i) + " 2> ~/errors &\n";

@@ -19,13 +19,13 @@ bool isKnownLocale(std::string_view name) {
 
 /// Whether a variable can make bash do something else than to print its word.
 bool disturbsBash(std::string_view variable) {
-  static constexpr std::array names = {"BASHOPTS",      "BASH_COMPAT", "BASH_ENV", "BASH_FUNC_echo%%",
-                                       "BASH_XTRACEFD", "SHELLOPTS",   "SHLVL"};
+  static constexpr std::array names = {"BASHOPTS", "BASH_COMPAT", "BASH_ENV", "BASH_XTRACEFD", "SHELLOPTS", "SHLVL"};
   const auto name = variable.substr(0, variable.find('='));
   // bash warns of no other variable for the locale.
   static constexpr std::string_view locale = "LC_ALL=";
   if (variable.starts_with(locale)) return !isKnownLocale(variable.substr(locale.size()));
-  return name.starts_with("LD_") || std::ranges::find(names, name) != names.end();
+  // A function can replace echo, and bash writes an error about one that it cannot parse.
+  return name.starts_with("LD_") || name.starts_with("BASH_FUNC_") || std::ranges::find(names, name) != names.end();
 }
 
 }  // namespace
