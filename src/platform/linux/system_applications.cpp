@@ -109,8 +109,13 @@ std::optional<Bundle> findBundle(const fs::path& location, std::string_view iden
                                  const Applications::Refused& refused) {
   const auto isTrusted = [&](const fs::path& path) {
     const auto reason = distrust(path);
-    if (reason) refused("Not using " + location.string() + ": " + *reason);
-    return !reason;
+    if (!reason) return true;
+    std::string text = "Not using " + location.string() + ": " + *reason;
+    // Another user can have chosen the names.
+    std::ranges::replace_if(
+        text, [](unsigned char byte) { return byte < ' ' || byte == 0x7f; }, '?');
+    refused(text);
+    return false;
   };
   if (!hasBundleName(location) || !isTrusted(location / infoPlistInBundle)) return std::nullopt;
   auto bundle = readBundle(location);

@@ -10,7 +10,6 @@
 #include <sys/xattr.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <charconv>
 #include <deque>
 #include <fstream>
@@ -104,14 +103,6 @@ bool isOnMountOfAnother(const fs::path& path, const struct stat& status) {
   return true;
 }
 
-/// Another user can have chosen the name.
-std::string printable(const fs::path& path) {
-  std::string text = path.string();
-  std::ranges::replace_if(
-      text, [](unsigned char byte) { return byte < ' ' || byte == 0x7f; }, '?');
-  return text;
-}
-
 /// Resolves a path as the kernel does, name by name, and stops at the first one that others decide.
 class Walk {
  public:
@@ -162,11 +153,11 @@ class Walk {
     if (::lstat(path.c_str(), &status) != 0) {
       isMissing_ = errno == ENOENT && !folder.isShared;
       if (isMissing_) return std::nullopt;
-      return errno == ENOENT ? "other users can create " + printable(path) : "cannot check " + printable(path);
+      return errno == ENOENT ? "other users can create " + path.string() : "cannot check " + path.string();
     }
     const bool isInBundle = name.isBundle || (!bundle_.empty() && path.native().starts_with(bundle_.native() + "/"));
     const bool isUnpacked = isInBundle && !folder.isShared && isNobodys(status.st_uid);
-    if (!isOurs(status.st_uid) && !isUnpacked) return printable(path) + " belongs to another user";
+    if (!isOurs(status.st_uid) && !isUnpacked) return path.string() + " belongs to another user";
     return S_ISLNK(status.st_mode) ? followLink(path, name) : enter(path, status, name.isBundle, isInBundle);
   }
 
@@ -174,18 +165,18 @@ class Walk {
     std::error_code error;
     const auto target = fs::read_symlink(path, error);
     constexpr int mostLinks = 40;  // path_resolution(7)
-    if (error || ++links_ > mostLinks) return "cannot check " + printable(path);
+    if (error || ++links_ > mostLinks) return "cannot check " + path.string();
     add(target, name.isBundle ? std::distance(target.begin(), target.end()) - 1 : -1);
     return std::nullopt;
   }
 
   std::optional<std::string> enter(const fs::path& path, const struct stat& status, bool isBundle, bool isInBundle) {
     if (isOnMountOfAnother(path, status)) {
-      return printable(path) + " is on a file system that another user has mounted";
+      return path.string() + " is on a file system that another user has mounted";
     }
     const bool isShared = othersCanWrite(path, status);
     const bool isSticky = S_ISDIR(status.st_mode) && (status.st_mode & S_ISVTX) != 0;
-    if (isShared && (isInBundle || !isSticky)) return "other users can write " + printable(path);
+    if (isShared && (isInBundle || !isSticky)) return "other users can write " + path.string();
     if (isBundle) bundle_ = path;
     folders_.push_back({path, isShared});
     return std::nullopt;
