@@ -57,7 +57,7 @@ TEST_F(ApplicationsOfTwoUsers, CountOnlyWhereNobodyElseCanHavePutThem) {
       {"unpacked with a number that mallory can take on", "app 500001 /opt/Z.app", ""},
       {"unpacked with a group that mallory can take on", "app 501:500001 /opt/Z.app; chmod -R g+w /opt/Z.app", ""},
       {"unpacked while accounts cannot be read", "app 501:20 /opt/Z.app; chmod 600 /etc/passwd", ""},
-      {"a link to what root has unpacked", "app 501:20 /opt/zt-1; ln -s zt-1 /opt/Z.app", "/opt/Z.app"},
+      {"a link to what root has unpacked", "app 501:20 /opt/zt-1; ln -s ./zt-1/. /opt/Z.app", "/opt/Z.app"},
       {"mallory's maze of links",
        "chmod 1777 /opt; for i in {1..38}; do p+=/lib64/../..; done; ln -s $p /opt/A.app; chown -h mallory /opt/*;"
        "app root /opt/Z.app",

@@ -13,7 +13,6 @@
 #include <charconv>
 #include <deque>
 #include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string_view>
 #include <system_error>
@@ -50,6 +49,8 @@ bool isSubordinate(id_t number, const char* file) {
 }
 
 bool isNobodys(uid_t number) {
+  constexpr uid_t unmapped = 65534;  // user_namespaces(7), "Unmapped user and group IDs": can be anybody
+  if (number == unmapped) return false;
   // An unreadable database does not always show in errno, but then our own account is missing as well.
   if (::getpwuid(::geteuid()) == nullptr) return false;
   errno = 0;
@@ -107,9 +108,8 @@ bool isOnMountOfAnother(const fs::path& path, const struct stat& status) {
 class Walk {
  public:
   explicit Walk(const fs::path& path) {
-    auto end = path.native().rfind(".app/Contents/");
-    const fs::path bundle = end == std::string::npos ? "" : path.native().substr(0, end + 4);
-    add(path, std::distance(bundle.begin(), bundle.end()) - 1);
+    const auto end = path.native().rfind(".app/Contents/");
+    add(path, end == std::string::npos ? "" : path.native().substr(0, end + 4));
   }
 
   std::optional<std::string> problem() {
@@ -132,12 +132,21 @@ class Walk {
     bool isShared;  ///< others can create names in it
   };
 
-  /// Puts the names of a path in front of those to come. The one with the number `bundle` is that of the bundle.
-  void add(const fs::path& path, std::ptrdiff_t bundle) {
+  /// Puts the names of a path in front of those to come. `bundle` is as much of the path as leads to the bundle.
+  void add(const fs::path& path, const fs::path& bundle) {
     if (path.is_absolute()) folders_.clear();
-    std::vector<Name> names;
-    for (const auto& name : path) names.push_back({name, std::ssize(names) == bundle});
+    auto names = namesOf(path);
+    if (const auto count = namesOf(bundle).size(); count > 0) names.at(count - 1).isBundle = true;
     names_.insert(names_.begin(), names.begin(), names.end());
+  }
+
+  static std::vector<Name> namesOf(const fs::path& path) {
+    std::vector<Name> names;
+    for (const auto& name : path) {
+      const bool leadsNowhere = name.empty() || name == ".";
+      if (!leadsNowhere) names.push_back({name, false});
+    }
+    return names;
   }
 
   std::optional<std::string> leave() {
@@ -146,7 +155,6 @@ class Walk {
   }
 
   std::optional<std::string> follow(const Name& name) {
-    if (name.text.empty() || name.text == ".") return std::nullopt;
     const Folder folder = folders_.empty() ? Folder{"", false} : folders_.back();
     const auto path = folder.path / name.text;
     struct stat status {};
@@ -166,7 +174,7 @@ class Walk {
     const auto target = fs::read_symlink(path, error);
     constexpr int mostLinks = 40;  // path_resolution(7)
     if (error || ++links_ > mostLinks) return "cannot check " + path.string();
-    add(target, name.isBundle ? std::distance(target.begin(), target.end()) - 1 : -1);
+    add(target, name.isBundle ? target : fs::path());
     return std::nullopt;
   }
 
