@@ -88,6 +88,7 @@ void JournalLog::write(LogLevel level, std::string_view subsystem, std::string_v
 void JournalLog::send(std::string_view entry) {
   const int socket = socket_->fileDescriptor();
   const std::lock_guard lock(*sending_);
+  bool hasConnected = false;
   for (;;) {
     if (::send(socket, entry.data(), entry.size(), MSG_NOSIGNAL) >= 0) return;
     if (errno == EAGAIN && waitLeft_ > 0ms) {
@@ -95,8 +96,10 @@ void JournalLog::send(std::string_view entry) {
       pollfd event{socket, POLLOUT, 0};
       ::poll(&event, 1, static_cast<int>(waitLeft_.count()));
       waitLeft_ -= std::chrono::ceil<milliseconds>(steady_clock::now() - start);
-    } else if (errno == ECONNREFUSED) {  // another journal has taken its place
-      if (!connectToJournal(socket)) return;
+    } else if ((errno == ECONNREFUSED || errno == ENOTCONN) && !hasConnected) {
+      // Another journal has taken its place, now or at an earlier entry.
+      hasConnected = connectToJournal(socket);
+      if (!hasConnected) return;
     } else if (errno != EINTR) {
       return;
     }
