@@ -15,8 +15,8 @@ struct Application {
   std::filesystem::path agent;       ///< checked before each use
 };
 
-/// Finds the application: the running copy that was started first, otherwise the installed one. nullopt, after an error
-/// in the log and the reasons against those that do not count, if there is none.
+/// Finds the application: the running copy that was started first, otherwise the installed one. nullopt if there is
+/// none; the log has an error then, and before it why bundles were refused.
 std::optional<Application> findApplication(const platform::Applications& applications, const Log& log);
 
 }  // namespace zt

@@ -65,8 +65,8 @@ class MainLoop {
     services_.commands.start({controller_, {match.absoluteString()}});
   }
 
-  /// The next events are searched from the minute that this pass has handled, not from the clock, so a pass that takes
-  /// long skips nothing.
+  /// The next events are searched from the minute that this pass has handled, not from the clock. So after a pass that
+  /// took long, what is due in the minute that has begun meanwhile is handled as well.
   Next stayOrSetWake(const std::vector<CrontabLine>& lines, Instant now) {
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
     if (!first) return Next::end;

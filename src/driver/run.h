@@ -36,8 +36,8 @@ struct Services {
 /// The log of the tool.
 Log toolLog(const platform::LogSinks& sinks);
 
-/// For each program that the run waits for: crontab, bash, and the agent. They take milliseconds. One that never ends
-/// would keep this run, and so every later copy, waiting for good.
+/// For each program that the run waits for: crontab, bash, pmset, and the agent. They take milliseconds. One that never
+/// ends would keep this run, and so every later copy, waiting for good.
 inline constexpr util::Limits commandLimits = {.awakeTime = std::chrono::seconds{30},
                                                .bytes = std::size_t{16} * 1024 * 1024};
 

@@ -17,7 +17,7 @@ inline constexpr auto agentInBundle = "Contents/MacOS/ZTAgent";
 /// it, so that nobody else decides what is started in this user's name.
 class Applications {
  public:
-  /// Receives why a bundle, which may have that identifier, does not count: a clause without a full stop.
+  /// Receives why a bundle does not count, as a line for the log. What identifier it has may not be known.
   using Refused = std::function<void(const std::string& reason)>;
 
   virtual ~Applications() = default;

@@ -6,8 +6,7 @@
 
 namespace zt::platform {
 
-/// A program to run. A path or an argument that is none (see Task::isArgument()) counts as a program that cannot be
-/// started.
+/// A program to run. With an argument that the system cannot pass (see Task::isArgument()) it cannot be started.
 struct Command {
   std::string path;
   std::vector<std::string> arguments;
@@ -22,8 +21,8 @@ class Commands {
   virtual ~Commands() = default;
 
   /// Runs a program to completion. Gives the lines of its standard output and standard error, merged, without empty
-  /// ones; none if they are not valid UTF-8. nullopt if the program took so long that it was killed, or if it was not
-  /// started. Its exit status is ignored.
+  /// ones; none if they are not valid UTF-8. nullopt if the program was killed because it took too long or printed too
+  /// much, or if it was not started. Its exit status is ignored.
   virtual std::optional<std::vector<std::string>> run(const Command& command) = 0;
 
   /// Starts a program and leaves it running, in a session of its own (setsid(2)): neither the keys nor the end of the

@@ -61,7 +61,7 @@ class Output : public std::enable_shared_from_this<Output> {
 
   void wait() { waitFor(&Output::isComplete_); }
 
-  /// Waits until the output is complete, or is too much, or it is `end`.
+  /// Waits until the output is complete, or is too much, or until `end`.
   void waitUntil(std::chrono::steady_clock::time_point end) {
     std::unique_lock lock(mutex_);
     changed_.wait_until(lock, end, [this] { return isComplete_ || isTooMuch_; });
@@ -144,7 +144,7 @@ LimitedOutput shell(platform::Task task, const Limits& limits) {
   output->giveUp(task);
   if (output->isTooMuch()) return {{}, "it printed more than " + std::to_string(limits.bytes) + " bytes"};
   if (!hasExited) return {{}, "it did not end within " + inWords(limits.awakeTime)};
-  return {{}, "a process that it left behind held its output for " + inWords(limits.awakeTime)};
+  return {{}, "a process that it left behind still held its output after " + inWords(limits.awakeTime)};
 }
 
 void spawn(platform::Task task, std::optional<std::string> launchPath,

@@ -36,7 +36,7 @@ struct LimitedOutput {
 };
 
 /// Like shell() for a task that may never end, or leave processes behind that hold its output. At a limit the task is
-/// killed with all processes of its group, which is its own, and this returns at once.
+/// killed with all processes of its group, which is its own, and this returns within 100 milliseconds.
 LimitedOutput shell(platform::Task task, const Limits& limits);
 
 /// Launches a task and leaves it running, with its streams and its handler. An absent launch path or absent arguments

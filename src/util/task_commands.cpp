@@ -20,7 +20,7 @@ std::optional<std::vector<std::string>> TaskCommands::run(const platform::Comman
   if (!isTrusted(command)) return std::nullopt;
   auto [lines, killedBecause] = shell(taskFor(command), limits_);
   if (killedBecause.empty()) return std::move(lines).value_or(std::vector<std::string>());
-  // One argument says what it was to do; the others can be anything.
+  // The first argument tells the agent's verbs apart; the others can be anything.
   const auto verb = command.arguments.empty() ? "" : " " + command.arguments.front();
   report_("Killed " + command.path + verb + ": " + killedBecause + ".");
   return std::nullopt;

@@ -24,7 +24,7 @@ class TaskCommands final : public platform::Commands {
 
  private:
   bool isTrusted(const platform::Command& command) const;
-  /// So that those that have exited do not remain zombies: a run can take hours.
+  /// Those that have exited would remain zombies, and a run can take hours.
   void forgetEnded();
 
   Limits limits_;

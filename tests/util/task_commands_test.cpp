@@ -14,7 +14,7 @@ struct RunCommands : Children {
 TEST_F(RunCommands, KillsWhatDoesNotEnd) {
   const std::string killed = "Killed /bin/bash -c: ";
   const std::string tooLong = killed + "it did not end within 500 milliseconds.";
-  const std::string leftBehind = killed + "a process that it left behind held its output for 500 milliseconds.";
+  const std::string leftBehind = killed + "a process that it left behind still held its output after 500 milliseconds.";
   const std::vector<std::pair<const char*, std::string>> rows = {
       {"echo text; sleep 1000", tooLong},
       {"trap '' HUP INT TERM; while :; do sleep 1000; done", tooLong},

@@ -237,7 +237,7 @@ void Task::killGroup() {
   if (child == 0 || state_->group == Group::inherited) std::abort();
   // The system gives no process the number of a group that has processes.
   const bool exited = hasExited();
-  const bool isReused = exited && ::kill(child, 0) == 0;
+  const bool isReused = exited && (::kill(child, 0) == 0 || errno == EPERM);
   if (!isReused) ::kill(-child, SIGKILL);
   if (!exited) ::kill(child, SIGKILL);  // it can have changed its group
 }
