@@ -51,20 +51,22 @@ class Output : public std::enable_shared_from_this<Output> {
     task.setStandardOutput(pipe);
     task.setStandardError(pipe);
     task.setTerminationHandler([output = shared_from_this()](platform::Task& ended) {
-      // After the exit of the child there can still be output to read, from processes that it left behind as well.
-      output->waitFor(&Output::isAtEnd_);
+      output->set(&Output::hasExited_);
+      // There can still be output to read, from processes that the child left behind as well.
+      output->wait([&] { return output->isAtEnd_.load(); });
       output->stopReading(ended);
-      output->set(&Output::isComplete_);
     });
     task.launch();
   }
 
-  void wait() { waitFor(&Output::isComplete_); }
+  void wait() {
+    wait([this] { return isComplete(); });
+  }
 
   /// Waits until the output is complete, or is too much, or until `end`.
   void waitUntil(std::chrono::steady_clock::time_point end) {
     std::unique_lock lock(mutex_);
-    changed_.wait_until(lock, end, [this] { return isComplete_ || isTooMuch_; });
+    changed_.wait_until(lock, end, [this] { return isComplete() || isTooMuch_; });
   }
 
   /// Takes no more of the output, even if a process goes on to write.
@@ -73,7 +75,7 @@ class Output : public std::enable_shared_from_this<Output> {
     set(&Output::isAtEnd_);
   }
 
-  bool isComplete() const { return isComplete_; }
+  bool isComplete() const { return hasExited_ && isAtEnd_; }
   bool isTooMuch() const { return isTooMuch_; }
 
   /// Of complete output.
@@ -94,9 +96,9 @@ class Output : public std::enable_shared_from_this<Output> {
     const std::lock_guard lock(stopping_);
     if (auto* handle = outputOf(task)) handle->closeFile();
   }
-  void waitFor(Flag Output::*flag) {
+  void wait(const auto& condition) {
     std::unique_lock lock(mutex_);
-    changed_.wait(lock, [&] { return (this->*flag).load(); });
+    changed_.wait(lock, condition);
   }
   void set(Flag Output::*flag) {
     const std::lock_guard lock(mutex_);
@@ -109,7 +111,7 @@ class Output : public std::enable_shared_from_this<Output> {
   std::mutex stopping_;
   std::mutex mutex_;  ///< held when a flag is set
   std::condition_variable changed_;
-  Flag isAtEnd_ = false, isTooMuch_ = false, isComplete_ = false;
+  Flag hasExited_ = false, isAtEnd_ = false, isTooMuch_ = false;
 };
 
 std::string inWords(std::chrono::milliseconds duration) {
