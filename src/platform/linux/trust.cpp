@@ -164,8 +164,9 @@ class Walk {
       return errno == ENOENT ? "other users can create " + path.string() : "cannot check " + path.string();
     }
     const bool isInBundle = name.isBundle || (!bundle_.empty() && path.native().starts_with(bundle_.native() + "/"));
-    const bool isUnpacked = isInBundle && !folder.isShared && isNobodys(status.st_uid);
-    if (!isOurs(status.st_uid) && !isUnpacked) return path.string() + " belongs to another user";
+    const auto owner = status.st_uid;
+    const bool isTrusted = isOurs(owner) || (isInBundle && !folder.isShared && isNobodys(owner));
+    if (!isTrusted) return path.string() + " belongs to another user";
     return S_ISLNK(status.st_mode) ? followLink(path, name) : enter(path, status, name.isBundle, isInBundle);
   }
 
