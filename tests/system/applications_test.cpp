@@ -94,7 +94,8 @@ TEST_F(ApplicationsOfTwoUsers, AreTheRunningOnesEvenIfTheirProgramsAreReplaced) 
       {"another program of the bundle", start + "mv Zantrove other", ""},
       {"only in a mount namespace of its own",
        "app victim Z.app; app victim X.app; unshare -m sh -c 'mount --bind X.app Z.app; setpriv --reuid victim "
-       "--clear-groups Z.app/Contents/MacOS/Zantrove 1000 <&- >/dev/null 2>&1 &'; until pgrep -u victim Zantrove; do "
+       "--regid victim --clear-groups Z.app/Contents/MacOS/Zantrove 1000 <&- >/dev/null 2>&1 &'; until pgrep -u victim "
+       "Zantrove; do "
        ":; done",
        ""},
       {"gone from a sticky folder, where mallory puts hers",

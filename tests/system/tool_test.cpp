@@ -76,17 +76,11 @@ TEST_F(Tool, ReadsWordsInAnyEnvironmentAndPassesItOn) {
   // Makes the controller print its environment, and the URL, which it takes for another variable.
   fs::remove(controller);
   fs::create_symlink("/usr/bin/env", controller);
-  const Texts variables = {"LC_ALL=not_installed",
-                           "LD_PRELOAD=/none.so",
-                           "LD_DEBUG=none",
-                           "SHLVL=1000",
-                           "SHELLOPTS=xtrace",
-
-                           "BASH_COMPAT=0.1",
-                           "BASH_ENV=/etc/hosts",
-                           "SHELLOPTS=noexec",
-                           "BASH_XTRACEFD=stdout",
-                           "BASH_FUNC_echo%%=() {  printf other\n}",
+  const Texts variables = {"LC_ALL=not_installed", "LD_PRELOAD=/none.so",
+                           "LD_DEBUG=none",        "SHLVL=1000",
+                           "SHELLOPTS=xtrace",     "BASH_COMPAT=0.1",
+                           "BASH_ENV=/etc/hosts",  "SHELLOPTS=noexec",
+                           "BASH_XTRACEFD=stdout", "BASH_FUNC_echo%%=() {  printf other\n}",
                            "BASH_FUNC_x%%=() {"};
   std::string runs;
   for (std::size_t i = 0; i < variables.size(); ++i) {
