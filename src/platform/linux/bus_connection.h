@@ -1,0 +1,72 @@
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/linux/systemd_library.h"
+
+namespace zt::platform {
+
+/// The answer to a method call.
+struct BusReply {
+  int result;         ///< a negative errno(3) if the call failed
+  std::string error;  ///< of a call that failed: what the other side says, or else the text of the errno
+  std::shared_ptr<sd_bus_message> message = nullptr;  ///< of a call that succeeded
+};
+
+/// A D-Bus connection. All that is done on it has one time limit, counted from its construction, after which every
+/// operation fails with -ETIMEDOUT. sd_bus_call() has none until the other side has accepted the connection, which one
+/// that hangs never does. For one thread.
+class BusConnection {
+ public:
+  explicit BusConnection(std::chrono::milliseconds limit) : end_(std::chrono::steady_clock::now() + limit) {}
+
+  // Both connect. They give 0 or a negative errno: -ENOENT or -ECONNREFUSED if nobody is there, -ELIBACC without
+  // libsystemd, and others.
+
+  int openSystemBus();
+  /// The socket of the user's service manager itself, which systemctl(1) uses as well. It needs no bus, and no
+  /// XDG_RUNTIME_DIR, which cron does not set.
+  int openUserManager();
+
+  /// A method of an object. Its name on a bus; the service manager's own socket ignores that.
+  struct Method {
+    const char* destination;
+    const char* path;
+    const char* interface;
+    const char* member;
+  };
+
+  /// Calls a method with arguments as sd_bus_message_append(3) takes them, and waits for the answer.
+  template <class... Arguments>
+  BusReply call(const Method& method, const char* types, Arguments... arguments) {
+    sd_bus_slot* slot = nullptr;
+    std::shared_ptr<sd_bus_message> answer;
+    const int result =
+        systemd_->sd_bus_call_method_async(bus_.get(), &slot, method.destination, method.path, method.interface,
+                                           method.member, takeAnswer, &answer, types, arguments...);
+    return await(result, slot, answer);
+  }
+
+  /// Has `handle` called for each message that arrives and is no answer, while this waits. It has to outlive this.
+  int addFilter(std::function<void(sd_bus_message*)>& handle);
+
+  /// Waits until `isDone`. Gives 0 or a negative errno.
+  int wait(const std::function<bool()>& isDone);
+
+  /// The library, once a connection is open.
+  const SystemdLibrary& systemd() const { return *systemd_; }
+
+ private:
+  static int takeAnswer(sd_bus_message* message, void* answer, sd_bus_error* error);
+  BusReply await(int result, sd_bus_slot* slot, const std::shared_ptr<sd_bus_message>& answer);
+  int own(sd_bus* opened, int result);
+
+  std::chrono::steady_clock::time_point end_;
+  const SystemdLibrary* systemd_ = nullptr;
+  std::shared_ptr<sd_bus> bus_;
+};
+
+}  // namespace zt::platform
