@@ -59,6 +59,14 @@ bool isInRange(std::chrono::year year) {
   return firstYear <= year && year <= lastYear;
 }
 
+/// nullopt if there is no such day, or second.
+std::optional<LocalTime> localTimeOf(const tm& fields) {
+  const auto date = monthOf(fields) / fields.tm_mday;
+  if (!date.ok() || fields.tm_sec > 59) return std::nullopt;
+  return std::chrono::local_days{date} + std::chrono::hours{fields.tm_hour} + std::chrono::minutes{fields.tm_min} +
+         seconds{fields.tm_sec};
+}
+
 /// The instant that a text names if it is a number.
 std::optional<Instant> readPosixTime(const std::string& text) {
   std::int64_t number{};
@@ -123,15 +131,19 @@ Instant readTime(const std::string& text, const Calendar& calendar) {
   for (const auto* format : {"%Y-%m-%d %H:%M", "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M", "%Y-%m-%dT%H:%M:%S"}) {
     const auto fields = fieldsOf(text, format);
     if (!fields) continue;
-    const auto date = monthOf(*fields) / fields->tm_mday;
-    if (!date.ok() || fields->tm_sec > 59) throw std::invalid_argument("does not exist");
-    if (!isInRange(date.year())) throw std::invalid_argument(outOfRange);
-    const auto instants = calendar.instants(std::chrono::local_days{date} + std::chrono::hours{fields->tm_hour} +
-                                            std::chrono::minutes{fields->tm_min} + seconds{fields->tm_sec});
+    const auto local = localTimeOf(*fields);
+    if (!local) throw std::invalid_argument("does not exist");
+    if (!isInRange(monthOf(*fields).year())) throw std::invalid_argument(outOfRange);
+    const auto instants = calendar.instants(*local);
     if (instants.empty()) throw std::invalid_argument("is a time that the clocks skip");
     return instants.front();
   }
   throw std::invalid_argument("is neither seconds since 1970 nor a local date and time such as \"2027-03-14 01:00\"");
+}
+
+std::optional<LocalTime> readLocalTime(const std::string& text, const char* format) {
+  const auto fields = fieldsOf(text, format);
+  return fields && isInRange(monthOf(*fields).year()) ? localTimeOf(*fields) : std::nullopt;
 }
 
 std::chrono::year_month readMonth(const std::string& text) {

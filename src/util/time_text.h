@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,10 @@ std::string rfc3339(Instant instant, const Calendar& calendar);
 /// A duration, rounded down: in days from two days on, otherwise in its two largest units, such as "3 days",
 /// "1 day 4h", "2h 15min", "45min" and "30s"; "now" for none.
 std::string timeLeft(std::chrono::seconds left);
+
+/// A local date and time in a format of strptime(3) that has both. nullopt if the text does not match it from end to
+/// end, if there is no such time of day or date, and for years before 1970 and after 9998.
+std::optional<LocalTime> readLocalTime(const std::string& text, const char* format);
 
 // Both throw a std::invalid_argument with the rest of a sentence that begins with the text: "is not a month ...".
 

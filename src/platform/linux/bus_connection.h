@@ -39,6 +39,12 @@ class BusConnection {
     const char* member;
   };
 
+  static constexpr auto* managerInterface = "org.freedesktop.systemd1.Manager";
+  /// A method of the service manager (org.freedesktop.systemd1(5)).
+  static Method ofManager(const char* member) {
+    return {"org.freedesktop.systemd1", "/org/freedesktop/systemd1", managerInterface, member};
+  }
+
   /// Calls a method with arguments as sd_bus_message_append(3) takes them, and waits for the answer.
   template <class... Arguments>
   BusReply call(const Method& method, const char* types, Arguments... arguments) {

@@ -65,13 +65,14 @@ bool connectToJournal(int socket) {
 
 }  // namespace
 
-std::optional<JournalLog> JournalLog::find() {
+std::optional<JournalLog> JournalLog::find(std::string unit) {
   auto socket = std::make_unique<FileHandle>(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   if (!connectToJournal(socket->fileDescriptor())) return std::nullopt;
-  return JournalLog(std::move(socket));
+  return JournalLog(std::move(socket), unit.empty() ? userUnit() : std::move(unit));
 }
 
-JournalLog::JournalLog(std::unique_ptr<FileHandle> socket) : socket_(std::move(socket)), unit_(userUnit()) {}
+JournalLog::JournalLog(std::unique_ptr<FileHandle> socket, std::string unit)
+    : socket_(std::move(socket)), unit_(std::move(unit)) {}
 
 void JournalLog::write(LogLevel level, std::string_view subsystem, std::string_view category,
                        std::string_view message) {

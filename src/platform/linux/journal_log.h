@@ -19,17 +19,17 @@ namespace zt::platform {
 /// one second in all. libsystemd's own functions would wait for good, and the copies with them.
 class JournalLog final : public UnifiedLog {
  public:
-  /// nullopt if no journal accepts entries.
-  static std::optional<JournalLog> find();
+  /// nullopt if no journal accepts entries. With a `unit`, that is the user's unit among whose entries they are shown.
+  static std::optional<JournalLog> find(std::string unit = {});
 
   void write(LogLevel level, std::string_view subsystem, std::string_view category, std::string_view message) override;
 
  private:
-  explicit JournalLog(std::unique_ptr<FileHandle> socket);
+  JournalLog(std::unique_ptr<FileHandle> socket, std::string unit);
   void send(std::string_view entry);
 
-  std::unique_ptr<FileHandle> socket_;  ///< does not block
-  std::string unit_;                    ///< the user's unit that this process belongs to, or empty
+  std::unique_ptr<FileHandle> socket_;                                    ///< does not block
+  std::string unit_;                                                      ///< of the user; can be empty
   std::unique_ptr<std::mutex> sending_ = std::make_unique<std::mutex>();  ///< guards what follows
   std::chrono::milliseconds waitLeft_{1000};
 };

@@ -21,7 +21,6 @@ std::optional<SystemdLibrary> open() {
   find(functions.sd_bus_call_method_async, "sd_bus_call_method_async");
   find(functions.sd_bus_close_unref, "sd_bus_close_unref");
   find(functions.sd_bus_message_enter_container, "sd_bus_message_enter_container");
-  find(functions.sd_bus_message_exit_container, "sd_bus_message_exit_container");
   find(functions.sd_bus_message_get_errno, "sd_bus_message_get_errno");
   find(functions.sd_bus_message_get_error, "sd_bus_message_get_error");
   find(functions.sd_bus_message_is_signal, "sd_bus_message_is_signal");

@@ -15,7 +15,6 @@ struct SystemdLibrary {
   decltype(&::sd_bus_call_method_async) sd_bus_call_method_async;
   decltype(&::sd_bus_close_unref) sd_bus_close_unref;
   decltype(&::sd_bus_message_enter_container) sd_bus_message_enter_container;
-  decltype(&::sd_bus_message_exit_container) sd_bus_message_exit_container;
   decltype(&::sd_bus_message_get_errno) sd_bus_message_get_errno;
   decltype(&::sd_bus_message_get_error) sd_bus_message_get_error;
   decltype(&::sd_bus_message_is_signal) sd_bus_message_is_signal;

@@ -1,0 +1,86 @@
+#include <unistd.h>
+
+#include <algorithm>
+#include <cctype>
+#include <iostream>
+#include <span>
+#include <string>
+
+#include "platform/linux/journal_log.h"
+#include "platform/linux/process_setup.h"
+#include "platform/linux/system_calendar.h"
+#include "platform/linux/system_clock.h"
+#include "platform/linux/systemd_user_manager.h"
+#include "util/task_commands.h"
+#include "ztagent/agent.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace zt::platform;
+
+constexpr auto* usage = R"(usage: ZTAgent wake "MONTH/DAY/YEAR HOUR:MINUTE:SECOND"
+       ZTAgent cancel "MONTH/DAY/YEAR HOUR:MINUTE:SECOND"
+       ZTAgent sched
+       ZTAgent arm
+
+  wake    has the machine wake at that local time and start ztbackupbytime.service
+  cancel  takes that back
+  sched   lists what is set, one line each: [0] wake at 03/05/2027 07:03:00 by 'ZTAgent'
+  arm     has the machine wake for the next schedule in the crontab, if that is not set
+
+It ends with status 0, with 1 and a message when it could not do it, or with 2 when it is called wrongly.
+)";
+
+/// Whoever starts the agent may not keep its output. If no person sits in front of it, the message goes to the journal
+/// as well, among the entries of the service.
+void report(std::string message, LogLevel level) {
+  std::ranges::replace_if(
+      message, [](unsigned char character) { return std::iscntrl(character) != 0; }, ' ');
+  std::cerr << "ZTAgent: " << message << '\n';
+  if (::isatty(STDERR_FILENO) != 0) return;
+  if (auto journal = JournalLog::find("ztbackupbytime.service"))
+    journal->write(level, "com.velmorra.Zantrove.Helpers", "ZTAgent", message);
+}
+
+/// Gives whether the arguments are right.
+bool carryOut(zt::Agent& agent, std::span<char*> arguments) {
+  const std::string verb = arguments.empty() ? "" : arguments[0];
+  if (arguments.size() == 2 && verb == "wake") {
+    agent.wake(arguments[1]);
+  } else if (arguments.size() == 2 && verb == "cancel") {
+    agent.cancel(arguments[1]);
+  } else if (arguments.size() == 1 && verb == "sched") {
+    for (const auto& line : agent.list()) std::cout << line << '\n';
+  } else if (arguments.size() == 1 && verb == "arm") {
+    agent.arm();
+  } else if (arguments.size() == 1 && (verb == "--help" || verb == "-h")) {
+    std::cout << usage;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  setUpProcess();
+  const SystemClock clock;
+  const SystemCalendar calendar;
+  // For crontab, before the machine sleeps: that does not wait long.
+  zt::util::TaskCommands commands({.awakeTime = 2s, .bytes = std::size_t{16} * 1024 * 1024},
+                                  [](const std::string& line) { report(line, LogLevel::error); });
+  SystemdUserManager serviceManager;
+  zt::Agent agent({.clock = clock, .calendar = calendar, .commands = commands, .serviceManager = serviceManager});
+  try {
+    if (carryOut(agent, std::span(arguments, static_cast<std::size_t>(count)).subspan(1))) return 0;
+    std::cerr << usage;
+    return 2;
+  } catch (const zt::AgentFailure& failure) {
+    report(failure.what(), failure.level);
+  } catch (const ServiceManagerError& error) {
+    report(std::string("systemd does not list its timers. ") + error.what(), LogLevel::error);
+  }
+  return 1;
+}

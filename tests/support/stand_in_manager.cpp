@@ -1,0 +1,129 @@
+// stand_in_manager FOLDER: takes the place of the user's service manager, at FOLDER/systemd/private. Appends each
+// request to FOLDER/requests. Timers that are started wait until they are stopped. Jobs end with the result in
+// FOLDER/result, if that is there, or else "done".
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <systemd/sd-bus.h>
+#include <systemd/sd-id128.h>
+
+#include <filesystem>
+#include <fstream>
+#include <mutex>
+#include <set>
+#include <string>
+#include <thread>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+fs::path folder;
+std::mutex mutex;  // guards what follows
+std::set<std::string> timers;
+
+void record(const std::string& request) {
+  std::ofstream(folder / "requests", std::ios::app) << request << '\n';
+}
+
+void list(sd_bus_message* call) {
+  sd_bus_message* reply = nullptr;
+  sd_bus_message_new_method_return(call, &reply);
+  sd_bus_message_open_container(reply, 'a', "(ssssssouso)");
+  for (const auto& timer : timers) {
+    sd_bus_message_append(reply, "(ssssssouso)", timer.c_str(), "", "loaded", "active", "waiting", "", "/", 0, "", "/");
+  }
+  sd_bus_message_close_container(reply);
+  sd_bus_send(nullptr, reply, nullptr);
+  sd_bus_message_unref(reply);
+}
+
+void runJob(sd_bus_message* call, const std::string& method) {
+  const char* unit = nullptr;
+  sd_bus_message_read(call, "s", &unit);
+  std::string result = "done";
+  std::ifstream(folder / "result") >> result;
+  record(method + " " + unit);
+  if (method == "StopUnit") timers.erase(unit);
+  if (method == "StartUnit" && result == "done") timers.insert(unit);
+  sd_bus_reply_method_return(call, "o", "/job/1");
+  sd_bus_emit_signal(sd_bus_message_get_bus(call), "/org/freedesktop/systemd1", "org.freedesktop.systemd1.Manager",
+                     "JobRemoved", "uoss", 1, "/job/1", unit, result.c_str());
+}
+
+/// With the text properties and, in place of the others, their names.
+void startTransientUnit(sd_bus_message* call) {
+  const char* unit = nullptr;
+  const char* mode = nullptr;
+  sd_bus_message_read(call, "ss", &unit, &mode);
+  std::string request = std::string("StartTransientUnit ") + unit;
+  sd_bus_message_enter_container(call, 'a', "(sv)");
+  while (sd_bus_message_enter_container(call, 'r', "sv") > 0) {
+    const char* name = nullptr;
+    const char* type = nullptr;
+    const char* value = "";
+    sd_bus_message_read(call, "s", &name);
+    sd_bus_message_peek_type(call, nullptr, &type);
+    if (std::string(type) == "s") {
+      sd_bus_message_read(call, "v", "s", &value);
+    } else {
+      sd_bus_message_skip(call, "v");
+    }
+    request.append(" ").append(name).append("=").append(value);
+    sd_bus_message_exit_container(call);
+  }
+  record(request);
+  sd_bus_reply_method_return(call, "o", "/job/1");
+}
+
+int handle(sd_bus_message* message, void* /*userdata*/, sd_bus_error* /*error*/) {
+  const char* member = sd_bus_message_get_member(message);
+  if (sd_bus_message_is_method_call(message, nullptr, nullptr) <= 0 || member == nullptr) return 0;
+  const std::lock_guard lock(mutex);
+  const std::string method = member;
+  if (method == "ListUnitsByPatterns") {
+    record(method);
+    list(message);
+  } else if (method == "StartUnit" || method == "StopUnit") {
+    runJob(message, method);
+  } else if (method == "StartTransientUnit") {
+    startTransientUnit(message);
+  } else {
+    return 0;
+  }
+  return 1;
+}
+
+void serve(int connection) {
+  sd_bus* bus = nullptr;
+  sd_bus_new(&bus);
+  sd_bus_set_fd(bus, connection, connection);
+  sd_bus_set_server(bus, 1, SD_ID128_MAKE(1, 2, 3, 4, 5, 6, 7, 8, 9, a, b, c, d, e, f, 0));
+  sd_bus_start(bus);
+  sd_bus_add_filter(bus, nullptr, handle, nullptr);
+  for (;;) {
+    const int result = sd_bus_process(bus, nullptr);
+    if (result < 0 || (result == 0 && sd_bus_wait(bus, UINT64_MAX) < 0)) break;
+  }
+  sd_bus_flush_close_unref(bus);
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  if (count != 2) return 2;
+  folder = arguments[1];
+  const auto path = folder / "systemd/private";
+  fs::create_directories(path.parent_path());
+  const auto unfinished = fs::path(path) += "~";
+  sockaddr_un address = {.sun_family = AF_UNIX, .sun_path = {}};
+  unfinished.string().copy(static_cast<char*>(address.sun_path), sizeof(address.sun_path) - 1);
+  const int listener = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (::bind(listener, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0) return 1;
+  ::listen(listener, 10);
+  fs::rename(unfinished, path);  // once it is there, it accepts connections
+  for (;;) {
+    const int connection = ::accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+    if (connection >= 0) std::thread(serve, connection).detach();
+  }
+}
