@@ -57,7 +57,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     if (!word->empty()) judge_.wordHangs(word->front());
     return std::nullopt;
   }
-  void start(const Command& command) override {
+  void start(const Command& command, const std::string& /*description*/) override {
     const auto& url = command.arguments.front();
     machine_.note("copy started: " + url);
     judge_.copyStarted(machine_.now(), url);

@@ -71,7 +71,7 @@ int main(int count, char** arguments) {
   // For crontab, before the machine sleeps: that does not wait long.
   zt::util::TaskCommands commands({.awakeTime = 2s, .bytes = std::size_t{16} * 1024 * 1024},
                                   [](const std::string& line) { report(line, LogLevel::error); });
-  SystemdUserManager serviceManager;
+  SystemdUserManager serviceManager(20s);  // shorter than a run of the tool waits for the agent
   zt::Agent agent({.clock = clock, .calendar = calendar, .commands = commands, .serviceManager = serviceManager});
   try {
     if (carryOut(agent, std::span(arguments, static_cast<std::size_t>(count)).subspan(1))) return 0;

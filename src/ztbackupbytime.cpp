@@ -13,6 +13,7 @@
 #include "platform/linux/system_calendar.h"
 #include "platform/linux/system_clock.h"
 #include "platform/linux/system_file_manager.h"
+#include "platform/linux/user_scopes.h"
 #include "util/task_commands.h"
 
 int main() {
@@ -28,8 +29,8 @@ int main() {
   // A person at a terminal sees the run; a service manager gets entries with fields.
   auto journal = ::isatty(STDERR_FILENO) == 0 ? JournalLog::find() : std::nullopt;
   const LogSinks logSinks{.unified = journal ? &*journal : nullptr, .plain = plainLog};
-  zt::util::TaskCommands commands(zt::commandLimits,
-                                  [&](const std::string& line) { zt::toolLog(logSinks).default_(line); });
+  zt::util::TaskCommands commands(
+      zt::commandLimits, [&](const std::string& line) { zt::toolLog(logSinks).default_(line); }, moveToScope);
   AgentWakeEvents wakeEvents(commands, fileManager);
 
   return zt::run({.clock = clock,

@@ -9,6 +9,7 @@
 #include "logging/log_factory.h"
 #include "schedules/next_event.h"
 #include "schedules/wall_time.h"
+#include "util/text.h"
 #include "util/time_text.h"
 
 namespace zt {
@@ -26,6 +27,15 @@ std::string inSeconds(seconds duration) {
 }
 
 // The log messages are fixed, spelling included: people and programs search for them.
+
+/// What people call a copy: the last name of its path. The whole URL if that leaves nothing that can be printed.
+std::string copyName(const util::URL& url) {
+  const auto names = url.pathComponents();
+  const auto isControl = [](unsigned char character) { return character < ' ' || character == '\x7f'; };
+  const bool isPrintable =
+      !names.empty() && util::isValidUtf8(names.back()) && std::ranges::none_of(names.back(), isControl);
+  return isPrintable ? names.back() : url.absoluteString();
+}
 
 class MainLoop {
  public:
@@ -62,7 +72,7 @@ class MainLoop {
 
   void launchController(const util::URL& match) {
     log_.info("Spawning " + match.path());
-    services_.commands.start({controller_, {match.absoluteString()}});
+    services_.commands.start({controller_, {match.absoluteString()}}, "Copy of " + copyName(match));
   }
 
   /// The next events are searched from the minute that this pass has handled, not from the clock. So after a pass that

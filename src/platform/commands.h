@@ -26,8 +26,9 @@ class Commands {
   virtual std::optional<std::vector<std::string>> run(const Command& command) = 0;
 
   /// Starts a program and leaves it running, in a session of its own (setsid(2)): neither the keys nor the end of the
-  /// terminal that this process was started at reach it. It shares the standard streams of this process.
-  virtual void start(const Command& command) = 0;
+  /// terminal that this process was started at reach it. It shares the standard streams of this process. Where the
+  /// machine lists what is running, people see it under `description`, a line of printable UTF-8.
+  virtual void start(const Command& command, const std::string& description) = 0;
 };
 
 }  // namespace zt::platform

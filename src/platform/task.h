@@ -60,6 +60,9 @@ class Task {
   /// abort.
   void launch();
 
+  /// The number of the child's process; 0 before the launch.
+  std::int32_t processIdentifier() const;
+
   /// Blocks until the child has exited. Callable on any thread, any number of times. It waits for the launch as well,
   /// so for a task in a chain; a task that is never launched blocks it for good.
   void waitUntilExit();

@@ -26,12 +26,13 @@ std::optional<std::vector<std::string>> TaskCommands::run(const platform::Comman
   return std::nullopt;
 }
 
-void TaskCommands::start(const platform::Command& command) {
+void TaskCommands::start(const platform::Command& command, const std::string& description) {
   forgetEnded();
   if (!isTrusted(command)) return;
   started_.push_back(taskFor(command));
   started_.back().setGroup(platform::Task::Group::inOwnSession);
   spawn(started_.back());
+  if (reportStarted_) reportStarted_(started_.back().processIdentifier(), description);
 }
 
 bool TaskCommands::isTrusted(const platform::Command& command) const {

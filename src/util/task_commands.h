@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,10 +18,14 @@ class TaskCommands final : public platform::Commands {
   /// Receives one line about each command that was killed because it reached a limit, or was not started.
   using Report = std::function<void(const std::string& line)>;
 
-  TaskCommands(const Limits& limits, Report report) : limits_(limits), report_(std::move(report)) {}
+  /// Receives the process number of a program that start() has started, and its description. May not block.
+  using Started = std::function<void(std::int32_t process, const std::string& description)>;
+
+  TaskCommands(const Limits& limits, Report report, Started started = nullptr)
+      : limits_(limits), report_(std::move(report)), reportStarted_(std::move(started)) {}
 
   std::optional<std::vector<std::string>> run(const platform::Command& command) override;
-  void start(const platform::Command& command) override;
+  void start(const platform::Command& command, const std::string& description) override;
 
  private:
   bool isTrusted(const platform::Command& command) const;
@@ -29,6 +34,7 @@ class TaskCommands final : public platform::Commands {
 
   Limits limits_;
   Report report_;
+  Started reportStarted_;
   std::vector<platform::Task> started_;  ///< and not known to have exited
 };
 

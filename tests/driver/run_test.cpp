@@ -261,3 +261,13 @@ TEST(Run, UsesTheRunningApplicationThatWasStartedFirst) {
   EXPECT_EQ(used({"/home/First.app", "/home/Second.app"}), "INFO: Using Zantrove! from /home/First.app");
   EXPECT_EQ(used({std::nullopt, "/home/Second.app"}), "INFO: Using Zantrove! from /opt/Z.app") << "no location";
 }
+
+TEST(Run, NamesEachCopyAfterTheLastNameOfItsPath) {
+  FakeRun run;
+  run.crontab.emplace();
+  for (const auto* word : {"file:///a/Holiday%20plans/?b#c", "caf%C3%A9", "file:///", "a/%0A", "a/%FF", "file://host"})
+    run.crontab->push_back(lineAt("34", word));
+  EXPECT_EQ(run.runToEnd(), 0);
+  EXPECT_EQ(run.descriptions, (Texts{"Copy of Holiday plans", "Copy of café", "Copy of /", "Copy of a/%0A",
+                                     "Copy of a/%FF", "Copy of file://host"}));
+}

@@ -68,11 +68,13 @@ struct FakeCommands : Commands, virtual CallRecord {
     std::erase(word, '\\');
     return word.empty() ? Texts{} : Texts{word};
   }
-  void start(const Command& command) override {
+  void start(const Command& command, const std::string& description) override {
+    descriptions.push_back(description);
     if (!add("start " + command.path + " " + command.arguments.at(0))) throw EndOfProcess();
   }
 
   std::optional<Texts> crontab;
+  Texts descriptions;  ///< of what was started
   std::function<void()> duringFirstRun;
 };
 

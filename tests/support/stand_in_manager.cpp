@@ -51,31 +51,6 @@ void runJob(sd_bus_message* call, const std::string& method) {
                      "JobRemoved", "uoss", 1, "/job/1", unit, result.c_str());
 }
 
-/// With the text properties and, in place of the others, their names.
-void startTransientUnit(sd_bus_message* call) {
-  const char* unit = nullptr;
-  const char* mode = nullptr;
-  sd_bus_message_read(call, "ss", &unit, &mode);
-  std::string request = std::string("StartTransientUnit ") + unit;
-  sd_bus_message_enter_container(call, 'a', "(sv)");
-  while (sd_bus_message_enter_container(call, 'r', "sv") > 0) {
-    const char* name = nullptr;
-    const char* type = nullptr;
-    const char* value = "";
-    sd_bus_message_read(call, "s", &name);
-    sd_bus_message_peek_type(call, nullptr, &type);
-    if (std::string(type) == "s") {
-      sd_bus_message_read(call, "v", "s", &value);
-    } else {
-      sd_bus_message_skip(call, "v");
-    }
-    request.append(" ").append(name).append("=").append(value);
-    sd_bus_message_exit_container(call);
-  }
-  record(request);
-  sd_bus_reply_method_return(call, "o", "/job/1");
-}
-
 int handle(sd_bus_message* message, void* /*userdata*/, sd_bus_error* /*error*/) {
   const char* member = sd_bus_message_get_member(message);
   if (sd_bus_message_is_method_call(message, nullptr, nullptr) <= 0 || member == nullptr) return 0;
@@ -86,8 +61,6 @@ int handle(sd_bus_message* message, void* /*userdata*/, sd_bus_error* /*error*/)
     list(message);
   } else if (method == "StartUnit" || method == "StopUnit") {
     runJob(message, method);
-  } else if (method == "StartTransientUnit") {
-    startTransientUnit(message);
   } else {
     return 0;
   }

@@ -41,7 +41,8 @@ TEST_F(RunCommands, StartsProgramsInSessionsOfTheirOwnAndLeavesNoZombies) {
   // Field 6 of proc(5) is the session.
   const auto descriptor = std::to_string(pipe.fileHandleForWriting().fileDescriptor());
   const auto output = "/proc/" + std::to_string(::getpid()) + "/fd/" + descriptor;
-  commands.start(scriptCommand("read -r _ _ _ _ _ session _ < /proc/$$/stat; echo $((session - $$)) > " + output));
+  commands.start(scriptCommand("read -r _ _ _ _ _ session _ < /proc/$$/stat; echo $((session - $$)) > " + output),
+                 "a test");
   EXPECT_EQ(pipe.fileHandleForReading().availableData(), "0\n");
   siginfo_t child{};
   EXPECT_EQ(::waitid(P_ALL, 0, &child, WEXITED | WNOWAIT), 0);

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <utility>
 
 #include "platform/linux/systemd_library.h"
@@ -49,15 +48,6 @@ void append(std::string& entry, std::string_view name, std::string_view value) {
   entry.append(value) += '\n';
 }
 
-/// The user's unit that this process belongs to, or nothing.
-std::string userUnit() {
-  const auto* systemd = SystemdLibrary::load();
-  char* unit = nullptr;
-  if (systemd == nullptr || systemd->sd_pid_get_user_unit(0, &unit) < 0) return {};
-  const std::unique_ptr<char, decltype(&std::free)> owner(unit, std::free);
-  return unit;
-}
-
 bool connectToJournal(int socket) {
   const sockaddr_un journal = {.sun_family = AF_UNIX, .sun_path = "/run/systemd/journal/socket"};
   return ::connect(socket, reinterpret_cast<const sockaddr*>(&journal), sizeof(journal)) == 0;
@@ -68,7 +58,7 @@ bool connectToJournal(int socket) {
 std::optional<JournalLog> JournalLog::find(std::string unit) {
   auto socket = std::make_unique<FileHandle>(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
   if (!connectToJournal(socket->fileDescriptor())) return std::nullopt;
-  return JournalLog(std::move(socket), unit.empty() ? userUnit() : std::move(unit));
+  return JournalLog(std::move(socket), unit.empty() ? unitOfThisProcess() : std::move(unit));
 }
 
 JournalLog::JournalLog(std::unique_ptr<FileHandle> socket, std::string unit)

@@ -2,6 +2,8 @@
 
 #include <dlfcn.h>
 
+#include <cstdlib>
+#include <memory>
 #include <optional>
 
 namespace zt::platform {
@@ -43,6 +45,14 @@ std::optional<SystemdLibrary> open() {
 const SystemdLibrary* SystemdLibrary::load() {
   static const auto library = open();
   return library ? &*library : nullptr;
+}
+
+std::string unitOfThisProcess() {
+  const auto* systemd = SystemdLibrary::load();
+  char* unit = nullptr;
+  if (systemd == nullptr || systemd->sd_pid_get_user_unit(0, &unit) < 0) return {};
+  const std::unique_ptr<char, decltype(&std::free)> owner(unit, std::free);
+  return unit;
 }
 
 }  // namespace zt::platform

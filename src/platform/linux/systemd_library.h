@@ -3,6 +3,8 @@
 #include <systemd/sd-bus.h>
 #include <systemd/sd-login.h>
 
+#include <string>
+
 namespace zt::platform {
 
 /// The functions of libsystemd, under their own names. The library is loaded when it is first used: linked, it and its
@@ -30,5 +32,8 @@ struct SystemdLibrary {
   decltype(&::sd_bus_wait) sd_bus_wait;
   decltype(&::sd_pid_get_user_unit) sd_pid_get_user_unit;
 };
+
+/// The user's unit that this process belongs to. Empty if there is none, or no libsystemd.
+std::string unitOfThisProcess();
 
 }  // namespace zt::platform

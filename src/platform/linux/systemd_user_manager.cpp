@@ -6,11 +6,6 @@
 namespace zt::platform {
 namespace {
 
-using namespace std::chrono_literals;
-
-/// A run of the tool kills the agent after 30 seconds: this is short enough to say why.
-constexpr auto limit = 20s;
-
 void check(int result) {
   if (result < 0) throw ServiceManagerError(std::generic_category().message(-result) + ".");
 }
@@ -19,7 +14,7 @@ void check(int result) {
 
 BusConnection& SystemdUserManager::bus() {
   if (bus_) return *bus_;
-  BusConnection bus(limit);
+  BusConnection bus(limit_);
   if (const int result = bus.openUserManager(); result < 0) {
     throw ServiceManagerError(
         "The user's service manager cannot be reached: " + std::generic_category().message(-result) + ".");
@@ -60,19 +55,48 @@ std::vector<std::string> SystemdUserManager::waitingTimers() {
 }
 
 std::string SystemdUserManager::start(const std::string& unit) {
-  return runJob("StartUnit", unit);
+  return resultOf(call("StartUnit", "ss", unit.c_str(), "replace"));
 }
 
 std::string SystemdUserManager::stop(const std::string& unit) {
-  return runJob("StopUnit", unit);
+  return resultOf(call("StopUnit", "ss", unit.c_str(), "replace"));
 }
 
-std::string SystemdUserManager::runJob(const char* method, const std::string& unit) {
-  const auto reply = call(method, "ss", unit.c_str(), "replace");
+std::string SystemdUserManager::resultOf(const BusReply& reply) {
   const char* job = nullptr;
   check(bus().systemd().sd_bus_message_read(reply.message.get(), "o", &job));
   check(bus().wait([&] { return results_.contains(job); }));
   return results_[job];
+}
+
+void SystemdUserManager::startScope(const std::string& scope, const std::string& description, pid_t process) {
+  // Without delegation, attach() would be refused. No controllers are needed for it.
+  const auto result = resultOf(call("StartTransientUnit", "ssa(sv)a(sa(sv))", scope.c_str(), "fail", 4,  //
+                                    "PIDs", "au", 1, process,                                            //
+                                    "Description", "s", description.c_str(),                             //
+                                    "CollectMode", "s", "inactive-or-failed",                            //
+                                    "DelegateControllers", "as", 0,                                      //
+                                    0));
+  if (result != "done") throw ServiceManagerError("The result is '" + result + "'.");
+}
+
+void SystemdUserManager::attach(const std::string& scope, pid_t process) {
+  call("AttachProcessesToUnit", "ssau", scope.c_str(), "", 1, process);
+}
+
+std::vector<pid_t> SystemdUserManager::processes(const std::string& unit) {
+  const auto reply = call("GetUnitProcesses", "s", unit.c_str());
+  const auto& systemd = bus().systemd();
+  auto* const message = reply.message.get();
+  check(systemd.sd_bus_message_enter_container(message, 'a', "(sus)"));
+  std::vector<pid_t> processes;
+  for (;;) {
+    std::uint32_t process = 0;
+    const int result = systemd.sd_bus_message_read(message, "(sus)", nullptr, &process, nullptr);
+    check(result);
+    if (result == 0) return processes;
+    processes.push_back(static_cast<pid_t>(process));
+  }
 }
 
 bool SystemdUserManager::hasWakeClock() const {

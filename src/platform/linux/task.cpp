@@ -219,6 +219,10 @@ void Task::launch() {
   }).detach();
 }
 
+std::int32_t Task::processIdentifier() const {
+  return state_->processIdentifier;
+}
+
 void Task::waitUntilExit() {
   state_->processIdentifier.wait(0);
   const std::lock_guard lock(state_->waiting);
