@@ -134,7 +134,7 @@ TEST_F(Tool, ChoosesTheUsersOwnRunningApplication) {
   bash("cp --remove-destination /bin/true ~/ours" + program);  // as an update does
   expectUsed("ours");
 
-  bash("kill $(pidof Zantrove); rm -rf ~/Applications");
+  bash("kill $(pidof Zantrove); while readlink /proc/*/exe | grep -q Zantrove; do :; done; rm -rf ~/Applications");
   const auto outcome = run("");
   EXPECT_EQ(outcome.status, 1);
   EXPECT_TRUE(outcome.errors.back().ends_with(" ERROR: Couldn't find Zantrove! application"));
