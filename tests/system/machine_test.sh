@@ -1,22 +1,25 @@
 #!/bin/bash
-# machine_test.sh PACKAGE [--suspend] [--no-permission]: installs the package on this machine, and has a new user use it
-# for about seven minutes. Skips what the machine cannot do. Needs root. At the end it removes the user and the package;
-# it refuses to start if either is there already.
-#   --suspend        also suspends the machine, twice, and has it wake by itself: 14 minutes more
-#   --no-permission  does not give the user the right to wake the machine; before systemd 254
+# machine_test.sh PACKAGE [--suspend] [--no-permission] [--upgrade-from OLD]: installs the package on this machine, and
+# has new users use it for about nine minutes. Skips what the machine cannot do. Needs root. At the end it removes the
+# users and the package; it refuses to start if any of them is there already.
+#   --suspend           also suspends the machine, four times, and has it wake by itself: 26 minutes more
+#   --no-permission     does not give the user the right to wake the machine; before systemd 254
+#   --upgrade-from OLD  installs the package OLD first, and upgrades it when it has set its wake event
 set -u
 unset TZ  # the user's systemd knows only the machine's zone
 package=$(realpath "$1")
 cd "$(dirname "$(realpath "$0")")/../.." || exit
-suspend='' no_permission=''
-for option in "${@:2}"; do
-  case $option in
+suspend='' no_permission='' old=''
+while shift && [ $# -gt 0 ]; do
+  case $1 in
     --suspend) suspend=yes ;;
     --no-permission) no_permission=yes ;;
-    *) echo "unknown option $option" >&2; exit 2 ;;
+    --upgrade-from) shift; old=$(realpath "$1") ;;
+    *) echo "unknown option $1" >&2; exit 2 ;;
   esac
 done
 user=ztprobe
+others=(ztprobe2 ztprobe3)  # the first enables the timer as well, but has no application; the second does not
 masked=/etc/systemd/system/user@.service.d/ztbackupbytime.conf
 version=0  # of systemd; 0 without it
 [ ! -d /run/systemd/system ] || version=$(systemctl --version | sed -n '1s/^systemd \([0-9]*\).*/\1/p')
@@ -49,9 +52,10 @@ wait_until() { while [ "$(date +%s)" -lt "$1" ]; do sleep 0.2; done; }
 wait_for_first_seconds() { while [ "$(date +%-S)" -ge 40 ]; do sleep 1; done; }  # of a minute
 
 # The user
-as_user() {
-  runuser -u "$user" -- env -i HOME="$home" PATH="$PATH" XDG_RUNTIME_DIR="/run/user/$uid" LC_ALL=C.UTF-8 "$@"
+as() {  # as USER COMMAND...
+  runuser -u "$1" -- env -i HOME="/home/$1" PATH="$PATH" XDG_RUNTIME_DIR="/run/user/$(id -u "$1")" LC_ALL=C.UTF-8 "${@:2}"
 }
+as_user() { as "$user" "$@"; }
 systemd() { as_user systemctl --user "$@"; }
 line() {  # line INSTANT URL: a crontab line for each week
   printf '%s\t*\t*\t%s\tZTUtil %s\n' "$(date -d "@$1" '+%-M	%-H')" "$(date -d "@$1" +%w)" "$2"
@@ -69,7 +73,8 @@ set_timer() {  # set_timer UNIT [PROPERTY]: for tomorrow
 }
 wake_soon() { as_user ZTAgent wake "$(date -d '3 seconds' '+%-m/%-d/%Y %-H:%-M:%-S')"; }
 events() { as_user ZTAgent sched 2>&1; }
-only_event_is_at() { same "[0] wake at $(date -d "@$1" '+%m/%d/%Y %T') by 'ZTAgent'" "$(events)"; }
+event_at() { date -d "@$1" "+[0] wake at %m/%d/%Y %T by 'ZTAgent'"; }
+only_event_is_at() { same "$(event_at "$1")" "$(events)"; }
 entries() { as_user journalctl --user --unit ztbackupbytime --no-pager --output "$@"; }
 entry_has() {  # entry_has TEXT...: one entry of the journal has all texts in its JSON form
   local found text
@@ -88,16 +93,18 @@ starts() { sed -n "s|^start $1 ||p" "$home/copies" | xargs; }
 starts_once_at() { within "$1" "$(starts "$2")" $(($1 + 59)); }  # starts_once_at INSTANT URL
 
 refuse() { echo "$0: $1" >&2; exit 2; }
-! id "$user" > /dev/null 2>&1 || refuse "there is a user $user already"
+! id -- "$user" "${others[@]}" 2>&1 | grep -q ^uid || refuse "there is a user $user, or one of ${others[*]}, already"
 ! dpkg-query -W ztbackupbytime > /dev/null 2>&1 || refuse "ztbackupbytime is installed already: remove it first"
 [ ! "$no_permission" ] || [ ! -e "$masked" ] || refuse "$masked is there already"
 [ ! "$no_permission" ] || [ "$version" -lt 254 ] || refuse "since systemd 254 users may always wake the machine"
 leave_nothing() {
-  loginctl disable-linger "$user"
-  systemctl stop "user@$(id -u "$user").service"
-  pkill -KILL -u "$user"
-  crontab -r -u "$user"
-  userdel --remove "$user"
+  for user in "$user" "${others[@]}"; do
+    loginctl disable-linger "$user"
+    systemctl stop "user@$(id -u "$user").service"
+    pkill -KILL -u "$user"
+    crontab -r -u "$user"
+    userdel --remove "$user"
+  done
   [ ! "$no_permission" ] || { rm -f "$masked"; rmdir "${masked%/*}"; }
   dpkg --purge ztbackupbytime
 } > /dev/null 2>&1
@@ -106,13 +113,15 @@ trap leave_nothing EXIT
 # Installation
 if [ "$version" != 0 ]; then
   echo "This is systemd $version."
-  useradd --create-home --shell /bin/bash "$user" || exit
-  uid=$(id -u "$user") home=$(getent passwd "$user" | cut -d: -f6)
-  loginctl enable-linger "$user"
+  for name in "$user" "${others[@]}"; do
+    useradd --create-home --home-dir "/home/$name" --shell /bin/bash "$name" || exit
+    loginctl enable-linger "$name"
+  done
+  uid=$(id -u "$user") home=/home/$user
   check "a user's systemd runs" wait_for 60 systemctl is-active "user@$uid.service"
   [ ! "$no_permission" ] || { mkdir -p "${masked%/*}" && ln -s /dev/null "$masked"; }
 fi
-check "the package is installed" apt-get install -qq --no-install-recommends "$package"
+check "the package is installed" apt-get install -qq --no-install-recommends "${old:-$package}"
 [ "$failed" = 0 ] || finish
 start_as_nobody() { setpriv --reuid=65534 --regid=65534 --clear-groups env HOME=/nonexistent timeout 20 ztbackupbytime; }
 check "the tool starts" within 0 "$(start_as_nobody > /dev/null 2>&1; echo $?)" 1
@@ -171,9 +180,17 @@ if [ "$can_wake" ]; then
   check "a wake event is set for the first copy" only_event_is_at "$one"
 else
   skip "wake events: no timer of this user can wake this machine"
-  check "the journal has the reason" entry_has '"CATEGORY":"ZTAgent"' '"PRIORITY":"3"' "could not arm the timer"
+  check "the journal has the reason" entry_has '"CATEGORY":"ZTAgent"' "could not arm the timer"
   [ ! "$no_permission" ] ||
     check "the journal has the remedy" entry_has CAP_WAKE_ALARM "systemctl restart user@$uid.service"
+fi
+if [ "$old" ]; then
+  start=$(last_start)
+  check "the package is upgraded" apt-get install -qq "$package"
+  sleep 2
+  check "the upgrade started no run" same "$start inactive active" \
+    "$(last_start) $(state) $(systemd is-active ztbackupbytime.timer)"
+  [ ! "$can_wake" ] || check "the wake event of the old package remains" only_event_is_at "$one"
 fi
 
 echo "The copies are due at $(date -d "@$one" +%T) and $(date -d "@$two" +%T)."
@@ -211,6 +228,11 @@ if [ "$can_wake" ]; then
   wait_for 30 rests
   check "that wake event is replaced by tomorrow's" only_event_is_at $((tomorrow + 60))
 fi
+for name in "${others[@]}"; do line "$tomorrow" file:///four | crontab -u "$name" -; done
+as "${others[0]}" systemctl --user --quiet enable --now ztbackupbytime.timer
+systemctl start ztbackupbytime-before-sleep.service
+check "before sleep only users of the timer get a wake event" \
+  same "${can_wake:+$(event_at "$tomorrow")}" "$(for name in "${others[@]}"; do as "$name" ZTAgent sched; done)"
 for message in "Found 1 matching schedules." "Power asssertion created - createdAssertion = 0"; do
   check "the journal has \"$message\"" entry_has "\"MESSAGE\":\"$message\"" '"PRIORITY":"6"' \
     '"SUBSYSTEM":"com.velmorra.Zantrove.Helpers"' '"CATEGORY":"ztbackupbytime"' '"SYSLOG_IDENTIFIER":"ztbackupbytime"' \
@@ -222,19 +244,36 @@ check "the longest was a minute" within 58 "$(pauses | sort -n | tail -n 1)" 63
 # Suspended
 sleeps() { cat /sys/power/suspend_stats/success; }
 has_slept() { [ "$(sleeps)" -gt "$slept_before" ]; }
-waits() { entries cat --lines 1 | grep -q "setting wake" && only_event_is_at "$due"; }
-go_to_sleep() {  # go_to_sleep rests|waits: between two runs, or in one that has set the event and waits for its end
+last_entry() { entries cat --lines 1 | grep -q "$1"; }
+waits() { last_entry "setting wake" && only_event_is_at "$due"; }
+stays() { last_entry "Sleeping for" && same "" "$(events)"; }
+go_to_sleep() {  # go_to_sleep rests|waits|stays|changed: between two runs, in one that has set the event and waits for
+                 # its end, in one that stays for the minute of the copy, or when the crontab has just been changed
   wait_for_first_seconds
-  due=$(minute_after 4) after=$(minute_after 7)
-  { line "$due" "file:///asleep/$1"; line "$after" "file:///after/$1"; } | crontab -u "$user" -
+  due=$(minute_after 4) after=$(minute_after 6)
+  local crontab first=$due
+  crontab=$(line "$due" "file:///asleep/$1"; line "$after" "file:///after/$1")
+  [ "$1" != changed ] || first=$after
+  tail -n +$((first == due ? 1 : 2)) <<< "$crontab" | crontab -u "$user" -
   if [ "$can_wake" ]; then
-    check "the wake event is set" wait_for 90 only_event_is_at "$due"
+    check "the wake event is set" wait_for 90 only_event_is_at "$first"
   else
     wait_for 90 runs
     echo $((due + 75)) > /sys/class/rtc/rtc0/wakealarm  # somebody wakes it, too late for the copy
   fi
-  wait_for 90 "$1"
-  echo "Going to sleep at $(date +%T). A copy is due at $(date -d "@$due" +%T)."
+  case $1 in
+    rests | waits) wait_for 90 "$1" ;;
+    stays)
+      wait_until $((due - 50))
+      systemd --no-block start ztbackupbytime.service
+      check "a run stays for the copy, and has set no wake event" wait_for 15 stays
+      ;;
+    changed)
+      wait_for 90 runs; wait_for 30 rests  # the next run is a minute away now
+      crontab -u "$user" - <<< "$crontab"
+      ;;
+  esac
+  echo "Going to sleep at $(date +%T): $1. A copy is due at $(date -d "@$due" +%T)."
   slept_before=$(sleeps)
   systemctl suspend
   check "the machine slept and is awake again" wait_for 400 has_slept
@@ -254,19 +293,37 @@ if [ ! "$suspend" ]; then
 elif ! grep -qw mem /sys/power/state; then
   skip "suspend: this machine cannot"
 else
-  go_to_sleep rests
-  [ ! "$can_wake" ] || go_to_sleep waits
+  for when in rests ${can_wake:+waits stays changed}; do go_to_sleep "$when"; done
 fi
 
-# The end
+# Without the timer
 systemd --no-block start ztbackupbytime.service
 wait_for 5 runs && sleep 2
 systemd --quiet disable --now ztbackupbytime.timer
 check "timers of others remain" same "active active" "$(systemd is-active foreign.timer ZTAgent-foreign.timer | xargs)"
-if [ "$can_wake" ]; then
-  check "stopping the timer cancels the wake event" same "" "$(events)"
-  wait_for 30 rests
-  wake_soon
-  check "without the timer a wake event starts nothing" same "" "$(wait_for 8 runs && echo started)"
-fi
+check "stopping the timer cancels the wake event" same "" "$(events)"
+wait_for 30 rests
+check "without the timer no wake event can be set" grep -q "timer is not active" <(wake_soon 2>&1)
+
+# Without the package
+ends() { entries cat | grep -c "Heading out"; }
+ends_after() { [ "$(ends)" -gt "$1" ]; }
+systemctl --quiet --global enable ztbackupbytime.timer
+systemd --quiet enable --now ztbackupbytime.timer
+as "${others[1]}" systemctl --user --quiet enable ztbackupbytime.timer
+loginctl disable-linger "${others[1]}"
+systemctl stop "user@$(id -u "${others[1]}").service"
+wait_for 5 runs && sleep 2
+before=$(ends)
+check "the package is removed" dpkg --purge ztbackupbytime
+check "the run in progress finishes" wait_for 15 ends_after "$before"
+sleep 1
+check "no timer and no wake event remains" same "" "$(for name in "$user" "${others[0]}"; do
+  as "$name" systemctl --user list-units --all --plain --no-legend 'ztbackupbytime*' 'ZTAgent-[0-9]*'
+done)"
+check "no link remains" same "" \
+  "$(find "$home" "${others[@]/#//home/}" /etc/systemd/user /usr/lib/systemd -name 'ztbackupbytime*')"
+before=$(entries cat | wc -l)
+sleep 65
+check "nothing runs any more" same "$before" "$(entries cat | wc -l)"
 finish
