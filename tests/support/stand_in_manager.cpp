@@ -71,7 +71,7 @@ void serve(int connection) {
   sd_bus* bus = nullptr;
   sd_bus_new(&bus);
   sd_bus_set_fd(bus, connection, connection);
-  sd_bus_set_server(bus, 1, SD_ID128_MAKE(1, 2, 3, 4, 5, 6, 7, 8, 9, a, b, c, d, e, f, 0));
+  sd_bus_set_server(bus, 1, sd_id128_t{});
   sd_bus_start(bus);
   sd_bus_add_filter(bus, nullptr, handle, nullptr);
   for (;;) {
