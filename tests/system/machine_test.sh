@@ -8,7 +8,6 @@
 set -u
 unset TZ  # the user's systemd knows only the machine's zone
 package=$(realpath "$1")
-cd "$(dirname "$(realpath "$0")")/../.." || exit
 suspend='' no_permission='' old=''
 while shift && [ $# -gt 0 ]; do
   case $1 in
@@ -18,6 +17,7 @@ while shift && [ $# -gt 0 ]; do
     *) echo "unknown option $1" >&2; exit 2 ;;
   esac
 done
+cd "$(dirname "$(realpath "$0")")/../.." || exit
 user=ztprobe
 others=(ztprobe2 ztprobe3)  # the first enables the timer as well, but has no application; the second does not
 masked=/etc/systemd/system/user@.service.d/ztbackupbytime.conf
@@ -146,8 +146,9 @@ cp -R demo/Zantrove.app "$home/Applications/"
 ln -sf /usr/bin/ZTAgent "$contents/MacOS/ZTAgent"
 cat > "$contents/Helpers/ztautomatedcopycontroller" <<'TEXT'
 #!/bin/bash
+trap 'sleep 2; echo "finish $1" >> ~/copies; exit' TERM
 echo "start $1 $(date +%s)" >> ~/copies
-sleep 180
+sleep 180 & wait
 echo "end $1 $(date +%s)" >> ~/copies
 TEXT
 chown -R "$user:" "$home/Applications"
@@ -199,6 +200,8 @@ check "the first copy started once, in its minute" starts_once_at "$one" file://
 check "the second copy started once, in its minute" starts_once_at "$two" file:///two
 check "the run ends" wait_for 30 rests
 check "both controllers are still running" same 2 "$(pgrep -u "$user" -fc "^/bin/bash $contents/Helpers/")"
+check "systemd lists both as scopes" same "Copy of one Copy of two" \
+  "$(systemd list-units --plain --no-legend 'ztbackupbytime-copy-*.scope' | grep -o 'Copy of .*' | sort | xargs)"
 [ ! "$can_wake" ] || check "the wake event is replaced by tomorrow's" only_event_is_at "$tomorrow"
 
 # In the minute of the second copy a further run would start it again.
@@ -238,6 +241,7 @@ for message in "Found 1 matching schedules." "Power asssertion created - created
     '"SUBSYSTEM":"com.velmorra.Zantrove.Helpers"' '"CATEGORY":"ztbackupbytime"' '"SYSLOG_IDENTIFIER":"ztbackupbytime"' \
     '"_SYSTEMD_USER_UNIT":"ztbackupbytime.service"'
 done
+check "no process is reported as left over" same 0 "$(entries cat | grep -c left-over)"
 check "there were at least three pauses between runs" within 3 "$(pauses | wc -l)" 20
 check "the longest was a minute" within 58 "$(pauses | sort -n | tail -n 1)" 63
 
@@ -305,6 +309,16 @@ check "stopping the timer cancels the wake event" same "" "$(events)"
 wait_for 30 rests
 check "without the timer no wake event can be set" grep -q "timer is not active" <(wake_soon 2>&1)
 
+# A copy when the user's systemd ends
+wait_for_first_seconds
+line "$(date +%s)" file:///last | crontab -u "$user" -
+systemd --no-block start ztbackupbytime.service
+wait_for 15 grep -q file:///last "$home/copies" && sleep 2
+systemctl stop "user@$uid.service"
+check "a copy gets SIGTERM and time to finish" grep -q "finish file:///last" "$home/copies"
+systemctl start "user@$uid.service"
+wait_for 60 systemd is-active default.target
+
 # Without the package
 ends() { entries cat | grep -c "Heading out"; }
 ends_after() { [ "$(ends)" -gt "$1" ]; }
@@ -318,8 +332,8 @@ before=$(ends)
 check "the package is removed" dpkg --purge ztbackupbytime
 check "the run in progress finishes" wait_for 15 ends_after "$before"
 sleep 1
-check "no timer and no wake event remains" same "" "$(for name in "$user" "${others[0]}"; do
-  as "$name" systemctl --user list-units --all --plain --no-legend 'ztbackupbytime*' 'ZTAgent-[0-9]*'
+check "no timer, wake event or failed run remains" same "" "$(for name in "$user" "${others[0]}"; do
+  as "$name" systemctl --user list-units --all --plain --no-legend 'ztbackupbytime*.[!s]*' ztbackupbytime.service
 done)"
 check "no link remains" same "" \
   "$(find "$home" "${others[@]/#//home/}" /etc/systemd/user /usr/lib/systemd -name 'ztbackupbytime*')"
