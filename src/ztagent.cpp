@@ -5,9 +5,11 @@
 #include <iostream>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "platform/linux/journal_log.h"
 #include "platform/linux/process_setup.h"
+#include "platform/linux/sleep_watch.h"
 #include "platform/linux/system_calendar.h"
 #include "platform/linux/system_clock.h"
 #include "platform/linux/systemd_user_manager.h"
@@ -22,12 +24,13 @@ using namespace zt::platform;
 constexpr auto* usage = R"(usage: ZTAgent wake "MONTH/DAY/YEAR HOUR:MINUTE:SECOND"
        ZTAgent cancel "MONTH/DAY/YEAR HOUR:MINUTE:SECOND"
        ZTAgent sched
-       ZTAgent arm
+       ZTAgent arm [--until-asleep]
 
   wake    has the machine wake at that local time and start ztbackupbytime.service
   cancel  takes that back
   sched   lists what is set, one line each: [0] wake at 03/05/2027 07:03:00 by 'ZTAgent'
-  arm     has the machine wake for the next schedule in the crontab, if that is not set
+  arm     has the machine wake for the next schedule in the crontab, if that is not set;
+          with --until-asleep again and again, until the machine has slept, but for 15 seconds at most
 
 It ends with status 0, with 1 and a message when it could not do it, or with 2 when it is called wrongly.
 )";
@@ -43,6 +46,15 @@ void report(std::string message, LogLevel level) {
     journal->write(level, "com.velmorra.Zantrove.Helpers", "ZTAgent", message);
 }
 
+/// The machine waits for the first time only. Until it is asleep, a run can begin that cancels the event and stays for
+/// the next minute, and the crontab can change.
+void armUntilAsleep(zt::Agent& agent) {
+  agent.arm();
+  notifyReady();
+  const SleepWatch watch(15s);
+  while (watch.pause(200ms)) agent.arm();
+}
+
 /// Gives whether the arguments are right.
 bool carryOut(zt::Agent& agent, std::span<char*> arguments) {
   const std::string verb = arguments.empty() ? "" : arguments[0];
@@ -54,6 +66,8 @@ bool carryOut(zt::Agent& agent, std::span<char*> arguments) {
     for (const auto& line : agent.list()) std::cout << line << '\n';
   } else if (arguments.size() == 1 && verb == "arm") {
     agent.arm();
+  } else if (arguments.size() == 2 && verb == "arm" && arguments[1] == std::string_view("--until-asleep")) {
+    armUntilAsleep(agent);
   } else if (arguments.size() == 1 && (verb == "--help" || verb == "-h")) {
     std::cout << usage;
   } else {

@@ -4,7 +4,8 @@
 
 struct AgentProgram : PrivateMachine {
   AgentProgram() {
-    bash("mkdir ~/run; " STAND_IN_MANAGER " ~/run &> /dev/null & until [ -S ~/run/systemd/private ]; do :; done");
+    bash("mkdir ~/run; " STAND_IN_MANAGER
+         " ~/run &> /dev/null & for i in {1..100}; do [ -S ~/run/systemd/private ] && break; sleep 0.05; done");
   }
 
   /// Runs the agent. Gives what it prints, its exit status, and the requests.
@@ -37,6 +38,15 @@ TEST_F(AgentProgram, AsksTheServiceManager) {
   for (const auto* wrong : {"", "wake", "wake a b", "sched a", "arm a", "WAKE a", "--help a"}) {
     EXPECT_EQ(run(std::string(wrong) + " 2> /dev/null"), Texts{"2"}) << wrong;
   }
+}
+
+TEST_F(AgentProgram, SetsTheEventAgainUntilTheMachineIsAsleep) {
+  const auto printed = run("sched", R"sh(
+    printf '3\t7\t*\t*\t*\tZTUtil file:///a\n' | crontab -
+    agent=)sh" AGENT R"sh(
+    cancel() { sleep 0.6; $agent cancel "$($agent sched | cut -d ' ' -f 4,5)"; }
+    $agent arm --until-asleep & cancel; cancel; sleep 0.6; kill $!)sh");
+  EXPECT_TRUE(printed.front().ends_with(" 07:03:00 by 'ZTAgent'")) << printed.front();
 }
 
 TEST_F(AgentProgram, WritesItsFailureToTheJournalUnlessAPersonSeesIt) {

@@ -36,6 +36,7 @@ std::optional<SystemdLibrary> open() {
   find(functions.sd_bus_slot_unref, "sd_bus_slot_unref");
   find(functions.sd_bus_start, "sd_bus_start");
   find(functions.sd_bus_wait, "sd_bus_wait");
+  find(functions.sd_notify, "sd_notify");
   find(functions.sd_pid_get_user_unit, "sd_pid_get_user_unit");
   return complete ? std::optional(functions) : std::nullopt;
 }
@@ -45,6 +46,10 @@ std::optional<SystemdLibrary> open() {
 const SystemdLibrary* SystemdLibrary::load() {
   static const auto library = open();
   return library ? &*library : nullptr;
+}
+
+void notifyReady() {
+  if (const auto* systemd = SystemdLibrary::load()) systemd->sd_notify(0, "READY=1");
 }
 
 std::string unitOfThisProcess() {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <systemd/sd-bus.h>
+#include <systemd/sd-daemon.h>
 #include <systemd/sd-login.h>
 
 #include <string>
@@ -30,8 +31,12 @@ struct SystemdLibrary {
   decltype(&::sd_bus_slot_unref) sd_bus_slot_unref;
   decltype(&::sd_bus_start) sd_bus_start;
   decltype(&::sd_bus_wait) sd_bus_wait;
+  decltype(&::sd_notify) sd_notify;
   decltype(&::sd_pid_get_user_unit) sd_pid_get_user_unit;
 };
+
+/// Tells the service manager that this service has started, if it is of the type that does (sd_notify(3)).
+void notifyReady();
 
 /// The user's unit that this process belongs to. Empty if there is none, or no libsystemd.
 std::string unitOfThisProcess();
