@@ -20,10 +20,10 @@ class ServiceManager {
   /// The names of the timers that wait for their time, in no order.
   virtual std::vector<std::string> waitingTimers() = 0;
 
-  /// Starts or stops a unit, and waits for that. Gives the result of the job: "done", or for example "failed" or
-  /// "dependency". Starting an active unit changes nothing.
-  virtual std::string start(const std::string& unit) = 0;
-  virtual std::string stop(const std::string& unit) = 0;
+  /// Starts a unit. Gives whether it is active then. Starting an active unit changes nothing.
+  virtual bool start(const std::string& unit) = 0;
+  virtual void stop(const std::string& unit) = 0;
+  virtual bool isActive(const std::string& unit) = 0;
 
   /// Whether the machine has a clock that can wake it from suspend.
   virtual bool hasWakeClock() const = 0;

@@ -26,23 +26,24 @@ AgentFailure noEvent(LocalTime time, const std::string& reason) {
   return AgentFailure("no wake event at " + shown(time) + reason);
 }
 
-/// Why arming a timer failed. systemd does not say so; this is what it usually is, and what to do about it.
-AgentFailure notArmed(LocalTime time, const std::string& result, bool hasWakeClock) {
-  const std::string what = ": systemd could not arm the timer. ";
-  if (result == "dependency")
-    return noEvent(time, what + "ztbackupbytime.timer is not active; without it nothing is copied.");
-  if (result != "failed") return noEvent(time, what + "The result is '" + result + "'.");
-  if (hasWakeClock) {
-    return noEvent(time, what +
-                             "The user's service manager may lack the right to wake the machine (CAP_WAKE_ALARM). "
-                             "Before systemd 254 it comes from the file user@.service.d/ztbackupbytime.conf of the "
-                             "package and is there after a restart of the machine, or 'systemctl restart user@" +
-                             std::to_string(::getuid()) +
-                             ".service' as root. Until then copies are made while the machine is awake.");
-  }
-  return AgentFailure("no wake event at " + shown(time) + what +
-                          "This machine has no clock that could wake it; copies are made while it is awake.",
-                      platform::LogLevel::default_);
+constexpr auto* periodicTimer = "ztbackupbytime.timer";
+
+/// Why a timer is not active although it has been started. systemd does not say so; this is what it usually is, and
+/// what to do about it.
+AgentFailure notArmed(LocalTime time, platform::ServiceManager& serviceManager) {
+  const auto failure = [&](const std::string& reason, platform::LogLevel level = platform::LogLevel::error) {
+    return AgentFailure("no wake event at " + shown(time) + ": systemd could not arm the timer. " + reason, level);
+  };
+  if (!serviceManager.isActive(periodicTimer))
+    return failure(std::string(periodicTimer) + " is not active; without it nothing is copied.");
+  if (!serviceManager.hasWakeClock())
+    return failure("This machine has no clock that could wake it; copies are made while it is awake.",
+                   platform::LogLevel::default_);
+  return failure(
+      "The user's service manager may lack the right to wake the machine (CAP_WAKE_ALARM). Before systemd 254 it comes "
+      "from the file user@.service.d/ztbackupbytime.conf of the package and is there after a restart of the machine, "
+      "or 'systemctl restart user@" +
+      std::to_string(::getuid()) + ".service' as root. Until then copies are made while the machine is awake.");
 }
 
 }  // namespace
@@ -60,8 +61,7 @@ void Agent::wake(const std::string& time) {
 void Agent::set(Instant instant) {
   const LocalTime local = services_.calendar.localTime(instant);
   try {
-    const auto result = services_.serviceManager.start(wakeTimer(instant));
-    if (result != "done") throw notArmed(local, result, services_.serviceManager.hasWakeClock());
+    if (!services_.serviceManager.start(wakeTimer(instant))) throw notArmed(local, services_.serviceManager);
   } catch (const platform::ServiceManagerError& error) {
     throw noEvent(local, std::string(": systemd could not arm the timer. ") + error.what());
   }

@@ -1,6 +1,6 @@
 // stand_in_manager FOLDER: takes the place of the user's service manager, at FOLDER/systemd/private. Appends each
-// request to FOLDER/requests. Timers that are started wait until they are stopped. Jobs end with the result in
-// FOLDER/result, if that is there, or else "done".
+// request to FOLDER/requests. Timers that are started wait until they are stopped. With a file FOLDER/fail, none can be
+// started.
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -26,29 +26,17 @@ void record(const std::string& request) {
   std::ofstream(folder / "requests", std::ios::app) << request << '\n';
 }
 
-void list(sd_bus_message* call) {
+void list(sd_bus_message* call, const std::set<std::string>& units) {
   sd_bus_message* reply = nullptr;
   sd_bus_message_new_method_return(call, &reply);
   sd_bus_message_open_container(reply, 'a', "(ssssssouso)");
-  for (const auto& timer : timers) {
-    sd_bus_message_append(reply, "(ssssssouso)", timer.c_str(), "", "loaded", "active", "waiting", "", "/", 0, "", "/");
+  for (const auto& unit : units) {
+    const char* state = timers.contains(unit) ? "active" : "inactive";
+    sd_bus_message_append(reply, "(ssssssouso)", unit.c_str(), "", "loaded", state, "", "", "/", 0, "", "/");
   }
   sd_bus_message_close_container(reply);
   sd_bus_send(nullptr, reply, nullptr);
   sd_bus_message_unref(reply);
-}
-
-void runJob(sd_bus_message* call, const std::string& method) {
-  const char* unit = nullptr;
-  sd_bus_message_read(call, "s", &unit);
-  std::string result = "done";
-  std::ifstream(folder / "result") >> result;
-  record(method + " " + unit);
-  if (method == "StopUnit") timers.erase(unit);
-  if (method == "StartUnit" && result == "done") timers.insert(unit);
-  sd_bus_reply_method_return(call, "o", "/job/1");
-  sd_bus_emit_signal(sd_bus_message_get_bus(call), "/org/freedesktop/systemd1", "org.freedesktop.systemd1.Manager",
-                     "JobRemoved", "uoss", 1, "/job/1", unit, result.c_str());
 }
 
 int handle(sd_bus_message* message, void* /*userdata*/, sd_bus_error* /*error*/) {
@@ -56,11 +44,20 @@ int handle(sd_bus_message* message, void* /*userdata*/, sd_bus_error* /*error*/)
   if (sd_bus_message_is_method_call(message, nullptr, nullptr) <= 0 || member == nullptr) return 0;
   const std::lock_guard lock(mutex);
   const std::string method = member;
+  const char* unit = nullptr;
   if (method == "ListUnitsByPatterns") {
     record(method);
-    list(message);
+    list(message, timers);
+  } else if (method == "ListUnitsByNames") {
+    sd_bus_message_enter_container(message, 'a', "s");
+    sd_bus_message_read(message, "s", &unit);
+    list(message, {unit});
   } else if (method == "StartUnit" || method == "StopUnit") {
-    runJob(message, method);
+    sd_bus_message_read(message, "s", &unit);
+    record(method + " " + unit);
+    if (method == "StopUnit") timers.erase(unit);
+    if (method == "StartUnit" && !fs::exists(folder / "fail")) timers.insert(unit);
+    sd_bus_reply_method_return(message, "o", "/job/1");
   } else {
     return 0;
   }

@@ -28,8 +28,11 @@ TEST_F(AgentProgram, AsksTheServiceManager) {
   EXPECT_EQ(run("cancel '03/05/2097 07:03:00'"), (Texts{none + " is cancelled: none is set.", "1", list}));
   EXPECT_EQ(run("arm", "printf '3\\t7\\t*\\t*\\t*\\tZTUtil file:///a\\n' | crontab -").at(1), list);
   EXPECT_EQ(run("sched").front().substr(23), "07:03:00 by 'ZTAgent'");
-  EXPECT_EQ(run("wake '3/5/2097 7:3:00'", "echo timeout > ~/run/result"),
-            (Texts{none + ": systemd could not arm the timer. The result is 'timeout'.", "1", "StartUnit " + timer}));
+  EXPECT_EQ(
+      run("wake '3/5/2097 7:3:00'", "touch ~/run/fail"),
+      (Texts{none + ": systemd could not arm the timer. ztbackupbytime.timer is not active; without it nothing is "
+                    "copied.",
+             "1", "StartUnit " + timer}));
 
   const std::string unreachable =
       "ZTAgent: systemd does not list its timers. The user's service manager cannot be reached: ";

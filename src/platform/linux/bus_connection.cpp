@@ -50,13 +50,16 @@ int BusConnection::openSystemBus() {
 }
 
 int BusConnection::openUserManager() {
-  const int socket = connectTo(runtimeFolder() + "/systemd/private");
+  int socket = connectTo(runtimeFolder() + "/bus");
+  const bool isBus = socket >= 0;
+  if (!isBus) socket = connectTo(runtimeFolder() + "/systemd/private");
   if (socket < 0) return socket;
   systemd_ = SystemdLibrary::load();
   sd_bus* opened = nullptr;
   int result = systemd_ == nullptr ? -ELIBACC : systemd_->sd_bus_new(&opened);
   if (result >= 0) result = systemd_->sd_bus_set_fd(opened, socket, socket);
   if (result < 0) ::close(socket);  // otherwise the connection owns it
+  if (result >= 0) result = systemd_->sd_bus_set_bus_client(opened, isBus ? 1 : 0);
   if (result >= 0) result = systemd_->sd_bus_start(opened);
   return own(opened, result);
 }
@@ -74,7 +77,7 @@ int BusConnection::takeAnswer(sd_bus_message* message, void* answer, sd_bus_erro
 }
 
 BusReply BusConnection::await(int result, sd_bus_slot* slot, const std::shared_ptr<sd_bus_message>& answer) {
-  if (result >= 0) result = wait([&] { return answer != nullptr; });
+  if (result >= 0) result = waitFor(answer);
   if (slot != nullptr) systemd_->sd_bus_slot_unref(slot);
   if (result < 0) return failed(result);
   const int error = systemd_->sd_bus_message_get_errno(answer.get());
@@ -83,16 +86,8 @@ BusReply BusConnection::await(int result, sd_bus_slot* slot, const std::shared_p
   return text == nullptr ? failed(-error) : BusReply{.result = -error, .error = text};
 }
 
-int BusConnection::addFilter(std::function<void(sd_bus_message*)>& handle) {
-  const auto callback = [](sd_bus_message* message, void* userdata, sd_bus_error*) {
-    (*static_cast<std::function<void(sd_bus_message*)>*>(userdata))(message);
-    return 0;
-  };
-  return systemd_->sd_bus_add_filter(bus_.get(), nullptr, callback, &handle);
-}
-
-int BusConnection::wait(const std::function<bool()>& isDone) {
-  while (!isDone()) {
+int BusConnection::waitFor(const std::shared_ptr<sd_bus_message>& answer) {
+  while (answer == nullptr) {
     const auto left = std::chrono::floor<microseconds>(end_ - steady_clock::now());
     if (left <= microseconds::zero()) return -ETIMEDOUT;
     int result = systemd_->sd_bus_process(bus_.get(), nullptr);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <chrono>
-#include <functional>
 #include <memory>
 #include <string>
 
@@ -27,7 +26,8 @@ class BusConnection {
   // libsystemd, and others.
 
   int openSystemBus();
-  /// The socket of the user's service manager itself, which systemctl(1) uses as well. It needs no bus, and no
+  /// The bus of the user whose service manager this is, or else the manager's own socket. That one would always do, and
+  /// systemctl(1) uses it first, but each connection to it costs the manager several times as much. Neither needs
   /// XDG_RUNTIME_DIR, which cron does not set.
   int openUserManager();
 
@@ -56,17 +56,13 @@ class BusConnection {
     return await(result, slot, answer);
   }
 
-  /// Has `handle` called for each message that arrives and is no answer, while this waits. It has to outlive this.
-  int addFilter(std::function<void(sd_bus_message*)>& handle);
-
-  /// Waits until `isDone`. Gives 0 or a negative errno.
-  int wait(const std::function<bool()>& isDone);
-
   /// The library, once a connection is open.
   const SystemdLibrary& systemd() const { return *systemd_; }
 
  private:
   static int takeAnswer(sd_bus_message* message, void* answer, sd_bus_error* error);
+  /// Waits until there is an answer. Gives 0 or a negative errno.
+  int waitFor(const std::shared_ptr<sd_bus_message>& answer);
   BusReply await(int result, sd_bus_slot* slot, const std::shared_ptr<sd_bus_message>& answer);
   int own(sd_bus* opened, int result);
 

@@ -14,19 +14,18 @@ struct SystemdLibrary {
   /// Loads the library at the first call, for good. Null if it is missing or lacks one of the functions.
   static const SystemdLibrary* load();
 
-  decltype(&::sd_bus_add_filter) sd_bus_add_filter;
   decltype(&::sd_bus_call_method_async) sd_bus_call_method_async;
   decltype(&::sd_bus_close_unref) sd_bus_close_unref;
   decltype(&::sd_bus_message_enter_container) sd_bus_message_enter_container;
   decltype(&::sd_bus_message_get_errno) sd_bus_message_get_errno;
   decltype(&::sd_bus_message_get_error) sd_bus_message_get_error;
-  decltype(&::sd_bus_message_is_signal) sd_bus_message_is_signal;
   decltype(&::sd_bus_message_read) sd_bus_message_read;
   decltype(&::sd_bus_message_ref) sd_bus_message_ref;
   decltype(&::sd_bus_message_unref) sd_bus_message_unref;
   decltype(&::sd_bus_new) sd_bus_new;
   decltype(&::sd_bus_open_system) sd_bus_open_system;
   decltype(&::sd_bus_process) sd_bus_process;
+  decltype(&::sd_bus_set_bus_client) sd_bus_set_bus_client;
   decltype(&::sd_bus_set_fd) sd_bus_set_fd;
   decltype(&::sd_bus_slot_unref) sd_bus_slot_unref;
   decltype(&::sd_bus_start) sd_bus_start;

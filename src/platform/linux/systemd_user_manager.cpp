@@ -1,10 +1,15 @@
 #include "platform/linux/systemd_user_manager.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
+#include <thread>
+#include <utility>
 
 namespace zt::platform {
 namespace {
+
+using namespace std::chrono_literals;
 
 void check(int result) {
   if (result < 0) throw ServiceManagerError(std::generic_category().message(-result) + ".");
@@ -20,14 +25,6 @@ BusConnection& SystemdUserManager::bus() {
         "The user's service manager cannot be reached: " + std::generic_category().message(-result) + ".");
   }
   bus_ = std::move(bus);
-  takeResult_ = [this](sd_bus_message* message) {
-    const auto& systemd = bus_->systemd();
-    if (systemd.sd_bus_message_is_signal(message, BusConnection::managerInterface, "JobRemoved") <= 0) return;
-    const char* job = nullptr;
-    const char* result = nullptr;
-    if (systemd.sd_bus_message_read(message, "uoss", nullptr, &job, nullptr, &result) > 0) results_[job] = result;
-  };
-  check(bus_->addFilter(takeResult_));
   return *bus_;
 }
 
@@ -38,46 +35,57 @@ BusReply SystemdUserManager::call(const char* method, const char* types, Argumen
   return reply;
 }
 
-std::vector<std::string> SystemdUserManager::waitingTimers() {
-  const auto reply = call("ListUnitsByPatterns", "asas", 1, "waiting", 1, "*.timer");
+std::vector<SystemdUserManager::Unit> SystemdUserManager::unitsOf(const BusReply& reply) {
   const auto& systemd = bus().systemd();
   auto* const message = reply.message.get();
   check(systemd.sd_bus_message_enter_container(message, 'a', "(ssssssouso)"));
-  std::vector<std::string> names;
+  std::vector<Unit> units;
   for (;;) {
     const char* name = nullptr;
-    const int result = systemd.sd_bus_message_read(message, "(ssssssouso)", &name, nullptr, nullptr, nullptr, nullptr,
-                                                   nullptr, nullptr, nullptr, nullptr, nullptr);
+    const char* state = nullptr;
+    std::uint32_t job = 0;
+    const int result = systemd.sd_bus_message_read(message, "(ssssssouso)", &name, nullptr, nullptr, &state, nullptr,
+                                                   nullptr, nullptr, &job, nullptr, nullptr);
     check(result);
-    if (result == 0) return names;
-    names.emplace_back(name);
+    if (result == 0) return units;
+    units.push_back({.name = name, .state = state, .hasJob = job != 0});
   }
 }
 
-std::string SystemdUserManager::start(const std::string& unit) {
-  return resultOf(call("StartUnit", "ss", unit.c_str(), "replace"));
+std::vector<std::string> SystemdUserManager::waitingTimers() {
+  std::vector<std::string> names;
+  for (auto& unit : unitsOf(call("ListUnitsByPatterns", "asas", 1, "waiting", 1, "*.timer")))
+    names.push_back(std::move(unit.name));
+  return names;
 }
 
-std::string SystemdUserManager::stop(const std::string& unit) {
-  return resultOf(call("StopUnit", "ss", unit.c_str(), "replace"));
+bool SystemdUserManager::start(const std::string& unit) {
+  call("StartUnit", "ss", unit.c_str(), "replace");
+  return isActive(unit);
 }
 
-std::string SystemdUserManager::resultOf(const BusReply& reply) {
-  const char* job = nullptr;
-  check(bus().systemd().sd_bus_message_read(reply.message.get(), "o", &job));
-  check(bus().wait([&] { return results_.contains(job); }));
-  return results_[job];
+bool SystemdUserManager::isActive(const std::string& unit) {
+  // Not the signals about jobs: whoever subscribes to them gets many others, which cost the manager more than this.
+  for (;; std::this_thread::sleep_for(2ms)) {
+    const auto units = unitsOf(call("ListUnitsByNames", "as", 1, unit.c_str()));
+    if (units.empty()) return false;
+    if (!units.front().hasJob) return units.front().state == "active";
+  }
+}
+
+void SystemdUserManager::stop(const std::string& unit) {
+  call("StopUnit", "ss", unit.c_str(), "replace");
 }
 
 void SystemdUserManager::startScope(const std::string& scope, const std::string& description, pid_t process) {
   // Without delegation, attach() would be refused. No controllers are needed for it.
-  const auto result = resultOf(call("StartTransientUnit", "ssa(sv)a(sa(sv))", scope.c_str(), "fail", 4,  //
-                                    "PIDs", "au", 1, process,                                            //
-                                    "Description", "s", description.c_str(),                             //
-                                    "CollectMode", "s", "inactive-or-failed",                            //
-                                    "DelegateControllers", "as", 0,                                      //
-                                    0));
-  if (result != "done") throw ServiceManagerError("The result is '" + result + "'.");
+  call("StartTransientUnit", "ssa(sv)a(sa(sv))", scope.c_str(), "fail", 4,  //
+       "PIDs", "au", 1, process,                                            //
+       "Description", "s", description.c_str(),                             //
+       "CollectMode", "s", "inactive-or-failed",                            //
+       "DelegateControllers", "as", 0,                                      //
+       0);
+  if (!isActive(scope)) throw ServiceManagerError(scope + " is not active.");
 }
 
 void SystemdUserManager::attach(const std::string& scope, pid_t process) {

@@ -3,8 +3,6 @@
 #include <sys/types.h>
 
 #include <chrono>
-#include <functional>
-#include <map>
 #include <optional>
 
 #include "platform/linux/bus_connection.h"
@@ -19,8 +17,10 @@ class SystemdUserManager final : public ServiceManager {
   explicit SystemdUserManager(std::chrono::milliseconds limit) : limit_(limit) {}
 
   std::vector<std::string> waitingTimers() override;
-  std::string start(const std::string& unit) override;
-  std::string stop(const std::string& unit) override;
+  bool start(const std::string& unit) override;
+  void stop(const std::string& unit) override;
+  /// If the unit is being started or stopped, waits for that.
+  bool isActive(const std::string& unit) override;
   bool hasWakeClock() const override;
 
   // Operations that only this service manager has. They throw a ServiceManagerError as well.
@@ -37,12 +37,14 @@ class SystemdUserManager final : public ServiceManager {
   BusConnection& bus();
   template <class... Arguments>
   BusReply call(const char* method, const char* types, Arguments... arguments);
-  std::string resultOf(const BusReply& reply);  ///< of the job that the reply names
+  struct Unit {
+    std::string name, state;
+    bool hasJob;  ///< it is to be started or stopped
+  };
+  std::vector<Unit> unitsOf(const BusReply& reply);
 
   std::chrono::milliseconds limit_;
-  std::optional<BusConnection> bus_;            ///< connected when it is first needed
-  std::map<std::string, std::string> results_;  ///< of the jobs that have ended, by object path
-  std::function<void(sd_bus_message*)> takeResult_;
+  std::optional<BusConnection> bus_;  ///< connected when it is first needed
 };
 
 }  // namespace zt::platform
