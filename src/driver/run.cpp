@@ -31,10 +31,7 @@ std::string inSeconds(seconds duration) {
 /// What people call a copy: the last name of its path. The whole URL if that leaves nothing that can be printed.
 std::string copyName(const util::URL& url) {
   const auto names = url.pathComponents();
-  const auto isControl = [](unsigned char character) { return character < ' ' || character == '\x7f'; };
-  const bool isPrintable =
-      !names.empty() && util::isValidUtf8(names.back()) && std::ranges::none_of(names.back(), isControl);
-  return isPrintable ? names.back() : url.absoluteString();
+  return !names.empty() && util::isPrintable(names.back()) ? names.back() : url.absoluteString();
 }
 
 class MainLoop {

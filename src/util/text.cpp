@@ -79,6 +79,26 @@ std::string_view validUtf8Prefix(std::string_view text) {
   return text.substr(0, text.size() - rest.size());
 }
 
+bool isPrintable(std::string_view text) {
+  while (!text.empty()) {
+    utf8proc_int32_t codepoint;
+    const auto length = utf8proc_iterate(reinterpret_cast<const utf8proc_uint8_t*>(text.data()),
+                                         static_cast<utf8proc_ssize_t>(text.size()), &codepoint);
+    if (length <= 0) return false;
+    switch (utf8proc_category(codepoint)) {
+      case UTF8PROC_CATEGORY_CC:  // control
+      case UTF8PROC_CATEGORY_CF:  // format, such as the direction of what follows
+      case UTF8PROC_CATEGORY_CN:  // unassigned: nobody knows how wide it is
+      case UTF8PROC_CATEGORY_ZL:  // line separator
+      case UTF8PROC_CATEGORY_ZP:  // paragraph separator
+        return false;
+      default:
+        text.remove_prefix(static_cast<std::size_t>(length));
+    }
+  }
+  return true;
+}
+
 bool isValidUtf8(std::string_view text) {
   return validUtf8Prefix(text).size() == text.size();
 }

@@ -22,6 +22,10 @@ std::string_view validUtf8Prefix(std::string_view text);
 /// Whether all of `text` is.
 bool isValidUtf8(std::string_view text);
 
+/// Whether all of `text` is UTF-8, and shown as it is: no control and format characters, line separators, and
+/// unassigned code points.
+bool isPrintable(std::string_view text);
+
 struct CompareOptions {
   bool caseInsensitive = false;  ///< Unicode case folding, of no language in particular: "ß" is "SS" as well
   bool literal = false;          ///< code point by code point: é as one code point is not é as two

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 
 #include "discovery/crontab_reader.h"
 #include "schedules/next_event.h"
@@ -14,7 +15,11 @@ namespace {
 using namespace std::chrono_literals;
 
 LocalTime read(const std::string& time) {
-  if (const auto local = util::readLocalTime(time, "%m/%d/%Y %H:%M:%S")) return *local;
+  // strptime(3) would take blanks anywhere.
+  int end = 0;
+  std::sscanf(time.c_str(), "%*2[0-9]/%*2[0-9]/%*4[0-9]%*1[ ]%*2[0-9]:%*2[0-9]:%*2[0-9]%n", &end);
+  const bool hasForm = static_cast<std::size_t>(end) == time.size();
+  if (const auto local = util::readLocalTime(time, "%m/%d/%Y %H:%M:%S"); hasForm && local) return *local;
   throw AgentFailure(std::string("'").append(time).append("' is no date and time such as 3/5/2027 7:3:00."));
 }
 
@@ -22,8 +27,8 @@ std::string shown(LocalTime time) {
   return util::formatted(time, "%F %T");
 }
 
-AgentFailure noEvent(LocalTime time, const std::string& reason) {
-  return AgentFailure("no wake event at " + shown(time) + reason);
+AgentFailure noEvent(LocalTime time, const std::string& reason, platform::LogLevel level = platform::LogLevel::error) {
+  return AgentFailure("no wake event at " + shown(time) + reason, level);
 }
 
 constexpr auto* periodicTimer = "ztbackupbytime.timer";
@@ -32,10 +37,10 @@ constexpr auto* periodicTimer = "ztbackupbytime.timer";
 /// what to do about it.
 AgentFailure notArmed(LocalTime time, platform::ServiceManager& serviceManager) {
   const auto failure = [&](const std::string& reason, platform::LogLevel level = platform::LogLevel::error) {
-    return AgentFailure("no wake event at " + shown(time) + ": systemd could not arm the timer. " + reason, level);
+    return noEvent(time, ": systemd could not arm the timer. " + reason, level);
   };
   if (!serviceManager.isActive(periodicTimer))
-    return failure(std::string(periodicTimer) + " is not active; without it nothing is copied.");
+    return failure(std::string(periodicTimer) + " is not active.", platform::LogLevel::default_);
   if (!serviceManager.hasWakeClock())
     return failure("This machine has no clock that could wake it; copies are made while it is awake.",
                    platform::LogLevel::default_);
@@ -61,7 +66,9 @@ void Agent::wake(const std::string& time) {
 void Agent::set(Instant instant) {
   const LocalTime local = services_.calendar.localTime(instant);
   try {
-    if (!services_.serviceManager.start(wakeTimer(instant))) throw notArmed(local, services_.serviceManager);
+    if (services_.serviceManager.start(wakeTimer(instant))) return;
+    // It can have come meanwhile.
+    if (services_.clock.now() < instant) throw notArmed(local, services_.serviceManager);
   } catch (const platform::ServiceManagerError& error) {
     throw noEvent(local, std::string(": systemd could not arm the timer. ") + error.what());
   }
@@ -72,7 +79,7 @@ void Agent::cancel(const std::string& time) {
   try {
     auto all = events();
     if (std::erase_if(all, [&](const auto& event) { return event.time != local; }); all.empty())
-      throw noEvent(local, " is cancelled: none is set.");
+      throw noEvent(local, " is cancelled: none is set.", platform::LogLevel::default_);
     for (const auto& event : all) services_.serviceManager.stop(event.timer);
   } catch (const platform::ServiceManagerError& error) {
     throw noEvent(local, std::string(" is cancelled. ") + error.what());

@@ -24,7 +24,8 @@ std::string oldWakeTimer(LocalTime time) {
 }
 
 std::optional<WakeEvent> wakeEventOf(const std::string& timer, const Calendar& calendar) {
-  if (const auto time = util::readLocalTime(timer, oldFormat)) return WakeEvent{timer, *time};
+  if (const auto time = util::readLocalTime(timer, oldFormat); time && oldWakeTimer(*time) == timer)
+    return WakeEvent{timer, *time};
   if (!timer.starts_with(prefix)) return std::nullopt;
   std::int64_t number{};
   std::from_chars(timer.data() + prefix.size(), timer.data() + timer.size(), number);

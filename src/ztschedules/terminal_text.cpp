@@ -9,6 +9,8 @@
 #include <numeric>
 #include <span>
 
+#include "util/text.h"
+
 namespace zt {
 namespace {
 
@@ -32,20 +34,6 @@ std::size_t widthOf(const Character& character) {
   if (utf8proc_category(character.codePoint) == UTF8PROC_CATEGORY_MC) return 1;
   if (character.codePoint >= 0x1160 && character.codePoint <= 0x11FF) return 0;
   return static_cast<std::size_t>(utf8proc_charwidth(character.codePoint));
-}
-
-bool isShownAsItIs(utf8proc_int32_t codePoint) {
-  if (codePoint < 0) return false;
-  switch (utf8proc_category(codePoint)) {
-    case UTF8PROC_CATEGORY_CC:  // control
-    case UTF8PROC_CATEGORY_CF:  // format, such as the direction of what follows
-    case UTF8PROC_CATEGORY_CN:  // unassigned: nobody knows how wide it is
-    case UTF8PROC_CATEGORY_ZL:  // line separator
-    case UTF8PROC_CATEGORY_ZP:  // paragraph separator
-      return false;
-    default:
-      return true;
-  }
 }
 
 std::string escaped(const Character& character) {
@@ -118,7 +106,7 @@ std::string printable(std::string_view text) {
   std::string result;
   while (!text.empty()) {
     const auto character = takeCharacter(text);
-    result += isShownAsItIs(character.codePoint) ? std::string(character.bytes) : escaped(character);
+    result += util::isPrintable(character.bytes) ? std::string(character.bytes) : escaped(character);
   }
   return result;
 }

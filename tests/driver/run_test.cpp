@@ -265,9 +265,10 @@ TEST(Run, UsesTheRunningApplicationThatWasStartedFirst) {
 TEST(Run, NamesEachCopyAfterTheLastNameOfItsPath) {
   FakeRun run;
   run.crontab.emplace();
-  for (const auto* word : {"file:///a/Holiday%20plans/?b#c", "caf%C3%A9", "file:///", "a/%0A", "a/%FF", "file://host"})
+  for (const auto* word :
+       {"file:///a/Holiday%20plans/?b#c", "caf%C3%A9", "file:///", "a/%0A", "a/%FF", "a/%E2%80%AE", "file://host"})
     run.crontab->push_back(lineAt("34", word));
   EXPECT_EQ(run.runToEnd(), 0);
   EXPECT_EQ(run.descriptions, (Texts{"Copy of Holiday plans", "Copy of café", "Copy of /", "Copy of a/%0A",
-                                     "Copy of a/%FF", "Copy of file://host"}));
+                                     "Copy of a/%FF", "Copy of a/%E2%80%AE", "Copy of file://host"}));
 }

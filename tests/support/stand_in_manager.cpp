@@ -1,6 +1,6 @@
 // stand_in_manager FOLDER: takes the place of the user's service manager, at FOLDER/systemd/private. Appends each
 // request to FOLDER/requests. Timers that are started wait until they are stopped. With a file FOLDER/fail, none can be
-// started.
+// armed, and with FOLDER/refuse, no unit may be started or stopped.
 
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -46,15 +46,19 @@ int handle(sd_bus_message* message, void* /*userdata*/, sd_bus_error* /*error*/)
   const std::string method = member;
   const char* unit = nullptr;
   if (method == "ListUnitsByPatterns") {
-    record(method);
+    const char* state = nullptr;
+    sd_bus_message_read(message, "asas", 1, &state, 1, &unit);
+    record(method + " " + state + " " + unit);
     list(message, timers);
   } else if (method == "ListUnitsByNames") {
     sd_bus_message_enter_container(message, 'a', "s");
     sd_bus_message_read(message, "s", &unit);
     list(message, {unit});
   } else if (method == "StartUnit" || method == "StopUnit") {
-    sd_bus_message_read(message, "s", &unit);
-    record(method + " " + unit);
+    const char* mode = nullptr;
+    sd_bus_message_read(message, "ss", &unit, &mode);
+    record(method + " " + unit + " " + mode);
+    if (fs::exists(folder / "refuse")) return sd_bus_reply_method_errorf(message, SD_BUS_ERROR_FAILED, "Not %s", unit);
     if (method == "StopUnit") timers.erase(unit);
     if (method == "StartUnit" && !fs::exists(folder / "fail")) timers.insert(unit);
     sd_bus_reply_method_return(message, "o", "/job/1");

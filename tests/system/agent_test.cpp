@@ -18,21 +18,23 @@ struct AgentProgram : PrivateMachine {
 };
 
 TEST_F(AgentProgram, AsksTheServiceManager) {
-  const std::string timer = "ztbackupbytime-wake@4013305380.timer", list = "ListUnitsByPatterns";
+  const std::string timer = "ztbackupbytime-wake@4013305380.timer", list = "ListUnitsByPatterns waiting *.timer";
   const std::string line = "[0] wake at 03/05/2097 07:03:00 by 'ZTAgent'";
   const std::string none = "ZTAgent: no wake event at 2097-03-05 07:03:00";
   EXPECT_EQ(run("sched"), (Texts{"0", list}));
-  EXPECT_EQ(run("wake '3/5/2097 7:3:00'"), (Texts{"0", "StartUnit " + timer}));
+  EXPECT_EQ(run("wake '3/5/2097 7:3:00'"), (Texts{"0", "StartUnit " + timer + " replace"}));
   EXPECT_EQ(run("sched"), (Texts{line, "0", list}));
-  EXPECT_EQ(run("cancel '03/05/2097 07:03:00'"), (Texts{"0", list, "StopUnit " + timer}));
+  EXPECT_EQ(run("cancel '03/05/2097 07:03:00'"), (Texts{"0", list, "StopUnit " + timer + " replace"}));
   EXPECT_EQ(run("cancel '03/05/2097 07:03:00'"), (Texts{none + " is cancelled: none is set.", "1", list}));
   EXPECT_EQ(run("arm", "printf '3\\t7\\t*\\t*\\t*\\tZTUtil file:///a\\n' | crontab -").at(1), list);
   EXPECT_EQ(run("sched").front().substr(23), "07:03:00 by 'ZTAgent'");
-  EXPECT_EQ(
-      run("wake '3/5/2097 7:3:00'", "touch ~/run/fail"),
-      (Texts{none + ": systemd could not arm the timer. ztbackupbytime.timer is not active; without it nothing is "
-                    "copied.",
-             "1", "StartUnit " + timer}));
+  EXPECT_EQ(run("wake '3/5/2097 7:3:00'", "touch ~/run/fail"),
+            (Texts{none + ": systemd could not arm the timer. ztbackupbytime.timer is not active.", "1",
+                   "StartUnit " + timer + " replace"}));
+
+  EXPECT_EQ(run("wake '3/5/2097 7:3:00'", "touch ~/run/refuse").front(),
+            none + ": systemd could not arm the timer. Not " + timer + ".");
+  bash("rm ~/run/refuse");
 
   const std::string unreachable =
       "ZTAgent: systemd does not list its timers. The user's service manager cannot be reached: ";
@@ -64,6 +66,8 @@ TEST_F(AgentProgram, WritesItsFailureToTheJournalUnlessAPersonSeesIt) {
   EXPECT_EQ(entry(), "MESSAGE=" + message +
                          "\nPRIORITY=3\nSUBSYSTEM=com.velmorra.Zantrove.Helpers\nCATEGORY=ZTAgent\n"
                          "SYSLOG_IDENTIFIER=ZTAgent\nUSER_UNIT=ztbackupbytime.service\n");
+  run("cancel '3/5/2097 7:3:00'");
+  EXPECT_NE(entry().find("is cancelled: none is set.\nPRIORITY=5\n"), std::string::npos) << "nothing is wrong";
   bash("script --quiet --command '" AGENT " wake x' /dev/null");
   EXPECT_EQ(entry(), "");
 }

@@ -75,6 +75,8 @@ TEST(Agent, SetsAnEventAtTheFirstInstantToCome) {
       {"3/5/2028 7:3:60", "UTC0", noTime("3/5/2028 7:3:60")},
       {"3/5/28 7:3:0", "UTC0", noTime("3/5/28 7:3:0")},
       {"3/5/2028 7:3:0 x", "UTC0", noTime("3/5/2028 7:3:0 x")},
+      {" 3/5/2028 7:3:0", "UTC0", noTime(" 3/5/2028 7:3:0")},
+      {"3/5/20287:3:0", "UTC0", noTime("3/5/20287:3:0")},
       {"", "UTC0", noTime("")},
   };
   for (const auto& [time, zone, outcome] : rows) EXPECT_EQ(FakeMachine().afterWake(time, zone), outcome) << time;
@@ -94,7 +96,7 @@ TEST(Agent, SaysWhyAnEventCannotBeSet) {
   EXPECT_NE(afterFailure(true, true).find("(CAP_WAKE_ALARM)"), std::string::npos);
   EXPECT_EQ(afterFailure(true, false),
             "notice: This machine has no clock that could wake it; copies are made while it is awake.");
-  EXPECT_EQ(afterFailure(false, false), "error: ztbackupbytime.timer is not active; without it nothing is copied.");
+  EXPECT_EQ(afterFailure(false, false), "notice: ztbackupbytime.timer is not active.");
   FakeMachine machine;
   machine.isThere = false;
   EXPECT_EQ(machine.afterWake("3/5/2028 7:3:0"),
@@ -103,8 +105,9 @@ TEST(Agent, SaysWhyAnEventCannotBeSet) {
 
 TEST(Agent, ListsAndCancelsEventsOfThisAndOfTheOldVersionOnly) {
   FakeMachine machine;
-  const Texts others = {"ztbackupbytime.timer", "ZTAgent-foreign.timer", "ztbackupbytime-wake@x.timer",
-                        "ZTAgent-2027-13-05-07-03-00.timer", "ZTAgent-2028-03-05-07-03-00.service"};
+  const Texts others = {"ztbackupbytime.timer",         "ZTAgent-foreign.timer",
+                        "ztbackupbytime-wake@x.timer",  "ZTAgent-2027-13-05-07-03-00.timer",
+                        "ZTAgent-2028-3-5-7-3-0.timer", "ZTAgent-2028-03-05-07-03-00.service"};
   machine.timers = {others.begin(), others.end()};
   const std::set<std::string> foreign = machine.timers;
   // Both instants of a repeated time, one that is not a whole minute, and two of the old version.
@@ -121,7 +124,7 @@ TEST(Agent, ListsAndCancelsEventsOfThisAndOfTheOldVersionOnly) {
   for (const auto* time : {"10/31/2027 2:30:0", "10/30/2027 14:00:31", "12/31/2028 23:59:59"}) agent.cancel(time);
   EXPECT_EQ(machine.timers, foreign);
   EXPECT_EQ(machine.outcomeOf([](Agent& other) { other.cancel("12/31/2028 23:59:59"); }),
-            "error: no wake event at 2028-12-31 23:59:59 is cancelled: none is set.");
+            "notice: no wake event at 2028-12-31 23:59:59 is cancelled: none is set.");
 }
 
 TEST(Agent, ArmsTheNextScheduleUnlessItIsSet) {

@@ -33,7 +33,7 @@ int connectTo(const std::string& path) {
 
 std::string runtimeFolder() {
   const char* folder = std::getenv("XDG_RUNTIME_DIR");
-  return folder != nullptr ? folder : "/run/user/" + std::to_string(::getuid());
+  return folder != nullptr && *folder != '\0' ? folder : "/run/user/" + std::to_string(::getuid());
 }
 
 }  // namespace

@@ -1,10 +1,12 @@
 #include "platform/linux/user_scopes.h"
 
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <system_error>
+#include <thread>
 
-#include "platform/linux/background_thread.h"
 #include "platform/linux/systemd_user_manager.h"
 
 namespace zt::platform {
@@ -12,43 +14,63 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// Moves the processes of the child's session that are still in `unit`. Gives whether there were any.
-bool moveOthers(SystemdUserManager& manager, const std::string& unit, pid_t child, const std::string& scope) {
+/// Copies that end within this time, such as those with nothing to do, get no scope: systemd reports an error if there
+/// is nothing left to move.
+constexpr auto leastDuration = 100ms;
+
+/// Whether a process has the session, and is no zombie.
+bool runsInSession(pid_t process, pid_t session) {
+  siginfo_t ended{};
+  const bool isZombie =
+      ::waitid(P_PID, static_cast<id_t>(process), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 && ended.si_pid == process;
+  return !isZombie && ::getsid(process) == session;
+}
+
+/// Moves the processes of the session out of `unit`, which is this process's own. Gives whether there were any.
+bool movePart(SystemdUserManager& manager, const std::string& unit, pid_t session, const std::string& description) {
+  const auto scope = "ztbackupbytime-copy-" + std::to_string(session) + ".scope";
   bool foundAny = false;
   for (const auto process : manager.processes(unit)) {
-    const auto isOfSession = [&] { return ::getsid(process) == child; };
-    if (!isOfSession()) continue;
-    foundAny = true;
+    if (!runsInSession(process, session)) continue;
     try {
-      manager.attach(scope, process);
+      if (!foundAny && !manager.isActive(scope)) {
+        manager.startScope(scope, description, process);
+      } else {
+        manager.attach(scope, process);
+      }
     } catch (const ServiceManagerError&) {
-      if (isOfSession()) throw;  // otherwise it has ended
+      if (runsInSession(process, session)) throw;  // otherwise it has ended
     }
+    foundAny = true;
   }
   return foundAny;
 }
 
 void move(pid_t child, const std::string& description) {
+  std::this_thread::sleep_for(leastDuration);
   const auto unit = unitOfThisProcess();
   if (!unit.ends_with(".service")) return;
   SystemdUserManager manager(1s);
-  const auto scope = "ztbackupbytime-copy-" + std::to_string(child) + ".scope";
-  manager.startScope(scope, description, child);
-  // It may have started others meanwhile, and these again others.
-  while (moveOthers(manager, unit, child, scope)) {
+  // While they are moved, they can start others.
+  while (movePart(manager, unit, child, description)) {
   }
 }
 
 }  // namespace
 
 void moveToScope(pid_t child, const std::string& description) {
-  startBackgroundThread([=](const std::stop_token&) {
+  const auto work = [=] {
     try {
       move(child, description);
     } catch (const ServiceManagerError&) {
       // The copy goes on where it is.
     }
-  }).detach();
+  };
+  try {
+    std::thread(work).detach();
+  } catch (const std::system_error&) {
+    // So it does without a thread.
+  }
 }
 
 }  // namespace zt::platform
