@@ -16,6 +16,8 @@ using std::chrono::floor;
 
 /// After which the tool kills a program.
 constexpr milliseconds limit = commandLimits.awakeTime;
+/// How long the tool waits for its assertion.
+constexpr milliseconds inhibitorLimit = 2s;
 
 /// What a run needs of the machine, and whether its wake events could be set.
 struct SimulatedServices final : Clock, Applications, FileManager, Commands, PowerAssertions, WakeEvents, UnifiedLog {
@@ -65,7 +67,9 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
 
   Created create(std::string_view, std::string_view, std::string_view) override {
-    machine_.assertionHeld = runProgram({&machine_.inhibitor});
+    const auto answer = launch({&machine_.inhibitor}, inhibitorLimit);
+    machine_.work(answer.duration);
+    machine_.assertionHeld = answer.works;
     assertionRefused_ = !machine_.assertionHeld;
     return {.result = machine_.assertionHeld ? 0 : -16, .identifier = 1};
   }
@@ -124,7 +128,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   };
 
   /// Starts a program that depends on these parts.
-  Program launch(std::initializer_list<const Machine::Part*> parts) {
+  Program launch(std::initializer_list<const Machine::Part*> parts, milliseconds longest = limit) {
     if (++programs_ > 10'000) throw std::runtime_error("a run does not end");
     bool works = true;
     bool hangs = false;
@@ -134,8 +138,8 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
           hangs || part->state == State::hangs || (part->state == State::hangsAtTimes && machine_.random().oneIn(2));
     }
     const auto duration = machine_.programDuration();
-    hangs = hangs || duration > limit;
-    return {hangs ? limit : duration, hangs, works && !hangs};
+    hangs = hangs || duration > longest;
+    return {hangs ? longest : duration, hangs, works && !hangs};
   }
   /// Runs one to its end, or until it is killed. Gives whether it has worked.
   bool runProgram(std::initializer_list<const Machine::Part*> parts) {
