@@ -13,9 +13,9 @@ using std::chrono::minutes;
 /// How the listing writes a time.
 constexpr auto* listingFormat = "%m/%d/%Y %H:%M:%S";
 
-Machine::Machine(Random random, Timer timer, Judge& judge)
+Machine::Machine(Random random, const Options& options, Judge& judge)
     : random_(random),
-      timer_(timer),
+      options_(options),
       judge_(judge),
       now_(std::chrono::sys_days{std::chrono::year{2026} / 1 / 1} + random_.between(0ms, days{3650})),
       end_(now_ + days{365}),
@@ -23,7 +23,12 @@ Machine::Machine(Random random, Timer timer, Judge& judge)
       crontab_(std::make_shared<Crontab>(Crontab::draw(random_))) {
   personComesOrGoesAt_ = random_.oneIn(25) ? Moment::max() : now_;  // some machines are always on
   crontabChangesAt_ = now_ + random_.about(days{1});
-  for (auto* part : parts_) part->changesAt = now_ + random_.about(part->meanTimeToFailure);
+  for (auto* part : parts_) {
+    if (options.noHangs) {
+      std::erase_if(part->failures, [](State state) { return state == State::hangs || state == State::hangsAtTimes; });
+    }
+    part->changesAt = part->failures.empty() ? Moment::max() : now_ + random_.about(part->meanTimeToFailure);
+  }
   for (auto left = random_.below(3); left > 0; --left) addForeignEvent();
 }
 
@@ -50,7 +55,7 @@ void Machine::toolEnds() {
 }
 
 Moment Machine::timerElapsesAt() const {
-  return std::max(now_, timer_ == Timer::calendar ? tick_ : now_ + (timerElapses_ - awakeFor_));
+  return std::max(now_, options_.calendarTimer ? tick_ : now_ + (timerElapses_ - awakeFor_));
 }
 
 void Machine::work(milliseconds duration, Waiting waiting) {

@@ -11,10 +11,11 @@
 
 namespace zt::simulation {
 
-/// How the service manager starts the tool, besides at once at a wake event of ours.
-enum class Timer {
-  sinceLastEnd,  ///< 60 awake seconds after the last run has ended
-  calendar       ///< at each full minute; if one passes during a run, again as soon as that has ended
+struct Options {
+  /// The service manager starts the tool at each full minute, and if one passes during a run, again as soon as that has
+  /// ended. Otherwise it does so 60 awake seconds after the last run has ended.
+  bool calendarTimer = false;
+  bool noHangs = false;  ///< no program hangs
 };
 
 /// One machine: its clock, its sleep, the person who uses it, its service manager, its wake events and its faults.
@@ -37,7 +38,7 @@ class Machine {
     Moment changesAt{};
   };
 
-  Machine(Random random, Timer timer, Judge& judge);
+  Machine(Random random, const Options& options, Judge& judge);
 
   /// Waits until the service manager starts the tool. False if the year is over.
   bool untilStart();
@@ -89,7 +90,7 @@ class Machine {
   void addForeignEvent();
 
   Random random_;
-  Timer timer_;
+  Options options_;
   Judge& judge_;
   Moment now_, end_;
   bool awake_ = true;

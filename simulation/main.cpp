@@ -16,7 +16,7 @@ namespace zt::simulation {
 namespace {
 
 constexpr auto* usage =
-    R"(usage: simulate [--years N] [--seed S] [--calendar-timer]
+    R"(usage: simulate [--years N] [--seed S] [--calendar-timer] [--no-hangs]
 
 Runs the tool on N simulated machines (default: 20), on each for a year. Their seeds are S (default: 1), S+1, and so on;
 --years 1 --seed S repeats a single one. The exit status is 1 if a copy was missed, doubled or early, or if there was
@@ -24,6 +24,7 @@ another violation. docs/simulation.md describes the machines, and which losses a
 
   --calendar-timer  Start the tool at each full minute and, if one passes during a run, again as soon as that ends.
                     Copies are doubled then: this shows that the simulation notices, and why the tool has another timer.
+  --no-hangs        No program hangs.
 )";
 
 std::string machineName;
@@ -38,14 +39,14 @@ extern "C" void reportSignal(int signal) {
   ::_exit(1);
 }
 
-void simulateYear(std::uint64_t seed, Timer timer, Figures& figures) {
+void simulateYear(std::uint64_t seed, const Options& options, Figures& figures) {
   Random random(seed);
   const char* timeZone = random.pick(zoneNames);
   machineName = "seed " + std::to_string(seed) + ", " + timeZone;
   ::alarm(300);
   Zone zone(timeZone);
   Judge judge(machineName, figures);
-  Machine machine(random, timer, judge);
+  Machine machine(random, options, judge);
   try {
     while (machine.untilStart()) runTool(machine, judge, zone.calendar);
   } catch (const std::exception& error) {
@@ -73,7 +74,7 @@ bool read(const char* text, std::uint64_t& number) {
 int main(char** arguments) {
   std::uint64_t years = 20;
   std::uint64_t seed = 1;
-  Timer timer = Timer::sinceLastEnd;
+  Options options;
   for (auto** argument = arguments + 1; *argument != nullptr; ++argument) {
     const std::string_view name = *argument;
     if (name == "--help") {
@@ -81,7 +82,9 @@ int main(char** arguments) {
       return 0;
     }
     if (name == "--calendar-timer") {
-      timer = Timer::calendar;
+      options.calendarTimer = true;
+    } else if (name == "--no-hangs") {
+      options.noHangs = true;
     } else if (!(name == "--years" && read(*++argument, years) && years > 0) &&
                !(name == "--seed" && read(*++argument, seed))) {
       std::cerr << "simulate: wrong option or value: " << name << "\n\n" << usage;
@@ -90,7 +93,7 @@ int main(char** arguments) {
   }
   for (const int signal : {SIGALRM, SIGABRT}) std::signal(signal, reportSignal);
   Figures figures;
-  for (std::uint64_t year = 0; year < years; ++year) simulateYear(seed + year, timer, figures);
+  for (std::uint64_t year = 0; year < years; ++year) simulateYear(seed + year, options, figures);
   print(figures);
   return figures.violations() == 0 ? 0 : 1;
 }
