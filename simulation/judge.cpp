@@ -52,7 +52,6 @@ void Judge::report(const std::string& violation) {
 
 void Judge::runBegins() {
   ++figures_.runs;
-  runIsUnderWay_ = true;
   passFailed_ = false;
 }
 
@@ -86,7 +85,10 @@ void Judge::toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEv
   pass_->slept = true;
   // The machine may be put to sleep now. Only to serve the next minute may the tool itself sleep without an event.
   const auto& next = pass_->next;
-  if (next && *next > pass_->minute + 1min && *next > now) checkArmed(wakeEvents);
+  if (next && *next > pass_->minute + 1min && *next > now) {
+    checkArmed(wakeEvents);
+    if (wakeEvents.couldSet) armedFor_ = pass_->crontab;
+  }
 }
 
 void Judge::checkArmed(const OwnWakeEvents& wakeEvents) {
@@ -167,7 +169,6 @@ void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEve
     otherViolation("the run ended without a pass");
   }
   endPass();
-  runIsUnderWay_ = false;
 }
 
 void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce) {
@@ -178,7 +179,9 @@ void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRe
   if (due == 0) return;
   figures_.due += due;
 
-  const bool asleep = record.awake == 0s;
+  // The event that was set would have come, also if something else woke the machine within the minute.
+  const bool asleep = record.asleepAfter && !record.atEvent && !record.crontabChanged;
+  const auto arming = record.asleepAfter.value_or(Arming::failed);
   const bool crontabStayed = !before.crontabChanged && !record.crontabChanged;
   const bool timerHadTime =
       record.awake == 1min && before.available + record.available >= enoughForTimer && crontabStayed;
@@ -187,11 +190,14 @@ void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRe
   const bool eventWasSet = armedFor_.get() == &inForce;
   const bool runHadTime = pass_ && pass_->crontab.get() == &inForce && record.availableSinceHang >= enoughForRun;
   const bool hadTime = record.hung ? runHadTime && !record.crontabHung : timerHadTime || eventHadTime;
-  if (hadTime || (asleep && eventWasSet)) {
+  if (hadTime || (asleep && (eventWasSet || arming == Arming::worked))) {
     figures_.missed += due;
     report("what was due at " + text(minute) + " was not started");
   } else if (asleep) {
-    (runIsUnderWay_ ? figures_.asleepInRun : figures_.asleepUnset) += due;
+    (arming == Arming::refused     ? figures_.refused
+     : arming == Arming::cancelled ? figures_.cancelled
+     : arming == Arming::overtaken ? figures_.overtaken
+                                   : figures_.armFailed) += due;
   } else if (cameWhileEnding) {
     figures_.ending += due;
   } else if (record.hung) {

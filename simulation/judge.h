@@ -23,7 +23,8 @@ struct Figures {
   std::int64_t missed = 0, doubled = 0, early = 0;
   std::int64_t other = 0;  ///< violations other than these three
   // Lost through no fault of the tool: see Judge::minuteEnds().
-  std::int64_t asleepInRun = 0, asleepUnset = 0, awakeTooShort = 0, heldUp = 0, hung = 0, ending = 0;
+  std::int64_t armFailed = 0, refused = 0, cancelled = 0, overtaken = 0;
+  std::int64_t awakeTooShort = 0, heldUp = 0, hung = 0, ending = 0;
 
   std::int64_t violations() const { return missed + doubled + early + other; }
   bool isReported = false;  ///< the first of them
@@ -39,6 +40,11 @@ enum class Waiting { no, forProgram, forHung, forHungCrontab };
 /// How long the tool may wait for a program before it kills it. Whatever is lost after that is missed.
 constexpr milliseconds mostForHung = seconds{30};
 
+/// What became of the agent's `arm`, which sets the wake event for the next schedule before the machine sleeps. It
+/// worked; it failed or was killed; the service manager refused or hung. Or it worked, but then a run cancelled that
+/// event (cancelled), or its time came or the crontab was changed (overtaken), all before the machine was asleep.
+enum class Arming { worked, failed, refused, cancelled, overtaken };
+
 /// What happened on the machine in one minute, as far as it decides what the tool could do in it.
 struct MinuteRecord {
   milliseconds awake{};
@@ -49,7 +55,8 @@ struct MinuteRecord {
   bool crontabHung = false;  ///< for crontab
   milliseconds availableSinceHang{};
   bool crontabChanged = false;
-  bool hadPass = false;  ///< the tool made a pass for what is due in it
+  bool hadPass = false;               ///< the tool made a pass for what is due in it
+  std::optional<Arming> asleepAfter;  ///< of the sleep in which it began; none if the machine was awake
 };
 
 /// The tool's wake events, and whether the agent did what it was asked for in this run.
@@ -84,16 +91,17 @@ class Judge {
   /// - the machine was awake to its end, and before for long enough that the timer had to start the tool, and the
   ///   crontab had stayed the same in this minute and the one before; or
   /// - a wake event of ours came in this minute, and the machine was awake long enough after it for a pass; or
-  /// - the machine was asleep, but the last run had set the wake event for this crontab.
+  /// - the machine was asleep when the minute began, no event of ours came in it, and the crontab stayed the same, but
+  ///   the last run had set the wake event for this crontab, or `arm` had worked.
   ///
   /// In a minute in which the tool waited for a program that hung, the first two do not count. What was due is missed
   /// if that was not crontab, the run had read this crontab, and it was available long enough afterwards for a pass.
   /// In the next minute everything counts again: the time of waiting for a hung program is no excuse there.
   ///
   /// Otherwise the tool is not to blame:
-  /// - The machine was asleep, and no event could wake it: it was put to sleep during a run (asleepInRun), or the event
-  ///   could not be set, was not set yet for a new crontab, or came while crontab hung or while a run was ending
-  ///   (asleepUnset).
+  /// - The machine was asleep, and no event could wake it, because `arm` had not worked (armFailed, refused, cancelled,
+  ///   overtaken) and no run had set one: it could not, it had not done so yet, or the event had come while crontab
+  ///   hung or while a run was ending.
   /// - The wake event came in the milliseconds in which a run ended, so that its request for a start was lost (ending).
   /// - A program hung in this minute, and was killed (hung). So is a copy whose own bash hung counted: see wordHangs().
   /// - Another program kept the tool waiting (heldUp).
@@ -126,10 +134,9 @@ class Judge {
   std::optional<Pass> pass_;  ///< the last one of the run
   Minute lastMinute_{};       ///< the last one with a pass
   int passesInMinute_ = 0;
-  bool runIsUnderWay_ = false;
   bool passFailed_ = false;  ///< the last one of the run
-  /// The crontab from which the armed wake event was computed. Null from the first pass of a run to its end, or if the
-  /// event could not be set or has come. A run that cannot read the crontab must leave the event as it is.
+  /// The crontab from which the armed wake event was computed. Null from each pass until the tool has set the event, or
+  /// if it could not or the event has come. A run that cannot read the crontab must leave the event as it is.
   std::shared_ptr<const Crontab> armedFor_;
   std::optional<seconds> announced_;                    ///< a sleep that has not begun
   std::deque<std::pair<Moment, std::string>> history_;  ///< the last 100 notes

@@ -1,7 +1,7 @@
 #include "machine.h"
 
 #include <algorithm>
-#include <functional>
+#include <utility>
 
 namespace zt::simulation {
 
@@ -12,6 +12,8 @@ using std::chrono::minutes;
 
 /// How the listing writes a time.
 constexpr auto* listingFormat = "%m/%d/%Y %H:%M:%S";
+/// After which `arm` is killed.
+constexpr milliseconds armLimit = 3s;
 
 Machine::Machine(Random random, const Options& options, Judge& judge)
     : random_(random),
@@ -84,6 +86,18 @@ std::shared_ptr<const Crontab> Machine::readCrontab() {
   return crontab_;
 }
 
+Machine::Program Machine::launch(std::initializer_list<const Part*> parts, milliseconds limit) {
+  bool works = true;
+  bool hangs = false;
+  for (const auto* part : parts) {
+    works = works && part->state != State::fails && part->state != State::isMissing;
+    hangs = hangs || part->state == State::hangs || (part->state == State::hangsAtTimes && random_.oneIn(2));
+  }
+  const auto duration = programDuration();
+  hangs = hangs || duration > limit;
+  return {hangs ? limit : duration, hangs, works && !hangs};
+}
+
 milliseconds Machine::programDuration() {
   if (random_.oneIn(5'000)) return random_.between(20s, 90s);
   if (random_.oneIn(200)) return random_.between(1s, 8s);
@@ -103,9 +117,13 @@ bool Machine::advance(Moment target) {
   for (auto* part : parts_) consider(part->changesAt, [this, part] { failOrRecover(*part); });
   if (awake_) {
     consider(idleTimeIsOverAt_, [this] { idleTimeIsOver(); });
+    consider(continuesAt_, [this] {
+      continuesAt_ = Moment::max();
+      std::exchange(nextStep_, nullptr)();
+    });
     for (std::size_t i = 0; i < wakeEvents.size(); ++i) consider(wakeEvents[i].at, [this, i] { fireWakeEvent(i); });
   } else {
-    consider(wakesAt_, [this] { wakeUp("its clock"); });
+    consider(wakesAt_, [this] { wakeUp(personIsThere_ ? "its person" : "its clock"); });
   }
   passTo(target);
   if (happens) happens();
@@ -133,6 +151,7 @@ void Machine::passTo(Moment moment) {
       judge_.minuteEnds(minute, before_, record_, *crontab_);
       before_ = record_;
       record_ = {};
+      if (!awake_) record_.asleepAfter = arming_;
     }
   }
 }
@@ -149,7 +168,7 @@ void Machine::personComesOrGoes() {
   if (random_.oneIn(2)) {
     idleTimeIsOverAt_ = now_ + random_.between(1min, 10min);
   } else {
-    fallAsleep("its lid is closed");
+    requestSleep("its lid is closed");
   }
 }
 
@@ -157,20 +176,47 @@ void Machine::idleTimeIsOver() {
   if (assertionHeld) {
     idleTimeIsOverAt_ = now_ + random_.between(1s, 30s);
   } else {
-    fallAsleep("it is idle");
+    requestSleep("it is idle");
   }
 }
 
-void Machine::fallAsleep(const char* why) {
-  note(std::string("the machine falls asleep: ") + why);
+void Machine::requestSleep(const char* why) {
+  idleTimeIsOverAt_ = Moment::max();
+  if (!awake_ || nextStep_) return;
+  note(std::string("the machine is to sleep: ") + why);
+  continueIn(random_.between(10ms, 300ms), [this] { runArm(); });
+}
+
+void Machine::runArm() {
+  const auto program = launch({&arm, &crontabProgram, &manager, &setting}, armLimit);
+  const bool isRefused = manager.state != State::works || setting.state != State::works;
+  const auto outcome = program.works && !options_.noArm ? Arming::worked : isRefused ? Arming::refused : Arming::failed;
+  armsFor_ = crontab_->next(floor<minutes>(now_) + 1min);
+  continueIn(program.duration + random_.between(50ms, 300ms), [this, outcome, crontab = crontab_] {
+    arming_ = outcome;
+    if (outcome == Arming::worked && armsFor_ > now_) addWakeEvent(*armsFor_, true);
+    continueIn(random_.between(100ms, 2s), [this, crontab] {
+      const bool isOvertaken = crontab != crontab_ || (armsFor_ && *armsFor_ <= now_);
+      if (arming_ == Arming::worked && isOvertaken) arming_ = Arming::overtaken;
+      fallAsleep();
+    });
+  });
+}
+
+void Machine::continueIn(milliseconds delay, std::function<void()> step) {
+  continuesAt_ = now_ + delay;
+  nextStep_ = std::move(step);
+}
+
+void Machine::fallAsleep() {
+  note("the machine falls asleep");
   awake_ = false;
   idleTimeIsOverAt_ = wakesAt_ = Moment::max();
   for (const auto& event : wakeEvents) wakesAt_ = std::min(wakesAt_, event.at);
   // The clock may ring up to a second early, and waking takes a while.
-  if (wakesAt_ != Moment::max()) {
-    const Moment soonest = now_ + random_.between(500ms, 4s);
-    wakesAt_ = std::max(wakesAt_ + random_.between(-1s, 5s), soonest);
-  }
+  const Moment soonest = now_ + random_.between(500ms, 4s);
+  if (wakesAt_ != Moment::max()) wakesAt_ = std::max(wakesAt_ + random_.between(-1s, 5s), soonest);
+  if (personIsThere_) wakesAt_ = soonest;  // who has come back meanwhile
 }
 
 void Machine::wakeUp(const char* by) {
@@ -237,11 +283,28 @@ void Machine::setWakeEvent(const std::string& time) {
     const Moment candidate = asUtc - offsetAt(asUtc + distance);
     if (candidate > now_ && (!at || candidate < *at) && candidate + offsetAt(candidate) == asUtc) at = candidate;
   }
-  if (!at) {
+  if (at) {
+    addWakeEvent(*at, false);
+  } else {
     note("the agent sets no event: that time has passed");
-  } else if (std::ranges::none_of(wakeEvents, [&](const auto& event) { return event.ours && event.at == *at; })) {
-    wakeEvents.push_back({*at, localTime(*at, listingFormat), true});
   }
+}
+
+void Machine::addWakeEvent(Moment at, bool byArm) {
+  const auto same = std::ranges::find_if(wakeEvents, [&](const auto& event) { return event.ours && event.at == at; });
+  if (same == wakeEvents.end()) {
+    wakeEvents.push_back({at, localTime(at, listingFormat), true, byArm});
+  } else if (!byArm) {
+    same->unlisted = false;
+  }
+}
+
+void Machine::cancelWakeEvent(const std::string& time) {
+  std::erase_if(wakeEvents, [&](const auto& event) {
+    const bool isCancelled = event.ours && event.when == time;
+    if (isCancelled && event.at == armsFor_ && arming_ == Arming::worked) arming_ = Arming::cancelled;
+    return isCancelled;
+  });
 }
 
 }  // namespace zt::simulation

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <array>
+#include <functional>
+#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <string>
@@ -16,6 +18,7 @@ struct Options {
   /// ended. Otherwise it does so 60 awake seconds after the last run has ended.
   bool calendarTimer = false;
   bool noHangs = false;  ///< no program hangs
+  bool noArm = false;    ///< nothing is armed before the machine sleeps
 };
 
 /// One machine: its clock, its sleep, the person who uses it, its service manager, its wake events and its faults.
@@ -26,6 +29,7 @@ class Machine {
     Moment at;
     std::string when;  ///< the same in local time, as the listing shows it
     bool ours;
+    bool unlisted = false;  ///< `arm` has set it, and the tool has not listed it since
   };
   /// A program that fails ends without having done anything. One that hangs never ends; at times: every other call.
   enum class State { works, fails, isMissing, hangs, hangsAtTimes };
@@ -36,6 +40,11 @@ class Machine {
     std::vector<State> failures;  ///< one of them at a time
     State state = State::works;
     Moment changesAt{};
+  };
+  struct Program {
+    milliseconds duration;
+    bool hangs;  ///< and is killed at its limit
+    bool works;
   };
 
   Machine(Random random, const Options& options, Judge& judge);
@@ -56,17 +65,20 @@ class Machine {
 
   /// The crontab in force. Whoever reads it makes a pass for this minute.
   std::shared_ptr<const Crontab> readCrontab();
-  /// Of any program. Now and then one takes very long.
-  milliseconds programDuration();
+  /// Starts a program that depends on these parts. Now and then one takes very long.
+  Program launch(std::initializer_list<const Part*> parts, milliseconds limit);
 
-  /// What the agent does when it is asked to set an event at month/day/year hour:minute:00.
+  /// What the agent does when it is asked to set or cancel an event at month/day/year hour:minute:00.
   void setWakeEvent(const std::string& time);
+  void cancelWakeEvent(const std::string& time);
 
   Part inhibitor{"the inhibitor", std::chrono::hours{60}, {State::fails}};
   Part listing{"the listing", std::chrono::hours{90}, {State::fails, State::hangs}};
-  Part agent{"the agent", std::chrono::hours{90}, {State::fails, State::isMissing, State::hangs}};
-  Part cancelling{"the agent's cancel", std::chrono::hours{200}, {State::hangs}};
-  Part setting{"the agent's wake", std::chrono::hours{200}, {State::hangs}};
+  Part agent{"the agent", std::chrono::hours{135}, {State::fails, State::isMissing, State::hangs}};
+  Part arm{"arm", std::chrono::hours{90}, {State::fails, State::hangs}};
+  Part manager{"the service manager", std::chrono::hours{200}, {State::hangs}};
+  Part setting{"setting a wake event", std::chrono::hours{270}, {State::fails, State::hangs}};
+  Part cancelling{"cancelling a wake event", std::chrono::hours{200}, {State::hangs}};
   Part crontabProgram{"crontab", std::chrono::hours{200}, {State::hangs}};
   Part bash{"bash", std::chrono::hours{200}, {State::hangs, State::hangsAtTimes}};
   bool assertionHeld = false;
@@ -82,12 +94,20 @@ class Machine {
 
   void personComesOrGoes();
   void idleTimeIsOver();
-  void fallAsleep(const char* why);
+  /// The service manager runs `arm`, and soon afterwards the machine is asleep, whatever happens meanwhile. If somebody
+  /// comes back in that time, they wake it again. What is due in that time may start the tool, but keeps nothing awake.
+  void requestSleep(const char* why);
+  void runArm();
+  void fallAsleep();
+  /// The next step on the way to sleep.
+  void continueIn(milliseconds delay, std::function<void()> step);
   void wakeUp(const char* by);
   void fireWakeEvent(std::size_t index);
   void changeCrontab();
   void failOrRecover(Part& part);
   void addForeignEvent();
+  void addWakeEvent(Moment at, bool byArm);
+  milliseconds programDuration();
 
   Random random_;
   Options options_;
@@ -98,13 +118,18 @@ class Machine {
   bool personIsThere_ = true;
   Moment personComesOrGoesAt_, crontabChangesAt_;
   Moment idleTimeIsOverAt_ = Moment::max(), wakesAt_ = Moment::max();  ///< max() for never
+  Moment continuesAt_ = Moment::max();                                 ///< on its way to sleep
+  std::function<void()> nextStep_;                                     ///< null if it is not
+  Arming arming_ = Arming::failed;                                     ///< the last time
+  std::optional<Minute> armsFor_;
 
   ToolState tool_ = ToolState::stopped;
   Waiting waiting_ = Waiting::no;
   milliseconds timerElapses_{};  ///< on the monotonic clock
   Moment tick_;                  ///< the next one of the calendar timer
 
-  std::array<Part*, 7> parts_{&inhibitor, &listing, &agent, &cancelling, &setting, &crontabProgram, &bash};
+  std::array<Part*, 9> parts_{&inhibitor, &listing,    &agent,          &arm, &manager,
+                              &setting,   &cancelling, &crontabProgram, &bash};
   std::shared_ptr<const Crontab> crontab_;
   MinuteRecord before_, record_;  ///< of the last minute and of this one
 };

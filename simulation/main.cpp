@@ -5,9 +5,12 @@
 #include <charconv>
 #include <csignal>
 #include <exception>
+#include <initializer_list>
+#include <iomanip>
 #include <iostream>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "support/zone.h"
 #include "tool.h"
@@ -16,7 +19,7 @@ namespace zt::simulation {
 namespace {
 
 constexpr auto* usage =
-    R"(usage: simulate [--years N] [--seed S] [--calendar-timer] [--no-hangs]
+    R"(usage: simulate [--years N] [--seed S] [--calendar-timer] [--no-hangs] [--no-arm]
 
 Runs the tool on N simulated machines (default: 20), on each for a year. Their seeds are S (default: 1), S+1, and so on;
 --years 1 --seed S repeats a single one. The exit status is 1 if a copy was missed, doubled or early, or if there was
@@ -25,6 +28,7 @@ another violation. docs/simulation.md describes the machines, and which losses a
   --calendar-timer  Start the tool at each full minute and, if one passes during a run, again as soon as that ends.
                     Copies are doubled then: this shows that the simulation notices, and why the tool has another timer.
   --no-hangs        No program hangs.
+  --no-arm          Nothing is armed before a machine sleeps.
 )";
 
 std::string machineName;
@@ -58,11 +62,24 @@ void simulateYear(std::uint64_t seed, const Options& options, Figures& figures) 
 void print(const Figures& f) {
   std::cout << f.machineYears << " machine-years, " << f.runs << " runs, " << f.due << " copies due: " << f.startedOnce
             << " started once (" << f.late << " of them late), " << f.missed << " missed, " << f.doubled << " doubled, "
-            << f.early << " early, " << f.other << " other violations.\n"
-            << "Lost through no fault of the tool: " << f.asleepInRun << " put to sleep during a run, " << f.asleepUnset
-            << " asleep with no wake event set, " << f.awakeTooShort << " not awake long enough, " << f.heldUp
-            << " held up by a program, " << f.hung << " while a program hung, " << f.ending
-            << " put to sleep as a run ended." << std::endl;
+            << f.early << " early, " << f.other << " other violations.\nLost through no fault of the tool:\n";
+  const std::initializer_list<std::pair<std::int64_t, const char*>> losses = {
+      {f.armFailed, "asleep, arm had failed"},
+      {f.refused, "asleep, the service manager had refused"},
+      {f.cancelled, "asleep, a run had cancelled arm's event"},
+      {f.overtaken, "asleep, arm was overtaken"},
+      {f.awakeTooShort, "not awake long enough"},
+      {f.heldUp, "held up by a program"},
+      {f.hung, "while a program hung"},
+      {f.ending, "put to sleep as a run ended"},
+  };
+  std::int64_t lost = 0;
+  for (const auto& [count, what] : losses) {
+    std::cout << std::setw(8) << count << "  " << what << '\n';
+    lost += count;
+  }
+  std::cout << "Together: " << lost << ", or " << 100.0 * static_cast<double>(lost) / static_cast<double>(f.due)
+            << " percent." << std::endl;
 }
 
 bool read(const char* text, std::uint64_t& number) {
@@ -85,6 +102,8 @@ int main(char** arguments) {
       options.calendarTimer = true;
     } else if (name == "--no-hangs") {
       options.noHangs = true;
+    } else if (name == "--no-arm") {
+      options.noArm = true;
     } else if (!(name == "--years" && read(*++argument, years) && years > 0) &&
                !(name == "--seed" && read(*++argument, seed))) {
       std::cerr << "simulate: wrong option or value: " << name << "\n\n" << usage;

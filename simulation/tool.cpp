@@ -26,7 +26,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   OwnWakeEvents wakeEvents() const {
     OwnWakeEvents events{{}, couldSet_, couldCancel_};
     for (const auto& event : machine_.wakeEvents) {
-      if (event.ours) events.armed.push_back(event.at);
+      if (event.ours && !event.unlisted) events.armed.push_back(event.at);
     }
     return events;
   }
@@ -81,12 +81,13 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   std::optional<Texts> list(const std::filesystem::path&) override {
     cancellable_.clear();
     const bool agentHangs = machine_.agent.state == State::hangs;  // which lists the events, too
-    if (!runProgram({agentHangs ? &machine_.agent : &machine_.listing})) {
+    if (!runProgram({agentHangs ? &machine_.agent : &machine_.listing, &machine_.manager})) {
       couldCancel_ = false;
       return std::nullopt;
     }
     Texts lines{"Scheduled power events:"};
-    for (const auto& event : machine_.wakeEvents) {
+    for (auto& event : machine_.wakeEvents) {
+      event.unlisted = false;
       lines.push_back(" [" + std::to_string(lines.size()) + "]  wake at " + event.when + " by " +
                       (event.ours ? "'ZTAgent'" : "'somebody'"));
       if (event.ours) cancellable_.push_back(event.when);
@@ -95,14 +96,14 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
   void cancel(const std::filesystem::path&, const std::string& dateAndTime) override {
     if (std::erase(cancellable_, dateAndTime) == 0) judge_.otherViolation(dateAndTime + " is not ours to cancel");
-    if (runProgram({&machine_.agent, &machine_.cancelling})) {
-      std::erase_if(machine_.wakeEvents, [&](const auto& event) { return event.ours && event.when == dateAndTime; });
+    if (runProgram({&machine_.agent, &machine_.manager, &machine_.cancelling})) {
+      machine_.cancelWakeEvent(dateAndTime);
     } else {
       couldCancel_ = false;
     }
   }
   void wake(const std::filesystem::path&, const std::string& time) override {
-    if (runProgram({&machine_.agent, &machine_.setting})) {
+    if (runProgram({&machine_.agent, &machine_.manager, &machine_.setting})) {
       machine_.setWakeEvent(time);
     } else {
       couldSet_ = false;
@@ -121,25 +122,11 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
 
  private:
   using State = Machine::State;
-  struct Program {
-    milliseconds duration;
-    bool hangs;  ///< and is killed
-    bool works;
-  };
 
   /// Starts a program that depends on these parts.
-  Program launch(std::initializer_list<const Machine::Part*> parts, milliseconds longest = limit) {
+  Machine::Program launch(std::initializer_list<const Machine::Part*> parts, milliseconds longest = limit) {
     if (++programs_ > 10'000) throw std::runtime_error("a run does not end");
-    bool works = true;
-    bool hangs = false;
-    for (const auto* part : parts) {
-      works = works && part->state != State::fails && part->state != State::isMissing;
-      hangs =
-          hangs || part->state == State::hangs || (part->state == State::hangsAtTimes && machine_.random().oneIn(2));
-    }
-    const auto duration = machine_.programDuration();
-    hangs = hangs || duration > longest;
-    return {hangs ? longest : duration, hangs, works && !hangs};
+    return machine_.launch(parts, longest);
   }
   /// Runs one to its end, or until it is killed. Gives whether it has worked.
   bool runProgram(std::initializer_list<const Machine::Part*> parts) {
