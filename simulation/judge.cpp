@@ -183,11 +183,13 @@ void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRe
   const bool asleep = record.asleepAfter && !record.atEvent && !record.crontabChanged;
   const auto arming = record.asleepAfter.value_or(Arming::failed);
   const bool crontabStayed = !before.crontabChanged && !record.crontabChanged;
-  const bool timerHadTime =
-      record.awake == 1min && before.available + record.available >= enoughForTimer && crontabStayed;
+  const bool eventWasSet = armedFor_.get() == &inForce;
+  // The run in the minute before may have ended so late that the next one starts after this minute.
+  const bool crontabHungBefore = before.crontabHung && !eventWasSet;
+  const bool timerHadTime = record.awake == 1min && before.available + record.available >= enoughForTimer &&
+                            crontabStayed && !crontabHungBefore;
   const bool eventHadTime = (record.atEvent == ToolState::stopped && record.availableSinceEvent >= enoughToStart) ||
                             (record.atEvent == ToolState::running && record.availableSinceEvent >= enoughForRun);
-  const bool eventWasSet = armedFor_.get() == &inForce;
   const bool runHadTime = pass_ && pass_->crontab.get() == &inForce && record.availableSinceHang >= enoughForRun;
   const bool hadTime = record.hung ? runHadTime && !record.crontabHung : timerHadTime || eventHadTime;
   if (hadTime || (asleep && (eventWasSet || arming == Arming::worked))) {
@@ -200,7 +202,7 @@ void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRe
                                    : figures_.armFailed) += due;
   } else if (cameWhileEnding) {
     figures_.ending += due;
-  } else if (record.hung) {
+  } else if (record.hung || crontabHungBefore) {
     figures_.hung += due;
   } else if (before.awake + record.awake == 2min && crontabStayed) {
     figures_.heldUp += due;

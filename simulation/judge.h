@@ -96,14 +96,16 @@ class Judge {
   ///
   /// In a minute in which the tool waited for a program that hung, the first two do not count. What was due is missed
   /// if that was not crontab, the run had read this crontab, and it was available long enough afterwards for a pass.
-  /// In the next minute everything counts again: the time of waiting for a hung program is no excuse there.
+  /// In the next minute everything counts again: the time of waiting for a hung program is no excuse there. But if
+  /// crontab hung in the minute before, and no wake event is set for this one, the timer may be too late.
   ///
   /// Otherwise the tool is not to blame:
   /// - The machine was asleep, and no event could wake it, because `arm` had not worked (armFailed, refused, cancelled,
   ///   overtaken) and no run had set one: it could not, it had not done so yet, or the event had come while crontab
   ///   hung or while a run was ending.
   /// - The wake event came in the milliseconds in which a run ended, so that its request for a start was lost (ending).
-  /// - A program hung in this minute, and was killed (hung). So is a copy whose own bash hung counted: see wordHangs().
+  /// - A program hung in this minute, or crontab in the one before, and was killed (hung). So is a copy whose own bash
+  ///   hung counted: see wordHangs().
   /// - Another program kept the tool waiting (heldUp).
   /// - The machine was not awake long enough, or not after the crontab was changed (awakeTooShort).
   void minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce);
