@@ -82,22 +82,27 @@ class MainLoop {
     const auto second = isInComingMinute ? nextEventDate(lines, now + 2min, services_.calendar) : first;
     if (!second) return Next::end;
     log_.info("Checking one " + date(*first) + " and two " + date(*second) + " minute events.");
-    if (first == second) return setWakeAndWait(*first);
+    if (first == second) return setWakeAndWait(now, *first);
     sleepPastMinuteOf(now);
     return Next::anotherPass;
   }
 
-  Next setWakeAndWait(Instant event) {
+  Next setWakeAndWait(Instant handled, Instant event) {
     // Programs that hang can make a pass take minutes.
     if (services_.clock.now() >= event) return Next::anotherPass;
     log_.info("Next event more than 1 minute from now, setting wake, then sleeping " + inSeconds(throttleInterval) +
               " for launchd ThrottleInterval.");
     wakeScheduling_.set(event, services_.calendar);
+    const Instant begin = services_.clock.now();
     services_.clock.sleep(throttleInterval);
     // If the machine was suspended meanwhile, the event has woken it, but the service manager has started no other run
-    // beside this one. The hardware clock can wake the machine a second early.
-    const bool eventHasCome = services_.clock.now() + 1s >= event;
-    return eventHasCome ? Next::anotherPass : Next::end;
+    // beside this one. The hardware clock can wake the machine a second early. It can also have been an event for a
+    // changed crontab.
+    const Instant end = services_.clock.now();
+    const bool eventHasCome = end + 1s >= event;
+    const bool wasSuspended = end > begin + throttleInterval + 2s;
+    const bool isInLaterMinute = end >= minuteOf(handled, services_.calendar).start + 1min;
+    return eventHasCome || (wasSuspended && isInLaterMinute) ? Next::anotherPass : Next::end;
   }
 
   /// Sleeps until the minute of `handled` is over, even if the clock is set back into it during the sleep: what is due

@@ -212,7 +212,9 @@ TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
   };
   expect("woken by the event", "2027-03-10 00:05:03 +0100", {"10", "10"}, {"tomorrow"});
   expect("a second early", "2027-03-10 00:04:59 +0100", {"10", "2", "10"}, {"tomorrow"});
-  expect("woken earlier, by something else", "2027-03-10 00:04:58 +0100", {"10"}, {});
+  expect("woken earlier, by something else", "2027-03-10 00:04:58 +0100", {"10", "3", "10"}, {"tomorrow"});
+  expect("woken even earlier", "2027-03-09 23:00:00 +0100", {"10", "10"}, {});
+  expect("woken in the minute that has been handled", "2027-03-09 12:34:59 +0100", {"10"}, {});
   expect("too late for that copy", "2027-03-10 00:06:00 +0100", {"10", "10"}, {});
   FakeRun run;
   run.crontab = {tomorrow};
