@@ -14,6 +14,8 @@ using std::chrono::minutes;
 constexpr auto* listingFormat = "%m/%d/%Y %H:%M:%S";
 /// After which `arm` is killed.
 constexpr milliseconds armLimit = 3s;
+/// How often it looks again whether the event is set, once it has set it.
+constexpr milliseconds armPeriod = 25ms;
 
 Machine::Machine(Random random, const Options& options, Judge& judge)
     : random_(random),
@@ -191,15 +193,31 @@ void Machine::runArm() {
   const auto program = launch({&arm, &crontabProgram, &manager, &setting}, armLimit);
   const bool isRefused = manager.state != State::works || setting.state != State::works;
   const auto outcome = program.works && !options_.noArm ? Arming::worked : isRefused ? Arming::refused : Arming::failed;
-  armsFor_ = crontab_->next(floor<minutes>(now_) + 1min);
-  continueIn(program.duration + random_.between(50ms, 300ms), [this, outcome, crontab = crontab_] {
+  readForArm();
+  continueIn(program.duration + random_.between(50ms, 300ms), [this, outcome] {
     arming_ = outcome;
-    if (outcome == Arming::worked && armsFor_ > now_) addWakeEvent(*armsFor_, true);
-    continueIn(random_.between(100ms, 2s), [this, crontab] {
-      const bool isOvertaken = crontab != crontab_ || (armsFor_ && *armsFor_ <= now_);
-      if (arming_ == Arming::worked && isOvertaken) arming_ = Arming::overtaken;
-      fallAsleep();
-    });
+    asleepAt_ = now_ + random_.between(100ms, 2s);
+    untilAsleep();
+  });
+}
+
+void Machine::readForArm() {
+  armsFor_ = crontab_->next(floor<minutes>(now_) + 1min);
+  armsCrontab_ = crontab_;
+}
+
+void Machine::untilAsleep() {
+  if (arming_ == Arming::worked && armsFor_ > now_) addWakeEvent(*armsFor_, true);
+  continueIn(std::min(armPeriod, asleepAt_ - now_), [this] {
+    const bool worked = arming_ == Arming::worked || arming_ == Arming::cancelled;
+    if (now_ < asleepAt_) {
+      if (worked) arming_ = Arming::worked;
+      readForArm();
+      return untilAsleep();
+    }
+    const bool isOvertaken = armsCrontab_ != crontab_ || (armsFor_ && *armsFor_ <= now_);
+    if (arming_ == Arming::worked && isOvertaken) arming_ = Arming::overtaken;
+    fallAsleep();
   });
 }
 

@@ -98,6 +98,9 @@ class Machine {
   /// comes back in that time, they wake it again. What is due in that time may start the tool, but keeps nothing awake.
   void requestSleep(const char* why);
   void runArm();
+  void readForArm();
+  /// `arm` sets the event again and again.
+  void untilAsleep();
   void fallAsleep();
   /// The next step on the way to sleep.
   void continueIn(milliseconds delay, std::function<void()> step);
@@ -122,6 +125,8 @@ class Machine {
   std::function<void()> nextStep_;                                     ///< null if it is not
   Arming arming_ = Arming::failed;                                     ///< the last time
   std::optional<Minute> armsFor_;
+  std::shared_ptr<const Crontab> armsCrontab_;
+  Moment asleepAt_;
 
   ToolState tool_ = ToolState::stopped;
   Waiting waiting_ = Waiting::no;

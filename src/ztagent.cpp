@@ -46,13 +46,20 @@ void report(std::string message, LogLevel level) {
     journal->write(level, "com.velmorra.Zantrove.Helpers", "ZTAgent", message);
 }
 
-/// The machine waits for the first time only. Until it is asleep, a run can begin that cancels the event and stays for
-/// the next minute, and the crontab can change.
+/// The machine waits for the first time only. Until it is asleep, each run that begins cancels the event, and sets none
+/// if it stays for the next minute. The crontab can change as well.
 void armUntilAsleep(zt::Agent& agent) {
-  agent.arm();
+  auto event = agent.arm();
   notifyReady();
   const SleepWatch watch(15s);
-  while (watch.pause(200ms)) agent.arm();
+  constexpr int looksPerReading = 10;  // at the wake events, for each one of the crontab
+  for (int look = 1; watch.pause(20ms); ++look) {
+    if (look % looksPerReading == 0) {
+      event = agent.arm();
+    } else if (event) {
+      agent.arm(*event);
+    }
+  }
 }
 
 /// Gives whether the arguments are right.

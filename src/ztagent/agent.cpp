@@ -98,16 +98,21 @@ std::vector<std::string> Agent::list() {
   return lines;
 }
 
-void Agent::arm() {
+std::optional<Instant> Agent::arm() {
   const auto lines = readCrontabLines(services_.commands);
   if (!lines) throw AgentFailure("no wake event is set. crontab did not end in time.");
   // What is due in this minute is due already: no event can start it.
   const auto next = nextEventDate(*lines, services_.clock.now() + 1min, services_.calendar);
-  if (!next) return;
+  if (next) arm(*next);
+  return next;
+}
+
+void Agent::arm(Instant instant) {
+  if (instant <= services_.clock.now()) return;
   try {
     const auto timers = services_.serviceManager.waitingTimers();
     const auto isSet = [&](const auto& timer) { return std::ranges::find(timers, timer) != timers.end(); };
-    if (!isSet(oldWakeTimer(services_.calendar.localTime(*next))) && !isSet(wakeTimer(*next))) set(*next);
+    if (!isSet(oldWakeTimer(services_.calendar.localTime(instant))) && !isSet(wakeTimer(instant))) set(instant);
   } catch (const platform::ServiceManagerError& error) {
     throw AgentFailure(std::string("no wake event is set. ") + error.what());
   }

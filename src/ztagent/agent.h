@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -41,9 +42,12 @@ class Agent {
   void cancel(const std::string& time);
   /// One line for each event, in their order: "[0] wake at 03/05/2027 07:03:00 by 'ZTAgent'".
   std::vector<std::string> list();
-  /// Sets the event for the next schedule in the crontab, if it is not set. For a machine that is about to sleep: a run
-  /// that stays for the next minute has set none, and the crontab can have changed since the last run.
-  void arm();
+  /// Sets the event for the next schedule in the crontab, if it is not set, and gives its instant; nullopt if no
+  /// schedule can fire. For a machine that is about to sleep: a run that stays for the next minute has set none, and
+  /// the crontab can have changed since the last run.
+  std::optional<Instant> arm();
+  /// Sets the event at `instant` if it is still to come and not set.
+  void arm(Instant instant);
 
  private:
   std::vector<WakeEvent> events();
