@@ -133,7 +133,7 @@ check "systemd accepts the units" same "" "$({
 [ "$version" != 0 ] || { skip "timer, journal, inhibitor, waking: systemd does not run this machine"; finish; }
 [ "$no_permission" ] || check "systemd has read the drop-in" \
   grep -q user@.service.d/ztbackupbytime.conf <(systemctl show --value --property DropInPaths "user@$uid.service")
-systemctl restart "user@$uid.service"
+for name in "$user" "${others[@]}"; do systemctl restart "user@$(id -u "$name").service"; done
 check "the user's systemd runs" wait_for 60 systemd is-active default.target
 
 # Without the application, then with one whose controller takes three minutes for a copy
