@@ -46,10 +46,8 @@ bool movePart(SystemdUserManager& manager, const std::string& unit, pid_t sessio
   return foundAny;
 }
 
-void move(pid_t child, const std::string& description) {
+void move(pid_t child, const std::string& unit, const std::string& description) {
   std::this_thread::sleep_for(leastDuration);
-  const auto unit = unitOfThisProcess();
-  if (!unit.ends_with(".service")) return;
   SystemdUserManager manager(1s);
   // While they are moved, they can start others.
   while (movePart(manager, unit, child, description)) {
@@ -59,9 +57,11 @@ void move(pid_t child, const std::string& description) {
 }  // namespace
 
 void moveToScope(pid_t child, const std::string& description) {
+  const auto unit = unitOfThisProcess();
+  if (!unit.ends_with(".service")) return;
   const auto work = [=] {
     try {
-      move(child, description);
+      move(child, unit, description);
     } catch (const ServiceManagerError&) {
       // The copy goes on where it is.
     }
