@@ -27,6 +27,12 @@ constexpr seconds enoughToStart = 3s;
 /// margin of 2 seconds.
 constexpr seconds enoughForRun = lastWait + 2s;
 
+/// Whether the tool, started by the event or already running then, had time for a pass.
+bool eventHadTime(const MinuteRecord& record) {
+  return (record.atEvent == ToolState::stopped && record.availableSinceEvent >= enoughToStart) ||
+         (record.atEvent == ToolState::running && record.availableSinceEvent >= enoughForRun);
+}
+
 std::string text(Moment moment) {
   return localTime(moment, "%F %T %z");
 }
@@ -171,6 +177,19 @@ void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEve
   endPass();
 }
 
+std::int64_t& Judge::lostAfter(Arming arming) {
+  switch (arming) {
+    case Arming::refused:
+      return figures_.refused;
+    case Arming::cancelled:
+      return figures_.cancelled;
+    case Arming::overtaken:
+      return figures_.overtaken;
+    default:
+      return figures_.armFailed;
+  }
+}
+
 void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce) {
   const bool cameWhileEnding = record.atEvent == ToolState::ending;
   if (cameWhileEnding || (record.atEvent && !record.hadPass)) armedFor_.reset();
@@ -188,18 +207,13 @@ void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRe
   const bool crontabHungBefore = before.crontabHung && !eventWasSet;
   const bool timerHadTime = record.awake == 1min && before.available + record.available >= enoughForTimer &&
                             crontabStayed && !crontabHungBefore;
-  const bool eventHadTime = (record.atEvent == ToolState::stopped && record.availableSinceEvent >= enoughToStart) ||
-                            (record.atEvent == ToolState::running && record.availableSinceEvent >= enoughForRun);
   const bool runHadTime = pass_ && pass_->crontab.get() == &inForce && record.availableSinceHang >= enoughForRun;
-  const bool hadTime = record.hung ? runHadTime && !record.crontabHung : timerHadTime || eventHadTime;
+  const bool hadTime = record.hung ? runHadTime && !record.crontabHung : timerHadTime || eventHadTime(record);
   if (hadTime || (asleep && (eventWasSet || arming == Arming::worked))) {
     figures_.missed += due;
     report("what was due at " + text(minute) + " was not started");
   } else if (asleep) {
-    (arming == Arming::refused     ? figures_.refused
-     : arming == Arming::cancelled ? figures_.cancelled
-     : arming == Arming::overtaken ? figures_.overtaken
-                                   : figures_.armFailed) += due;
+    lostAfter(arming) += due;
   } else if (cameWhileEnding) {
     figures_.ending += due;
   } else if (record.hung || crontabHungBefore) {

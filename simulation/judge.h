@@ -125,6 +125,8 @@ class Judge {
   };
 
   void endPass();
+  /// The copies that were lost in a sleep before which that became of `arm`.
+  std::int64_t& lostAfter(Arming arming);
   /// Counts the copies of the first pass in a minute.
   void compare(const Pass& pass);
   /// Checks that the event for the pass's next minute is armed, and no other.
