@@ -1,6 +1,7 @@
 #include "platform/linux/systemd_library.h"
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include <cstdlib>
 #include <memory>
@@ -52,6 +53,7 @@ void notifyReady() {
 }
 
 std::string unitOfThisProcess() {
+  if (::access("/run/systemd/system", F_OK) != 0) return {};  // then loading the library would be in vain
   const auto* systemd = SystemdLibrary::load();
   char* unit = nullptr;
   if (systemd == nullptr || systemd->sd_pid_get_user_unit(0, &unit) < 0) return {};
