@@ -75,7 +75,10 @@ wake_soon() { as_user ZTAgent wake "$(date -d '3 seconds' '+%-m/%-d/%Y %-H:%-M:%
 events() { as_user ZTAgent sched 2>&1; }
 event_at() { date -d "@$1" "+[0] wake at %m/%d/%Y %T by 'ZTAgent'"; }
 only_event_is_at() { same "$(event_at "$1")" "$(events)"; }
-entries() { as_user journalctl --user --unit ztbackupbytime --no-pager --output "$@"; }
+entries() {  # entries OUTPUT [OPTION OF JOURNALCTL...]
+  journalctl --sync  # a file to which journald is writing can be ignored as truncated
+  as_user journalctl --user --unit ztbackupbytime --no-pager --output "$@"
+}
 entry_has() {  # entry_has TEXT...: one entry of the journal has all texts in its JSON form
   local found text
   found=$(entries json)
