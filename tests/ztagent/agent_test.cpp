@@ -1,5 +1,7 @@
 #include "ztagent/agent.h"
 
+#include <unistd.h>
+
 #include "support/fakes.h"
 #include "support/test.h"
 
@@ -94,6 +96,7 @@ TEST(Agent, SaysWhyAnEventCannotBeSet) {
     return rest == outcome.npos ? outcome : outcome.substr(0, rest + 2) + outcome.substr(rest + start.size());
   };
   EXPECT_NE(afterFailure(true, true).find("(CAP_WAKE_ALARM)"), std::string::npos);
+  EXPECT_NE(afterFailure(true, true).find("user@" + std::to_string(::getuid()) + ".service"), std::string::npos);
   EXPECT_EQ(afterFailure(true, false),
             "notice: This machine has no clock that could wake it; copies are made while it is awake.");
   EXPECT_EQ(afterFailure(false, false), "notice: ztbackupbytime.timer is not active.");
@@ -101,6 +104,8 @@ TEST(Agent, SaysWhyAnEventCannotBeSet) {
   machine.isThere = false;
   EXPECT_EQ(machine.afterWake("3/5/2028 7:3:0"),
             "error: no wake event at 2028-03-05 07:03:00: systemd could not arm the timer. Nobody there.");
+  EXPECT_EQ(machine.outcomeOf([](Agent& agent) { agent.cancel("3/5/2028 7:3:0"); }),
+            "error: no wake event at 2028-03-05 07:03:00 is cancelled. Nobody there.");
 }
 
 TEST(Agent, ListsAndCancelsEventsOfThisAndOfTheOldVersionOnly) {
