@@ -13,9 +13,11 @@ using std::chrono::minutes;
 /// How the listing writes a time.
 constexpr auto* listingFormat = "%m/%d/%Y %H:%M:%S";
 /// After which `arm` is killed.
-constexpr milliseconds armLimit = 3s;
+constexpr milliseconds armLimit = 5s;
 /// How often it looks again whether the event is set, once it has set it.
 constexpr milliseconds armPeriod = 25ms;
+/// How often it reads the crontab again.
+constexpr milliseconds armReadingPeriod = 500ms;
 
 Machine::Machine(Random random, const Options& options, Judge& judge)
     : random_(random),
@@ -202,6 +204,7 @@ void Machine::runArm() {
 }
 
 void Machine::readForArm() {
+  readForArmAt_ = now_;
   armsFor_ = crontab_->next(floor<minutes>(now_) + 1min);
   armsCrontab_ = crontab_;
 }
@@ -212,7 +215,7 @@ void Machine::untilAsleep() {
     const bool worked = arming_ == Arming::worked || arming_ == Arming::cancelled;
     if (now_ < asleepAt_) {
       if (worked) arming_ = Arming::worked;
-      readForArm();
+      if (now_ - readForArmAt_ >= armReadingPeriod) readForArm();
       return untilAsleep();
     }
     const bool isOvertaken = armsCrontab_ != crontab_ || (armsFor_ && *armsFor_ <= now_);

@@ -126,6 +126,7 @@ class Machine {
   Arming arming_ = Arming::failed;                                     ///< the last time
   std::optional<Minute> armsFor_;
   std::shared_ptr<const Crontab> armsCrontab_;
+  Moment readForArmAt_;
   Moment asleepAt_;
 
   ToolState tool_ = ToolState::stopped;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <iostream>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -52,14 +53,21 @@ void armUntilAsleep(zt::Agent& agent) {
   auto event = agent.arm();
   notifyReady();
   const SleepWatch watch(15s);
-  constexpr int looksPerReading = 10;  // at the wake events, for each one of the crontab
+  constexpr int looksPerReading = 25;  // at the wake events, for each one of the crontab, which is logged
+  std::optional<zt::AgentFailure> failure;
   for (int look = 1; watch.pause(20ms); ++look) {
-    if (look % looksPerReading == 0) {
-      event = agent.arm();
-    } else if (event) {
-      agent.arm(*event);
+    try {
+      failure.reset();
+      if (look % looksPerReading == 0) {
+        event = agent.arm();
+      } else if (event) {
+        agent.arm(*event);
+      }
+    } catch (const zt::AgentFailure& thisFailure) {
+      failure = thisFailure;  // a run can have cancelled the event that was just being set: look again
     }
   }
+  if (failure) throw zt::AgentFailure(*failure);
 }
 
 /// Gives whether the arguments are right.
