@@ -39,7 +39,8 @@ bool movePart(SystemdUserManager& manager, const std::string& unit, pid_t sessio
         manager.attach(scope, process);
       }
     } catch (const ServiceManagerError&) {
-      if (runsInSession(process, session)) throw;  // otherwise it has ended
+      if (runsInSession(process, session)) throw;
+      return true;  // it has ended meanwhile, perhaps before there was a scope
     }
     foundAny = true;
   }
