@@ -78,6 +78,9 @@ class Task {
   /// waitUntilExit() has returned or hasExited() is true.
   std::int32_t terminationStatus() const;
 
+  /// Whether a signal killed the child. Valid at the same times.
+  bool wasKilled() const;
+
  private:
   struct State;
 

@@ -138,8 +138,11 @@ LimitedOutput shell(platform::Task task, const Limits& limits) {
   output->waitUntil(end);
   // If this process was stopped meanwhile, its threads may have to read first what the task printed in time.
   output->waitUntil(std::chrono::steady_clock::now() + 100ms);
-  if (output->isComplete() && !output->isTooMuch()) return {.lines = output->lines(), .killedBecause = {}};
-
+  if (output->isComplete() && !output->isTooMuch()) {
+    // What it has printed can be anything up to all of it: an empty crontab, for example.
+    if (task.wasKilled()) return {{}, "it got signal " + std::to_string(task.terminationStatus())};
+    return {.lines = output->lines(), .killedBecause = {}};
+  }
   const bool hasExited = task.hasExited();
   task.killGroup();
   // Nobody waits for its end: a process in a system call may not end, and one that has left the group is not killed.

@@ -100,7 +100,7 @@ std::vector<std::string> Agent::list() {
 
 std::optional<Instant> Agent::arm() {
   const auto lines = readCrontabLines(services_.commands);
-  if (!lines) throw AgentFailure("no wake event is set. crontab did not end in time.");
+  if (!lines) throw AgentFailure("no wake event is set. crontab was killed.");
   // What is due in this minute is due already: no event can start it.
   const auto next = nextEventDate(*lines, services_.clock.now() + 1min, services_.calendar);
   if (next) arm(*next);

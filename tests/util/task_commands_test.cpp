@@ -11,7 +11,7 @@ struct RunCommands : Children {
   TaskCommands commands{{.awakeTime = 500ms, .bytes = 1'000'000}, [&](const auto& line) { reports.push_back(line); }};
 };
 
-TEST_F(RunCommands, KillsWhatDoesNotEnd) {
+TEST_F(RunCommands, KillsWhatDoesNotEndAndTakesNothingFromWhatIsKilled) {
   const std::string killed = "Killed /bin/bash -c: ";
   const std::string tooLong = killed + "it did not end within 500 milliseconds.";
   const std::string leftBehind = killed + "a process that it left behind still held its output after 500 milliseconds.";
@@ -26,6 +26,7 @@ TEST_F(RunCommands, KillsWhatDoesNotEnd) {
       {"setsid sleep 2 & sleep 0.1", leftBehind},  // in another session: not killed, but not waited for
       {"exec perl -e 'setpgrp(0, getpgrp(getppid())); sleep 1000'", tooLong},       // in the group of the tool
       {"setsid yes & sleep 1000", killed + "it printed more than 1000000 bytes."},  // ends when nobody reads any more
+      {"echo a part; kill -KILL $$", killed + "it got signal 9."},  // by somebody else
       {"yes", killed + "it printed more than 1000000 bytes."},
   };
   for (const auto& [script, report] : rows) {

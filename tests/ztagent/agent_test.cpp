@@ -154,5 +154,5 @@ TEST(Agent, ArmsTheNextScheduleUnlessItIsSet) {
   machine.commands.crontab = {lineText("1 12 * * *")};
   EXPECT_EQ(machine.afterArm(), "error: no wake event is set. Nobody there.");
   machine.commands.toFail = machine.commands.all.size() + 1;
-  EXPECT_EQ(machine.afterArm(), "error: no wake event is set. crontab did not end in time.");
+  EXPECT_EQ(machine.afterArm(), "error: no wake event is set. crontab was killed.");
 }

@@ -109,7 +109,8 @@ struct Task::State {
     } while (ended < 0 && errno == EINTR);
     if (ended < 0) fatal("cannot wait for " + commandLine.front(), errno);
     if (ended == 0) return;
-    terminationStatus = WIFSIGNALED(status) ? WTERMSIG(status) : WEXITSTATUS(status);
+    wasKilled = WIFSIGNALED(status);
+    terminationStatus = wasKilled ? WTERMSIG(status) : WEXITSTATUS(status);
     hasExited = true;
   }
 
@@ -125,6 +126,7 @@ struct Task::State {
   std::mutex waiting;                        ///< guards what follows; held through waitpid(2)
   bool hasExited = false;
   std::int32_t terminationStatus = 0;
+  bool wasKilled = false;
 };
 
 bool Task::isArgument(std::string_view text) {
@@ -248,6 +250,10 @@ void Task::killGroup() {
 
 std::int32_t Task::terminationStatus() const {
   return state_->terminationStatus;
+}
+
+bool Task::wasKilled() const {
+  return state_->wasKilled;
 }
 
 Task::State& Task::configuration() {
