@@ -32,8 +32,10 @@ TEST(NextRunDate, FollowsTheWallClock) {
          "2027-11-06 23:30 -0300");
   expect("set back by a day", "AAA-12BBB12,J100/12,J200/12", "30 4 * * *", "2027-04-10 11:00 +1200",
          "2027-04-10 04:30 -1200");
-  expect("set back for some hours only", "AAA0BBB1,J100/0,J100/5", "30 23 * * *", "2027-04-09 23:50 +0000",
-         "2027-04-09 23:30 -0100");
+  expect("set back by a day, in almost a day", "AAA-12BBB12,J100/12,J200/12", "10 12 * * *", "2027-04-09 12:30 +1200",
+         "2027-04-09 12:10 -1200");
+  expect("set back for some hours only", "AAA0BBB3,J100/0,J100/5", "30 21 * * *", "2027-04-09 23:50 +0000",
+         "2027-04-09 21:30 -0300");
   for (const auto* never : {"* 9 * * *", "60 9 * * *", "-1 9 * * *", "0 24 * * *", "0 9 * * 7", "0 9 15 * *"}) {
     EXPECT_EQ(lineOf(never).nextRunDate(Instant{}, Zone("UTC0").calendar), std::nullopt) << never;
   }

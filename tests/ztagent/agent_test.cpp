@@ -7,7 +7,8 @@
 
 /// A machine at 2027-10-30 12:00:30 UTC, the day before clocks in Europe are set back.
 struct FakeMachine : Clock, ServiceManager {
-  Instant now() const override { return at("2027-10-30 12:00:30 +0000"); }
+  Instant now() const override { return clock; }
+  std::chrono::milliseconds awakeTime() const override { return 0ms; }
   void sleep(std::chrono::seconds) override {}
 
   std::vector<std::string> waitingTimers() override {
@@ -16,6 +17,7 @@ struct FakeMachine : Clock, ServiceManager {
   }
   bool start(const std::string& unit) override {
     if (!isThere) throw ServiceManagerError("Nobody there.");
+    clock += startTakes;
     if (canArm) timers.insert(unit);
     return canArm;
   }
@@ -43,6 +45,8 @@ struct FakeMachine : Clock, ServiceManager {
     return outcomeOf([](Agent& agent) { agent.arm(); });
   }
 
+  Instant clock = at("2027-10-30 12:00:30 +0000");
+  std::chrono::seconds startTakes = 0s;
   bool isThere = true, canArm = true, isEnabled = true, hasClock = true;
   std::set<std::string> timers;
   FakeCommands commands;
@@ -101,6 +105,9 @@ TEST(Agent, SaysWhyAnEventCannotBeSet) {
             "notice: This machine has no clock that could wake it; copies are made while it is awake.");
   EXPECT_EQ(afterFailure(false, false), "notice: ztbackupbytime.timer is not active.");
   FakeMachine machine;
+  machine.canArm = false;
+  machine.startTakes = 1s;
+  EXPECT_EQ(machine.afterWake("10/30/2027 12:0:31"), "") << "it has come meanwhile";
   machine.isThere = false;
   EXPECT_EQ(machine.afterWake("3/5/2028 7:3:0"),
             "error: no wake event at 2028-03-05 07:03:00: systemd could not arm the timer. Nobody there.");
@@ -151,6 +158,7 @@ TEST(Agent, ArmsTheNextScheduleUnlessItIsSet) {
   EXPECT_EQ(machine.afterArm(), "");
   machine.isThere = false;
   EXPECT_EQ(machine.afterArm(), "");
+  EXPECT_EQ(machine.outcomeOf([&](Agent& agent) { agent.arm(machine.now()); }), "") << "its time has come";
   machine.commands.crontab = {lineText("1 12 * * *")};
   EXPECT_EQ(machine.afterArm(), "error: no wake event is set. Nobody there.");
   machine.commands.toFail = machine.commands.all.size() + 1;
