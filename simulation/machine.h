@@ -60,6 +60,7 @@ class Machine {
   void sleepUntil(Moment moment);
 
   Moment now() const { return now_; }
+  milliseconds awakeTime() const { return awakeFor_; }
   Random& random() { return random_; }
   void note(std::string_view what) { judge_.note(now_, what); }
 

@@ -32,6 +32,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
 
   Instant now() const override { return floor<seconds>(machine_.now()); }
+  milliseconds awakeTime() const override { return machine_.awakeTime(); }
   void sleep(seconds duration) override {
     checkAssertion();
     judge_.toolSleeps(machine_.now(), duration, wakeEvents());

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <string>
+#include <vector>
 
 #include "discovery/crontab_reader.h"
 #include "discovery/due_schedules.h"
@@ -50,16 +51,25 @@ class MainLoop {
  private:
   enum class Next { anotherPass, end };
 
+  struct Time {
+    Instant wallClock;
+    std::chrono::milliseconds awake;
+  };
+  Time time() const { return {services_.clock.now(), services_.clock.awakeTime()}; }
+
   /// Handles the current minute. Then sleeps into the next one if something is due in it; otherwise sets the wake event
   /// and waits for the throttle interval.
   Next pass() {
     services_.calendar.update();
-    const Instant now = services_.clock.now();
-    log_.info("Looking for schedules that run at " + date(now));
+    sleepPastHandledMinutes();
+    const Time now = time();
+    log_.info("Looking for schedules that run at " + date(now.wallClock));
     const auto lines = readCrontabLines(services_.commands);
     // What is due is not known, so the wake event that is armed stays: crontab may work again by then.
     if (!lines) return Next::end;
-    const auto matches = matchingSchedules(*lines, now, services_.calendar, services_.commands, services_.output);
+    handled_.push_back(minuteOf(now.wallClock, services_.calendar).start);
+    const auto matches =
+        matchingSchedules(*lines, now.wallClock, services_.calendar, services_.commands, services_.output);
     log_.info("Found " + std::to_string(matches.size()) + " matching schedules.");
 
     for (const auto& match : matches) launchController(match);
@@ -74,7 +84,8 @@ class MainLoop {
 
   /// The next events are searched from the minute that this pass has handled, not from the clock. So after a pass that
   /// took long, what is due in the minute that has begun meanwhile is handled as well.
-  Next stayOrSetWake(const std::vector<CrontabLine>& lines, Instant now) {
+  Next stayOrSetWake(const std::vector<CrontabLine>& lines, const Time& passBegan) {
+    const Instant now = passBegan.wallClock;
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
     if (!first) return Next::end;
     // An event after the coming minute is the next one from two minutes ahead as well.
@@ -82,40 +93,38 @@ class MainLoop {
     const auto second = isInComingMinute ? nextEventDate(lines, now + 2min, services_.calendar) : first;
     if (!second) return Next::end;
     log_.info("Checking one " + date(*first) + " and two " + date(*second) + " minute events.");
-    if (first == second) return setWakeAndWait(now, *first);
-    sleepPastMinuteOf(now);
+    if (first == second) return setWakeAndWait(passBegan, *first);
+    sleepToEndOfMinute(minuteOf(now, services_.calendar).start);
     return Next::anotherPass;
   }
 
-  Next setWakeAndWait(Instant handled, Instant event) {
+  Next setWakeAndWait(const Time& passBegan, Instant event) {
     // Programs that hang can make a pass take minutes.
     if (services_.clock.now() >= event) return Next::anotherPass;
     log_.info("Next event more than 1 minute from now, setting wake, then sleeping " + inSeconds(throttleInterval) +
               " for launchd ThrottleInterval.");
     wakeScheduling_.set(event, services_.calendar);
-    const Instant begin = services_.clock.now();
     services_.clock.sleep(throttleInterval);
     // If the machine was suspended meanwhile, the event has woken it, but the service manager has started no other run
     // beside this one. The hardware clock can wake the machine a second early. It can also have been an event for a
-    // changed crontab.
-    const Instant end = services_.clock.now();
-    const bool eventHasCome = end + 1s >= event;
-    const bool wasSuspended = end > begin + throttleInterval + 2s;
-    const bool isInLaterMinute = end >= minuteOf(handled, services_.calendar).start + 1min;
-    return eventHasCome || (wasSuspended && isInLaterMinute) ? Next::anotherPass : Next::end;
+    // changed crontab. And somebody can have set the clock, to a minute or so before something is due.
+    const Time end = time();
+    const bool eventHasCome = end.wallClock + 1s >= event;
+    const auto jumped = (end.wallClock - passBegan.wallClock) - (end.awake - passBegan.awake);
+    const bool hasJumped = std::chrono::abs(jumped) > 2s;
+    return eventHasCome || (hasJumped && !isHandled(end.wallClock)) ? Next::anotherPass : Next::end;
   }
 
-  /// Sleeps until the minute of `handled` is over, even if the clock is set back into it during the sleep: what is due
-  /// in it has been started.
-  void sleepPastMinuteOf(Instant handled) {
-    const Instant start = minuteOf(handled, services_.calendar).start;
-    const auto showsHandledMinute = [&] {
-      const Instant now = services_.clock.now();
-      return start <= now && now < start + 1min;
-    };
-    do {
-      sleepToEndOfMinute(start);
-    } while (showsHandledMinute());
+  /// If the clock has been set back during this run, to a minute for which it has made a pass: what is due in it has
+  /// been started.
+  void sleepPastHandledMinutes() {
+    for (Instant now = services_.clock.now(); isHandled(now); now = services_.clock.now()) {
+      sleepToEndOfMinute(minuteOf(now, services_.calendar).start);
+    }
+  }
+
+  bool isHandled(Instant instant) const {
+    return std::ranges::find(handled_, minuteOf(instant, services_.calendar).start) != handled_.end();
   }
 
   /// Sleeps until one second past the minute that begins at `start`, or not at all if that time has come. If the clock
@@ -134,6 +143,7 @@ class MainLoop {
   const Log& log_;
   std::filesystem::path controller_;
   WakeScheduling wakeScheduling_;
+  std::vector<Instant> handled_;  ///< the starts of the minutes for which this run has made a pass
 };
 
 }  // namespace

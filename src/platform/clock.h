@@ -14,6 +14,10 @@ class Clock {
   /// The current instant, rounded down to the second.
   virtual Instant now() const = 0;
 
+  /// How long the machine has been awake since a moment that stays the same while this process runs. A change of the
+  /// wall clock does not matter.
+  virtual std::chrono::milliseconds awakeTime() const = 0;
+
   /// Blocks for the whole `duration`, whatever signals arrive. Time in which the machine is suspended counts; a change
   /// of the wall clock does not. Zero or less returns at once.
   virtual void sleep(std::chrono::seconds duration) = 0;

@@ -1,5 +1,7 @@
 #include "driver/run.h"
 
+#include <map>
+
 #include "support/fakes.h"
 #include "support/test.h"
 
@@ -22,8 +24,11 @@ struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFak
   Instant now() const override { return time; }
   void sleep(std::chrono::seconds duration) override {
     add("sleep " + std::to_string(duration.count()));
-    time += duration + std::exchange(changeInNextSleep, 0s);
+    const auto change = changesInSleeps.find(++sleeps);
+    time += duration + (change == changesInSleeps.end() ? 0s : change->second);
+    awake += duration;
   }
+  std::chrono::milliseconds awakeTime() const override { return awake; }
   Paths running(std::string_view, const Refused&) const override { return add("running") ? runningCopies : Paths(); }
   std::optional<fs::path> installed(std::string_view, const Refused& refused) const override {
     if (add("installed")) return "/opt/Z.app";
@@ -43,7 +48,9 @@ struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFak
 
   Zone zone{"CET-1CEST,M3.5.0,M10.5.0/3"};
   Instant time = at("2027-03-09 12:34:20 +0100");
-  std::chrono::seconds changeInNextSleep = 0s;  ///< as when somebody sets the clock
+  std::chrono::milliseconds awake = 1h;
+  int sleeps = 0;
+  std::map<int, std::chrono::seconds> changesInSleeps;  ///< by number: somebody sets the clock, or the machine sleeps
   Paths runningCopies;
   bool hasUnifiedLog = false;
 };
@@ -190,7 +197,7 @@ TEST(Run, ServesEachMinuteOnce) {
     FakeRun run;
     run.time = at("2027-03-09 12:34:00 +0100") + start;
     run.duringFirstRun = [&] { run.time += passTakes; };
-    run.changeInNextSleep = changeInSleep;
+    run.changesInSleeps[1] = changeInSleep;
     run.crontab = {thisMinute, nextMinute};
     expectRun(run, sleeps, copies, reason);
   };
@@ -200,26 +207,58 @@ TEST(Run, ServesEachMinuteOnce) {
   expect("the next minute begins during the pass", 58s, 5s, 0s, {"0", "10"}, {"now", "next"});
   expect("set back within the minute", 30s, -10s, 0s, {"41", "10"}, {"now", "next"});
   expect("set back into the minute during the sleep", 30s, 0s, -3s, {"31", "3", "10"}, {"now", "next"});
+  expect("set back to the start of the minute during the sleep", 30s, 0s, -61s, {"31", "61", "10"}, {"now", "next"});
   expect("set back by an hour: continues from there", 30s, -1h, 0s, {"31", "10"}, {"now"});
+
+  FakeRun later;
+  later.crontab = {thisMinute, nextMinute, lineAt("36", "third")};
+  later.changesInSleeps[2] = -90s;
+  expectRun(later, {"41", "60", "30", "60", "10"}, {"now", "next", "third"}, "set back by two minutes that are served");
+  FakeRun ending;
+  ending.crontab = {thisMinute, lineAt("33", "before")};
+  ending.changesInSleeps[1] = -2min;
+  expectRun(ending, {"10", "31", "60", "60", "10"}, {"now", "before"},
+            "set back in the last wait, to just before a copy");
 }
 
 TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
-  const auto expect = [](const char* reason, const char* waitEnds, const Texts& sleeps, const Texts& copies) {
+  const auto expect = [](const char* reason, const char* passEnds, const char* waitEnds, const Texts& sleeps,
+                         const Texts& copies) {
     FakeRun run;
-    run.changeInNextSleep = at(waitEnds) - run.time - 10s;
+    run.duringFirstRun = [&] {
+      run.awake += at(passEnds) - run.time;
+      run.time = at(passEnds);
+    };
+    run.changesInSleeps[1] = at(waitEnds) - at(passEnds) - 10s;
     run.crontab = {tomorrow};
     expectRun(run, sleeps, copies, reason);
   };
-  expect("woken by the event", "2027-03-10 00:05:03 +0100", {"10", "10"}, {"tomorrow"});
-  expect("a second early", "2027-03-10 00:04:59 +0100", {"10", "2", "10"}, {"tomorrow"});
-  expect("woken earlier, by something else", "2027-03-10 00:04:58 +0100", {"10", "3", "10"}, {"tomorrow"});
-  expect("woken even earlier", "2027-03-09 23:00:00 +0100", {"10", "10"}, {});
-  expect("woken in the minute that has been handled", "2027-03-09 12:34:59 +0100", {"10"}, {});
-  expect("too late for that copy", "2027-03-10 00:06:00 +0100", {"10", "10"}, {});
-  FakeRun run;
-  run.crontab = {tomorrow};
-  run.duringFirstRun = [&] { run.time = at("2027-03-10 00:05:03 +0100"); };
-  expectRun(run, {"10"}, {"tomorrow"}, "the event comes during the pass");
+  const char* soon = "2027-03-09 12:34:20 +0100";
+  const char* lateInMinute = "2027-03-09 12:34:55 +0100";
+  expect("woken by the event", soon, "2027-03-10 00:05:03 +0100", {"10", "10"}, {"tomorrow"});
+  expect("a second early", soon, "2027-03-10 00:04:59 +0100", {"10", "2", "10"}, {"tomorrow"});
+  expect("woken earlier, by something else", soon, "2027-03-10 00:04:58 +0100", {"10", "3", "10"}, {"tomorrow"});
+  expect("woken even earlier", soon, "2027-03-09 23:00:00 +0100", {"10", "10"}, {});
+  expect("woken in the minute that has been handled", soon, "2027-03-09 12:34:59 +0100", {"10"}, {});
+  expect("too late for that copy", soon, "2027-03-10 00:06:00 +0100", {"10", "10"}, {});
+  expect("a short sleep into the next minute", lateInMinute, "2027-03-09 12:35:08 +0100", {"10", "10"}, {});
+  expect("a wait that is a little longer, but no sleep", lateInMinute, "2027-03-09 12:35:07 +0100", {"10"}, {});
+  expect("no pass has handled the minute of the wait", "2027-03-09 12:35:05 +0100", "2027-03-09 12:35:40 +0100",
+         {"10", "10"}, {});
+  expect("awake, the event comes a second after the wait", "2027-03-10 00:04:49 +0100", "2027-03-10 00:04:59 +0100",
+         {"10", "2", "10"}, {"tomorrow"});
+  expect("the event comes as the pass ends", "2027-03-10 00:05:00 +0100", "2027-03-10 00:05:10 +0100", {"10"},
+         {"tomorrow"});
+  for (const auto asleep : {0s, 20s}) {
+    FakeRun slow;
+    slow.crontab = {tomorrow};
+    slow.duringFirstRun = [&] {
+      slow.time += 50s;
+      slow.awake += 50s - asleep;
+    };
+    expectRun(slow, asleep > 0s ? Texts{"10", "10"} : Texts{"10"}, {},
+              "asleep in the pass, not just held up by crontab");
+  }
 }
 
 TEST(Run, TakesUpAChangeOfTheTimeZoneInTheNextPass) {

@@ -11,6 +11,11 @@ Instant SystemClock::now() const {
   return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
 }
 
+std::chrono::milliseconds SystemClock::awakeTime() const {
+  // CLOCK_MONOTONIC.
+  return std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch());
+}
+
 void SystemClock::sleep(std::chrono::seconds duration) {
   timespec end;
   if (::clock_gettime(CLOCK_BOOTTIME, &end) != 0) fatal("cannot read the clock", errno);
