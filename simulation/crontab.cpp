@@ -28,29 +28,31 @@ constexpr std::array brokenWeekdays = {"7", "8", "", "Mon", "* "};
 constexpr std::array brokenOrdinals = {"15", "22-28", "", "1", "** "};
 
 /// A number as the application may write it.
-std::string number(Random& random, int value) {
+std::string number(Random& random, std::int64_t value) {
   const auto form = random.below(12);
   return (form == 0 ? "+" : form == 1 ? "00" : "") + std::to_string(value);
 }
 
 }  // namespace
 
-bool Crontab::Schedule::firesAt(const tm& local) const {
-  return minute == local.tm_min && hour == local.tm_hour && (weekdays >> local.tm_wday & 1U) != 0 &&
-         (ordinals >> ((local.tm_mday - 1) / 7) & 1U) != 0;
+bool Crontab::Schedule::firesAt(LocalMinute local) const {
+  const auto day = std::chrono::floor<std::chrono::days>(local);
+  const std::chrono::year_month_day date{day};
+  return time == local - day && (weekdays >> std::chrono::weekday{day}.c_encoding() & 1U) != 0 &&
+         (ordinals >> ((unsigned{date.day()} - 1) / 7) & 1U) != 0;
 }
 
-void Crontab::drawLine(Random& random, int minute, int hour) {
+void Crontab::drawLine(Random& random, minutes time) {
   const auto& weekday = random.pick(weekdayFields);
   const auto& ordinal = random.pick(ordinalFields);
   const std::string name = std::to_string(text_.size());
-  std::array<std::string, 6> fields = {number(random, minute),
-                                       number(random, hour),
+  std::array<std::string, 6> fields = {number(random, time % 1h / 1min),
+                                       number(random, time / 1h),
                                        ordinal.text,
                                        random.oneIn(2) ? "*" : "2",  // the tool ignores the month
                                        weekday.text,
                                        "'/Z.app/ZTUtil' start file:///Copies/no\\%20" + name};
-  Schedule schedule{minute, hour, weekday.accepted, ordinal.accepted, "file:///Copies/no%20" + name};
+  Schedule schedule{time, weekday.accepted, ordinal.accepted, "file:///Copies/no%20" + name};
   char separator = '\t';
   const bool neverFires = random.oneIn(5);
   if (neverFires) {
@@ -69,7 +71,9 @@ void Crontab::drawLine(Random& random, int minute, int hour) {
   }
   std::string& line = text_.emplace_back(fields[0]);
   for (std::size_t field = 1; field < fields.size(); ++field) line.append(1, separator).append(fields[field]);
-  if (!neverFires) schedules_.push_back(schedule);
+  if (neverFires) return;
+  schedules_.push_back(schedule);
+  times_.set(static_cast<std::size_t>(time.count()));
 }
 
 Crontab Crontab::draw(Random& random) {
@@ -77,7 +81,7 @@ Crontab Crontab::draw(Random& random) {
   crontab.text_ = {"# m h dom mon dow command", "MAILTO=\"\"",
                    "17 *\t* * *\tcd / && run-parts --report /etc/cron.hourly"};
   if (random.oneIn(10)) {
-    for (int hour = 0; hour < 24; ++hour) crontab.drawLine(random, static_cast<int>(random.below(60)), hour);
+    for (auto hour = 0h; hour < 24h; ++hour) crontab.drawLine(random, hour + minutes{random.below(60)});
     return crontab;
   }
   // Many are close together, and in the hours in which clocks change.
@@ -85,28 +89,30 @@ Crontab Crontab::draw(Random& random) {
   std::int64_t time = 0;  // in minutes
   for (auto left = random.below(16); left > 0; --left) {
     time = random.oneIn(2) ? random.below(random.oneIn(3) ? 4L * 60 : day) : (time + random.below(4)) % day;
-    crontab.drawLine(random, static_cast<int>(time % 60), static_cast<int>(time / 60));
+    crontab.drawLine(random, minutes{time});
   }
   return crontab;
 }
 
-std::vector<std::string> Crontab::dueAt(Minute minute) const {
-  if (next(minute) != minute) return {};  // which is in the cache for most minutes
-  const tm local = localFields(minute);
+std::vector<std::string> Crontab::dueAt(Minute minute, const TimeZone& zone) const {
+  if (next(minute, zone) != minute) return {};  // which is in the cache for most minutes
   std::vector<std::string> urls;
   for (const auto& schedule : schedules_) {
-    if (schedule.firesAt(local) && !schedule.url.empty()) urls.push_back(schedule.url);
+    if (schedule.firesAt(zone.local(minute)) && !schedule.url.empty()) urls.push_back(schedule.url);
   }
   return urls;
 }
 
-std::optional<Minute> Crontab::next(Minute from) const {
+std::optional<Minute> Crontab::next(Minute from, const TimeZone& zone) const {
   if (schedules_.empty()) return std::nullopt;
-  if (from < searchedFrom_ || from > found_) {
-    const auto isDue = [this](Minute minute) {
-      const tm local = localFields(minute);
-      return std::ranges::any_of(schedules_, [&](const auto& schedule) { return schedule.firesAt(local); });
+  if (searchedIn_ != &zone || from < searchedFrom_ || from > found_) {
+    const auto isDue = [&](Minute minute) {
+      const auto local = zone.local(minute);
+      const minutes time = local - std::chrono::floor<std::chrono::days>(local);
+      return times_[static_cast<std::size_t>(time.count())] &&
+             std::ranges::any_of(schedules_, [&](const auto& schedule) { return schedule.firesAt(local); });
     };
+    searchedIn_ = &zone;
     searchedFrom_ = from;
     for (found_ = from; !isDue(found_);) found_ += 1min;
   }

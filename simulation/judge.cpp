@@ -4,16 +4,15 @@
 #include <iostream>
 #include <utility>
 
-#include "local_time.h"
-
 namespace zt::simulation {
 
 namespace {
 
 using namespace std::chrono_literals;
+using std::chrono::floor;
 
-// How long the machine has to be available to the tool before it must have made a pass. The time that programs take,
-// and that of loading the tool, does not count as available.
+// How long nothing may have disturbed the machine before the tool must have made a pass. The time that programs take,
+// and that of loading the tool, does not count.
 
 /// A run under way may have begun to wait for its end, which takes this long.
 constexpr seconds lastWait = 10s;
@@ -21,27 +20,19 @@ constexpr seconds lastWait = 10s;
 constexpr seconds untilNextStart = 61s;
 /// Without a wake event: a run under way ends, and the timer starts the next one. With a margin of 4 seconds.
 constexpr seconds enoughForTimer = lastWait + untilNextStart + 4s;
-/// After a wake event that starts the tool: it is started at once. This is all margin.
+/// The tool is started at once when it is asked for. This is all margin.
 constexpr seconds enoughToStart = 3s;
-/// After a wake event during a run, or after a program that hung: the run makes another pass after its wait. With a
-/// margin of 2 seconds.
+/// A run under way makes another pass after its wait. With a margin of 2 seconds.
 constexpr seconds enoughForRun = lastWait + 2s;
-
-/// Whether the tool, started by the event or already running then, had time for a pass.
-bool eventHadTime(const MinuteRecord& record) {
-  return (record.atEvent == ToolState::stopped && record.availableSinceEvent >= enoughToStart) ||
-         (record.atEvent == ToolState::running && record.availableSinceEvent >= enoughForRun);
-}
-
-std::string text(Moment moment) {
-  return localTime(moment, "%F %T %z");
-}
 
 }  // namespace
 
-void Judge::note(Moment now, std::string_view what) {
-  history_.emplace_back(now, what);
-  if (history_.size() > 100) history_.pop_front();
+void Judge::note(Moment now, const TimeZone& zone, std::string_view what) {
+  // There are many, so the last hundred texts are used again.
+  auto& note = history_.at(static_cast<std::size_t>(notes_++) % history_.size());
+  note.moment = now;
+  note.offset = zone.offset(floor<minutes>(now));
+  note.what = what;
 }
 
 void Judge::otherViolation(const std::string& what) {
@@ -52,30 +43,99 @@ void Judge::otherViolation(const std::string& what) {
 void Judge::report(const std::string& violation) {
   if (std::exchange(figures_.isReported, true)) return;
   std::cout << machine_ << ": " << violation << "\nWhat happened on the machine before:\n";
-  for (const auto& [moment, note] : history_) std::cout << "  " << text(moment) << "  " << note << '\n';
+  for (auto i = std::max<std::int64_t>(notes_ - std::ssize(history_), 0); i < notes_; ++i) {
+    const auto& [moment, offset, what] = history_.at(static_cast<std::size_t>(i) % history_.size());
+    std::cout << "  " << shown(moment, offset) << " (UTC" << std::showpos << offset.count() << std::noshowpos
+              << " min)  " << what << '\n';
+  }
   std::cout << std::endl;
 }
 
-void Judge::runBegins() {
+void Judge::disturb(Cause cause) {
+  undisturbed_ = timeForPass_ = 0ms;
+  if (pass_ && (cause == Cause::clockSet || cause == Cause::newCrontab)) pass_->isOverturned = true;
+  if (cause == Cause::woken && beganAsleep_) return;  // by the event that should have come, perhaps
+  cause_ = cause;
+  beganAsleep_ = false;
+}
+
+void Judge::startIsRequested(ToolState state) {
+  if (state == ToolState::ending) return disturb(Cause::ending);
+  if (std::exchange(beganAsleep_, false)) cause_ = Cause::woken;
+  timeForPass_ = state == ToolState::running ? enoughForRun : enoughToStart;
+}
+
+void Judge::programEnds() {
+  disturb(Cause::heldUp);
+  if (!pass_ || !pass_->isOverturned) timeForPass_ = enoughForRun;
+}
+
+void Judge::timePasses(milliseconds duration) {
+  undisturbed_ += duration;
+  if (timeForPass_ == 0ms) return;
+  timeForPass_ = std::max(timeForPass_ - duration, 0ms);
+  hadTime_ = hadTime_ || timeForPass_ == 0ms;
+}
+
+void Judge::minuteBegins(std::optional<Cause> stopped) {
+  if (beganAsleep_) cause_ = Cause::woken;
+  beganAsleep_ = false;
+  if (!stopped) return;
+  disturb(*stopped);
+  beganAsleep_ = true;
+}
+
+void Judge::minuteEnds(Minute minute, const TimeZone& zone, const Crontab& crontab, bool toTheEnd, bool comesAgain) {
+  const bool timerHadTime = toTheEnd && undisturbed_ >= enoughForTimer;
+  const bool hadTime = std::exchange(hadTime_, false) || timerHadTime || cause_ == Cause::nothing;
+  timeForPass_ = 0ms;
+  if (std::exchange(hadPass_, false) || (comesAgain && !hadTime)) return;
+  const auto due = std::ssize(crontab.dueAt(minute, zone));
+  if (due == 0 || served_.contains({minute, zone.offset(minute)})) return;
+  figures_.due += due;
+  figures_.lostTo(hadTime ? Cause::nothing : cause_) += due;
+  if (hadTime) report("what was due at " + shown(minute, zone) + " was not started");
+}
+
+void Judge::runBegins(bool isAskedFor) {
   ++figures_.runs;
+  isAskedFor_ = isAskedFor;
   passFailed_ = false;
 }
 
-void Judge::passBegins(Moment now, std::shared_ptr<const Crontab> crontab) {
+void Judge::passBegins(Moment now, const TimeZone& zone, const Crontab& crontab) {
   endPass();
   passFailed_ = false;
-  armedFor_.reset();
-  const auto minute = std::chrono::floor<std::chrono::minutes>(now);
-  pass_ = Pass{minute, crontab->dueAt(minute), crontab->next(minute + 1min), std::move(crontab)};
+  hadPass_ = true;
+  const auto minute = floor<minutes>(now);
+  pass_ = Pass{minute, &zone, crontab.dueAt(minute, zone), crontab.next(minute + 1min, zone)};
+  const auto [served, isNew] = served_.try_emplace({minute, zone.offset(minute)});
+  auto& [run, timesSetBack] = served->second;
+  if (!isNew) {
+    pass_->due.clear();
+    pass_->again = run == figures_.runs            ? &figures_.doubled
+                   : isAskedFor_                   ? &figures_.askedFor
+                   : timesSetBack != timesSetBack_ ? &figures_.shownAgain
+                                                   : &figures_.doubled;
+  }
+  served->second = {figures_.runs, timesSetBack_};
+  if (isNew && pass_->due.empty()) served_.erase(served);
 }
 
 void Judge::passFails() {
   endPass();
   passFailed_ = true;
+  disturb(Cause::heldUp);
 }
 
-void Judge::wordHangs(const std::string& url) {
-  if (pass_) pass_->unreadable.push_back(url);
+void Judge::lose(const std::string& url, Cause cause) {
+  const auto number = static_cast<std::int64_t>(std::erase(pass_->due, url));
+  figures_.due += number;
+  figures_.lostTo(cause) += number;
+}
+
+void Judge::eventIsCancelled() {
+  if (!pass_) otherViolation("a wake event was cancelled by a run that could not read the crontab");
 }
 
 void Judge::sleepAnnounced(seconds duration) {
@@ -91,21 +151,18 @@ void Judge::toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEv
   pass_->slept = true;
   // The machine may be put to sleep now. Only to serve the next minute may the tool itself sleep without an event.
   const auto& next = pass_->next;
-  if (next && *next > pass_->minute + 1min && *next > now) {
-    checkArmed(wakeEvents);
-    if (wakeEvents.couldSet) armedFor_ = pass_->crontab;
-  }
+  if (next && *next > pass_->minute + 1min && *next > now) checkArmed(wakeEvents);
 }
 
 void Judge::checkArmed(const OwnWakeEvents& wakeEvents) {
   const auto& [armed, couldSet, couldCancel] = wakeEvents;
-  if (!couldSet) return;
+  if (!couldSet || pass_->isOverturned) return;
   const auto& next = pass_->next;
   const bool isArmed = !next || std::ranges::find(armed, Moment{*next}) != armed.end();
   if (isArmed && (!couldCancel || armed.size() == (next ? 1 : 0))) return;
   std::string what = "wake events armed:";
-  for (const auto moment : armed) what.append(" ").append(text(moment));
-  otherViolation(what + "; the next schedule fires at: " + (next ? text(*next) : "never"));
+  for (const auto moment : armed) what.append(" ").append(shown(moment, *pass_->zone));
+  otherViolation(what + "; the next schedule fires at: " + (next ? shown(*next, *pass_->zone) : "never"));
 }
 
 void Judge::copyStarted(Moment now, const std::string& url) {
@@ -116,32 +173,28 @@ void Judge::copyStarted(Moment now, const std::string& url) {
   }
   pass_->started.push_back(url);
   // Only programs and the machine's own sleep take time within a pass, so a late copy is not the tool's fault.
-  if (now >= pass_->minute + 1min) ++figures_.late;
+  if (floor<minutes>(now) != pass_->minute) ++figures_.late;
 }
 
 void Judge::endPass() {
   if (!pass_) return;
-  const auto& minute = pass_->minute;
-  const auto& started = pass_->started;
-  passesInMinute_ = minute == lastMinute_ ? passesInMinute_ + 1 : 1;
-  lastMinute_ = minute;
-  if (passesInMinute_ == 1) {
+  const auto number = std::ssize(pass_->started);
+  if (pass_->again == nullptr) {
     compare(*pass_);
-  } else if (!started.empty()) {
-    figures_.doubled += std::ssize(started);
-    // compare() has counted them at the first pass.
-    if (passesInMinute_ == 2) figures_.startedOnce -= std::ssize(started);
-    report("what is due at " + text(minute) + " was started again, by another pass");
+  } else if (number > 0) {
+    *pass_->again += number;
+    if (pass_->again == &figures_.doubled) {
+      figures_.startedOnce -= number;
+      report("what is due at " + shown(pass_->minute, *pass_->zone) + " was started again, by another pass");
+    }
   }
   pass_.reset();
 }
 
 void Judge::compare(const Pass& pass) {
-  auto due = pass.due;
+  const auto& due = pass.due;
   const auto& started = pass.started;
   figures_.due += std::ssize(due);
-  figures_.hung += static_cast<std::int64_t>(
-      std::erase_if(due, [&](const auto& url) { return std::ranges::count(pass.unreadable, url) != 0; }));
   if (started == due) {
     figures_.startedOnce += std::ssize(due);
     return;
@@ -149,12 +202,12 @@ void Judge::compare(const Pass& pass) {
   const auto violations = figures_.violations();
   for (const auto& url : due) {
     const auto times = std::ranges::count(started, url);
-    ++(times == 0 ? figures_.missed : times == 1 ? figures_.startedOnce : figures_.doubled);
+    ++(times == 0 ? figures_.lostTo(Cause::nothing) : times == 1 ? figures_.startedOnce : figures_.doubled);
   }
   figures_.early += std::ranges::count_if(started, [&](const auto& url) { return std::ranges::count(due, url) == 0; });
   const bool onlyOrderIsWrong = figures_.violations() == violations;
   if (onlyOrderIsWrong) ++figures_.other;
-  std::string what = "due at " + text(pass.minute) + ":";
+  std::string what = "due at " + shown(pass.minute, *pass.zone) + ":";
   for (const auto& url : due) what.append(" ").append(url);
   what += "; started:";
   for (const auto& url : started) what.append(" ").append(url);
@@ -167,62 +220,24 @@ void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEve
   if (std::exchange(announced_, {})) otherViolation("the tool announced a sleep that did not begin");
   if (pass_) {
     const auto& next = pass_->next;
-    if (next && *next <= now)
-      otherViolation("the run ended after " + text(*next) + ", the next minute in which a schedule fires");
+    if (next && *next <= now && !pass_->isOverturned)
+      otherViolation("the run ended after " + shown(*next, *pass_->zone) +
+                     ", the next minute in which a schedule fires");
     checkArmed(wakeEvents);
-    if (wakeEvents.couldSet) armedFor_ = pass_->crontab;
   } else if (!passFailed_) {
     otherViolation("the run ended without a pass");
   }
   endPass();
 }
 
-std::int64_t& Judge::lostAfter(Arming arming) {
-  switch (arming) {
-    case Arming::refused:
-      return figures_.refused;
-    case Arming::cancelled:
-      return figures_.cancelled;
-    case Arming::overtaken:
-      return figures_.overtaken;
-    default:
-      return figures_.armFailed;
+void Judge::runIsKilled(Cause cause) {
+  announced_.reset();
+  const auto due = pass_ ? pass_->due : std::vector<std::string>();
+  for (const auto& url : due) {
+    if (std::ranges::count(pass_->started, url) == 0) lose(url, cause);
   }
-}
-
-void Judge::minuteEnds(Minute minute, const MinuteRecord& before, const MinuteRecord& record, const Crontab& inForce) {
-  const bool cameWhileEnding = record.atEvent == ToolState::ending;
-  if (cameWhileEnding || (record.atEvent && !record.hadPass)) armedFor_.reset();
-  if (record.hadPass) return;
-  const auto due = std::ssize(inForce.dueAt(minute));
-  if (due == 0) return;
-  figures_.due += due;
-
-  // The event that was set would have come, also if something else woke the machine within the minute.
-  const bool asleep = record.asleepAfter && !record.atEvent && !record.crontabChanged;
-  const auto arming = record.asleepAfter.value_or(Arming::failed);
-  const bool crontabStayed = !before.crontabChanged && !record.crontabChanged;
-  const bool eventWasSet = armedFor_.get() == &inForce;
-  // The run in the minute before may have ended so late that the next one starts after this minute.
-  const bool crontabHungBefore = before.crontabHung && !eventWasSet;
-  const bool timerHadTime = record.awake == 1min && before.available + record.available >= enoughForTimer &&
-                            crontabStayed && !crontabHungBefore;
-  const bool runHadTime = pass_ && pass_->crontab.get() == &inForce && record.availableSinceHang >= enoughForRun;
-  const bool hadTime = record.hung ? runHadTime && !record.crontabHung : timerHadTime || eventHadTime(record);
-  if (hadTime || (asleep && (eventWasSet || arming == Arming::worked))) {
-    figures_.missed += due;
-    report("what was due at " + text(minute) + " was not started");
-  } else if (asleep) {
-    lostAfter(arming) += due;
-  } else if (cameWhileEnding) {
-    figures_.ending += due;
-  } else if (record.hung || crontabHungBefore) {
-    figures_.hung += due;
-  } else if (before.awake + record.awake == 2min && crontabStayed) {
-    figures_.heldUp += due;
-  } else {
-    figures_.awakeTooShort += due;
-  }
+  endPass();
+  if (cause == Cause::killed) disturb(cause);
 }
 
 }  // namespace zt::simulation

@@ -1,6 +1,7 @@
 #include "machine.h"
 
 #include <algorithm>
+#include <charconv>
 #include <utility>
 
 namespace zt::simulation {
@@ -8,10 +9,9 @@ namespace zt::simulation {
 using namespace std::chrono_literals;
 using std::chrono::days;
 using std::chrono::floor;
-using std::chrono::minutes;
 
-/// How the listing writes a time.
-constexpr auto* listingFormat = "%m/%d/%Y %H:%M:%S";
+/// How long the tool may wait for a program before it kills it. Whatever is lost after that is missed.
+constexpr milliseconds mostForHung = 30s;
 /// After which `arm` is killed.
 constexpr milliseconds armLimit = 5s;
 /// How often it looks again whether the event is set, once it has set it.
@@ -19,44 +19,48 @@ constexpr milliseconds armPeriod = 25ms;
 /// How often it reads the crontab again.
 constexpr milliseconds armReadingPeriod = 500ms;
 
-Machine::Machine(Random random, const Options& options, Judge& judge)
+Machine::Machine(Random random, Options options, Judge& judge, const TimeZone& zone)
     : random_(random),
-      options_(options),
+      options_(std::move(options)),
       judge_(judge),
       now_(std::chrono::sys_days{std::chrono::year{2026} / 1 / 1} + random_.between(0ms, days{3650})),
       end_(now_ + days{365}),
+      zone_(&zone),
+      lingers_(random_.oneIn(2)),
+      agentIsOld_(random_.oneIn(10)),
       tick_(floor<minutes>(now_)),
       crontab_(std::make_shared<Crontab>(Crontab::draw(random_))) {
-  personComesOrGoesAt_ = random_.oneIn(25) ? Moment::max() : now_;  // some machines are always on
-  crontabChangesAt_ = now_ + random_.about(days{1});
-  for (auto* part : parts_) {
-    if (options.noHangs) {
-      std::erase_if(part->failures, [](State state) { return state == State::hangs || state == State::hangsAtTimes; });
-    }
-    part->changesAt = part->failures.empty() ? Moment::max() : now_ + random_.about(part->meanTimeToFailure);
-  }
+  personComesOrGoesAt_ = random_.oneIn(25) ? never : now_;  // some machines are always on
+  for (std::size_t fault = 0; fault < faultCount; ++fault) drawFault(fault);
   for (auto left = random_.below(3); left > 0; --left) addForeignEvent();
 }
 
 bool Machine::untilStart() {
   while (now_ < end_) {
     const bool isRequested = tool_ == ToolState::starting;
-    if (awake_ && (isRequested || now_ >= timerElapsesAt())) {
+    const Moment start = stopped() ? never : std::max(managerAnswersAt_, isRequested ? now_ : timerElapsesAt());
+    if (start <= now_) {
       if (!isRequested) tick_ = floor<minutes>(now_) + 1min;
       tool_ = ToolState::running;
       note("the tool is started");
+      release(When::runBegins, 12s);
       return true;
     }
-    advance(awake_ ? timerElapsesAt() : Moment::max());
+    advance(start);
   }
   return false;
 }
 
 void Machine::toolEnds() {
   tool_ = ToolState::ending;
-  work(2ms);
+  wait(2ms);
   note("the tool has ended");
+  toolIsGone();
+}
+
+void Machine::toolIsGone() {
   tool_ = ToolState::stopped;
+  isAskedFor_ = isKilled_ = isWaiting_ = assertionHeld = false;
   timerElapses_ = awakeFor_ + 60s + random_.between(0ms, 999ms);
 }
 
@@ -64,38 +68,73 @@ Moment Machine::timerElapsesAt() const {
   return std::max(now_, options_.calendarTimer ? tick_ : now_ + (timerElapses_ - awakeFor_));
 }
 
-void Machine::work(milliseconds duration, Waiting waiting) {
-  const auto excused = waiting == Waiting::forProgram ? duration : std::min(duration, mostForHung);
-  wait(excused, waiting);
-  wait(duration - excused, Waiting::no);
-  if (waiting != Waiting::forProgram) note("a program hangs and is killed");
+std::optional<Cause> Machine::stopped() const {
+  if (power_ == Power::asleep && managerRuns_) return arming_;
+  if (power_ != Power::on || !managerRuns_) return Cause::off;
+  return std::nullopt;
 }
 
-void Machine::wait(milliseconds duration, Waiting waiting) {
-  waiting_ = waiting;
-  for (const auto over = awakeFor_ + duration; awakeFor_ < over || !awake_;) {
-    advance(awake_ ? now_ + (over - awakeFor_) : Moment::max());
+void Machine::requestStart() {
+  judge_.startIsRequested(tool_);
+  // Until the process of a run has ended, the service manager takes a request for a start as fulfilled by that run.
+  if (tool_ == ToolState::stopped) tool_ = ToolState::starting;
+}
+
+void Machine::stopManager() {
+  managerRuns_ = false;
+  judge_.disturb(Cause::off);
+  std::erase_if(wakeEvents, [](const auto& event) { return event.ours; });
+  if (nextStep_) arming_ = Cause::off;
+  if (tool_ == ToolState::starting) {
+    toolIsGone();
+  } else {
+    isKilled_ = tool_ != ToolState::stopped;
   }
-  waiting_ = Waiting::no;
 }
 
-void Machine::sleepUntil(Moment moment) {
+void Machine::startManager() {
+  managerStartsAt_ = never;
+  managerRuns_ = true;
+  note("the service manager starts");
+  startByHand();  // the timer wants its service
+}
+
+void Machine::work(milliseconds duration) {
+  const bool isSlow = duration >= 1s;
+  if (isSlow) judge_.disturb(Cause::heldUp);
+  const auto excused = std::min(duration, mostForHung);
+  isWaiting_ = true;
+  wait(excused);
+  isWaiting_ = false;
+  wait(duration - excused);
+  if (isSlow) judge_.programEnds();
+}
+
+void Machine::wait(milliseconds duration) {
+  for (const auto over = awakeFor_ + duration; awakeFor_ < over || power_ != Power::on;) {
+    advance(power_ == Power::on ? now_ + (over - awakeFor_) : never);
+    if (isKilled_) throw Killed{};
+  }
+}
+
+void Machine::sleepFor(seconds duration) {
+  const Moment end = now_ + duration;
   do {
-    while (now_ < moment || !awake_) advance(awake_ ? moment : Moment::max());
+    while (now_ < end || power_ != Power::on) {
+      advance(power_ == Power::on ? end : never);
+      if (isKilled_) throw Killed{};
+    }
   } while (advance(now_));  // a wake event that was overdue when the machine woke comes in this sleep, not after it
+  if (isKilled_) throw Killed{};
 }
 
-std::shared_ptr<const Crontab> Machine::readCrontab() {
-  record_.hadPass = true;
-  return crontab_;
-}
-
-Machine::Program Machine::launch(std::initializer_list<const Part*> parts, milliseconds limit) {
+Machine::Program Machine::launch(std::initializer_list<Part> parts, milliseconds limit) {
   bool works = true;
   bool hangs = false;
-  for (const auto* part : parts) {
-    works = works && part->state != State::fails && part->state != State::isMissing;
-    hangs = hangs || part->state == State::hangs || (part->state == State::hangsAtTimes && random_.oneIn(2));
+  for (const auto part : parts) {
+    const State now = state(part);
+    works = works && now != State::fails && now != State::isMissing;
+    hangs = hangs || now == State::hangs || (now == State::hangsAtTimes && random_.oneIn(2));
   }
   const auto duration = programDuration();
   hangs = hangs || duration > limit;
@@ -110,52 +149,42 @@ milliseconds Machine::programDuration() {
 }
 
 bool Machine::advance(Moment target) {
-  std::function<void()> happens;
-  const auto consider = [&](Moment moment, auto what) {
+  void (Machine::*happens)() = nullptr;
+  const auto consider = [&](Moment moment, void (Machine::*what)()) {
     if (moment > target) return;
     target = std::max(moment, now_);
     happens = what;
   };
-  consider(personComesOrGoesAt_, [this] { personComesOrGoes(); });
-  consider(crontabChangesAt_, [this] { changeCrontab(); });
-  for (auto* part : parts_) consider(part->changesAt, [this, part] { failOrRecover(*part); });
-  if (awake_) {
-    consider(idleTimeIsOverAt_, [this] { idleTimeIsOver(); });
-    consider(continuesAt_, [this] {
-      continuesAt_ = Moment::max();
-      std::exchange(nextStep_, nullptr)();
-    });
-    for (std::size_t i = 0; i < wakeEvents.size(); ++i) consider(wakeEvents[i].at, [this, i] { fireWakeEvent(i); });
+  consider(pending_[nextFault_].at, &Machine::faultHappens);
+  consider(personComesOrGoesAt_, &Machine::personComesOrGoes);
+  if (power_ == Power::on) {
+    consider(idleTimeIsOverAt_, &Machine::idleTimeIsOver);
+    consider(continuesAt_, &Machine::continueToSleep);
+    consider(managerStartsAt_, &Machine::startManager);
+    consider(clockIsRightAt_, &Machine::setClockRight);
+    if (!wakeEvents.empty())
+      consider(std::max(firstEvent()->at - clockError_, managerAnswersAt_), &Machine::firstEventComes);
+  } else if (power_ == Power::off) {
+    consider(powerReturnsAt_, &Machine::returnPower);
   } else {
-    consider(wakesAt_, [this] { wakeUp(personIsThere_ ? "its person" : "its clock"); });
+    consider(wakesAt_, &Machine::clockWakes);
   }
   passTo(target);
-  if (happens) happens();
+  if (happens != nullptr) (this->*happens)();
   return happens != nullptr;
 }
 
 void Machine::passTo(Moment moment) {
   while (now_ < moment) {
-    const Minute minute = floor<minutes>(now_);
-    const Moment next = std::min(moment, Moment{minute + 1min});
-    if (awake_) {
-      awakeFor_ += next - now_;
-      record_.awake += next - now_;
-      const bool crontabHangs = waiting_ == Waiting::forHungCrontab;
-      record_.hung = record_.hung || crontabHangs || waiting_ == Waiting::forHung;
-      record_.crontabHung = record_.crontabHung || crontabHangs;
-      if (waiting_ != Waiting::forProgram) {
-        record_.available += next - now_;
-        if (record_.atEvent) record_.availableSinceEvent += next - now_;
-        record_.availableSinceHang = waiting_ == Waiting::no ? record_.availableSinceHang + (next - now_) : 0ms;
-      }
-    }
+    const Minute minute = floor<minutes>(clock());
+    const Moment next = std::min(moment, Moment{minute + 1min} - clockError_);
+    const bool isAwake = power_ == Power::on;
+    if (isAwake) awakeFor_ += next - now_;
+    if (isAwake && !isWaiting_ && now_ >= managerAnswersAt_) judge_.timePasses(next - now_);
     now_ = next;
-    if (now_ == minute + 1min) {
-      judge_.minuteEnds(minute, before_, record_, *crontab_);
-      before_ = record_;
-      record_ = {};
-      if (!awake_) record_.asleepAfter = arming_;
+    if (clock() == minute + 1min) {
+      judge_.minuteEnds(minute, *zone_, *crontab_, isAwake, false);
+      judge_.minuteBegins(stopped());
     }
   }
 }
@@ -163,9 +192,9 @@ void Machine::passTo(Moment moment) {
 void Machine::personComesOrGoes() {
   personIsThere_ = !personIsThere_;
   if (personIsThere_) {
-    if (!awake_) wakeUp("its person");
+    if (power_ == Power::asleep || power_ == Power::hibernating) wakeUp("its person");
     personComesOrGoesAt_ = now_ + (random_.oneIn(3) ? random_.between(2s, 3min) : random_.about(15min));
-    idleTimeIsOverAt_ = Moment::max();
+    idleTimeIsOverAt_ = never;
     return;
   }
   personComesOrGoesAt_ = now_ + (random_.oneIn(4) ? random_.between(1s, 2min) : random_.about(5h));
@@ -185,19 +214,22 @@ void Machine::idleTimeIsOver() {
 }
 
 void Machine::requestSleep(const char* why) {
-  idleTimeIsOverAt_ = Moment::max();
-  if (!awake_ || nextStep_) return;
+  idleTimeIsOverAt_ = never;
+  if (power_ != Power::on || nextStep_) return;
   note(std::string("the machine is to sleep: ") + why);
   continueIn(random_.between(10ms, 300ms), [this] { runArm(); });
 }
 
 void Machine::runArm() {
-  const auto program = launch({&arm, &crontabProgram, &manager, &setting}, armLimit);
-  const bool isRefused = manager.state != State::works || setting.state != State::works;
-  const auto outcome = program.works && !options_.noArm ? Arming::worked : isRefused ? Arming::refused : Arming::failed;
+  const auto program = launch({Part::arm, Part::crontab, Part::manager, Part::setting}, armLimit);
+  const bool isRefused = state(Part::manager) != State::works || state(Part::setting) != State::works;
+  const auto outcome = !managerRuns_                  ? Cause::off
+                       : program.works && isOn("arm") ? Cause::nothing
+                       : isRefused                    ? Cause::refused
+                                                      : Cause::armFailed;
   readForArm();
   continueIn(program.duration + random_.between(50ms, 300ms), [this, outcome] {
-    arming_ = outcome;
+    arming_ = managerRuns_ ? outcome : Cause::off;
     asleepAt_ = now_ + random_.between(100ms, 2s);
     untilAsleep();
   });
@@ -205,21 +237,21 @@ void Machine::runArm() {
 
 void Machine::readForArm() {
   readForArmAt_ = now_;
-  armsFor_ = crontab_->next(floor<minutes>(now_) + 1min);
-  armsCrontab_ = crontab_;
+  armsFor_ = crontab_->next(floor<minutes>(clock()) + 1min, *zone_);
+  armIsOvertaken_ = false;
 }
 
 void Machine::untilAsleep() {
-  if (arming_ == Arming::worked && armsFor_ > now_) addWakeEvent(*armsFor_, true);
+  if (arming_ == Cause::nothing && armsFor_ > clock()) addWakeEvent(*armsFor_, true);
   continueIn(std::min(armPeriod, asleepAt_ - now_), [this] {
-    const bool worked = arming_ == Arming::worked || arming_ == Arming::cancelled;
+    const bool canSet = state(Part::manager) == State::works && state(Part::setting) == State::works;
     if (now_ < asleepAt_) {
-      if (worked) arming_ = Arming::worked;
+      if (arming_ == Cause::cancelled && canSet) arming_ = Cause::nothing;
       if (now_ - readForArmAt_ >= armReadingPeriod) readForArm();
       return untilAsleep();
     }
-    const bool isOvertaken = armsCrontab_ != crontab_ || (armsFor_ && *armsFor_ <= now_);
-    if (arming_ == Arming::worked && isOvertaken) arming_ = Arming::overtaken;
+    if (arming_ == Cause::nothing && (armIsOvertaken_ || (armsFor_ && *armsFor_ <= clock())))
+      arming_ = Cause::overtaken;
     fallAsleep();
   });
 }
@@ -229,80 +261,71 @@ void Machine::continueIn(milliseconds delay, std::function<void()> step) {
   nextStep_ = std::move(step);
 }
 
+void Machine::continueToSleep() {
+  continuesAt_ = never;
+  std::exchange(nextStep_, nullptr)();
+}
+
 void Machine::fallAsleep() {
   note("the machine falls asleep");
-  awake_ = false;
-  idleTimeIsOverAt_ = wakesAt_ = Moment::max();
-  for (const auto& event : wakeEvents) wakesAt_ = std::min(wakesAt_, event.at);
+  idleTimeIsOverAt_ = wakesAt_ = never;
+  if (std::exchange(hibernatesNext_, false)) {
+    power_ = Power::hibernating;
+    personIsThere_ = false;
+    personComesOrGoesAt_ = now_ + random_.about(days{1});
+    return;
+  }
+  power_ = Power::asleep;
+  if (!wakeEvents.empty()) wakesAt_ = firstEvent()->at - clockError_;
   // The clock may ring up to a second early, and waking takes a while.
   const Moment soonest = now_ + random_.between(500ms, 4s);
-  if (wakesAt_ != Moment::max()) wakesAt_ = std::max(wakesAt_ + random_.between(-1s, 5s), soonest);
+  if (wakesAt_ != never) wakesAt_ = std::max(wakesAt_ + random_.between(-1s, 5s), soonest);
   if (personIsThere_) wakesAt_ = soonest;  // who has come back meanwhile
 }
 
 void Machine::wakeUp(const char* by) {
   note(std::string("the machine is woken by ") + by);
-  awake_ = true;
-  wakesAt_ = Moment::max();
-  before_.available = record_.available = 0ms;
+  power_ = Power::on;
+  wakesAt_ = never;
+  judge_.disturb(Cause::woken);
+  release(When::afterWake, 60s);
   if (!personIsThere_) idleTimeIsOverAt_ = now_ + random_.between(5s, 2min);
 }
 
-void Machine::fireWakeEvent(std::size_t index) {
-  const WakeEvent event = wakeEvents.at(index);
-  wakeEvents.erase(wakeEvents.begin() + static_cast<std::ptrdiff_t>(index));
+std::vector<Machine::WakeEvent>::const_iterator Machine::firstEvent() const {
+  return std::ranges::min_element(wakeEvents, {}, &WakeEvent::at);
+}
+
+void Machine::firstEventComes() {
+  const WakeEvent event = *firstEvent();
+  wakeEvents.erase(firstEvent());
   if (!event.ours) {
     note("another program's wake event");
     addForeignEvent();
     return;
   }
   note("our wake event of " + event.when);
-  record_.atEvent = tool_;
-  record_.availableSinceEvent = 0s;
-  // Until the process of a run has ended, the service manager takes a request for a start as fulfilled by that run.
-  if (tool_ == ToolState::stopped) tool_ = ToolState::starting;
-}
-
-void Machine::changeCrontab() {
-  crontabChangesAt_ = now_ + random_.about(days{1});
-  if (!awake_) return;
-  note("the crontab is changed");
-  crontab_ = std::make_shared<Crontab>(Crontab::draw(random_));
-  record_.crontabChanged = true;
-}
-
-void Machine::failOrRecover(Part& part) {
-  if (part.state == State::works) {
-    part.state = random_.pick(part.failures);
-    const bool hangs = part.state == State::hangs || part.state == State::hangsAtTimes;
-    part.changesAt = now_ + random_.about(hangs && random_.oneIn(3) ? 6h : 20min);
-  } else {
-    part.state = State::works;
-    part.changesAt = now_ + random_.about(part.meanTimeToFailure);
-  }
-  constexpr std::array states = {" works again", " fails from now on", " is missing from now on", " hangs from now on",
-                                 " hangs at times from now on"};
-  note(part.name + std::string(states.at(static_cast<std::size_t>(part.state))));
+  requestStart();
 }
 
 void Machine::addForeignEvent() {
-  const Moment at = floor<minutes>(now_ + random_.about(days{2})) + 1min;
-  wakeEvents.push_back({at, localTime(at, listingFormat), false});
+  const Moment at = floor<minutes>(clock() + random_.about(days{2})) + 1min;
+  wakeEvents.push_back({at, shown(at, *zone_), false});
 }
 
 void Machine::setWakeEvent(const std::string& time) {
-  tm fields{};
-  if (::strptime(time.c_str(), "%m/%d/%Y %H:%M:00", &fields) == nullptr) {
-    judge_.otherViolation("the agent cannot read " + time);
-    return;
-  }
-  const Moment asUtc{seconds{::timegm(&fields)}};
-  const auto offsetAt = [](Moment moment) { return seconds{localFields(moment).tm_gmtoff}; };
   // The first instant to come at which the clock shows that time: with one of the offsets of the hours around it.
+  std::array<unsigned, 5> fields{};
+  const char* next = time.data();
+  for (auto& field : fields) next = std::from_chars(next, time.data() + time.size(), field).ptr + 1;
+  const auto& [month, day, year, hour, minute] = fields;
+  const auto date = std::chrono::year{static_cast<int>(year)} / std::chrono::month{month} / std::chrono::day{day};
+  const Moment asUtc = std::chrono::sys_days{date} + std::chrono::hours{hour} + minutes{minute};
+  const auto offsetAt = [&](Moment moment) { return zone_->offset(floor<minutes>(moment)); };
   std::optional<Moment> at;
   for (auto distance = -15h; distance <= 15h; distance += 1h) {
     const Moment candidate = asUtc - offsetAt(asUtc + distance);
-    if (candidate > now_ && (!at || candidate < *at) && candidate + offsetAt(candidate) == asUtc) at = candidate;
+    if (candidate > clock() && (!at || candidate < *at) && candidate + offsetAt(candidate) == asUtc) at = candidate;
   }
   if (at) {
     addWakeEvent(*at, false);
@@ -314,7 +337,7 @@ void Machine::setWakeEvent(const std::string& time) {
 void Machine::addWakeEvent(Moment at, bool byArm) {
   const auto same = std::ranges::find_if(wakeEvents, [&](const auto& event) { return event.ours && event.at == at; });
   if (same == wakeEvents.end()) {
-    wakeEvents.push_back({at, localTime(at, listingFormat), true, byArm});
+    wakeEvents.push_back({at, shown(at, *zone_), true, agentIsOld_, byArm});
   } else if (!byArm) {
     same->unlisted = false;
   }
@@ -323,7 +346,7 @@ void Machine::addWakeEvent(Moment at, bool byArm) {
 void Machine::cancelWakeEvent(const std::string& time) {
   std::erase_if(wakeEvents, [&](const auto& event) {
     const bool isCancelled = event.ours && event.when == time;
-    if (isCancelled && event.at == armsFor_ && arming_ == Arming::worked) arming_ = Arming::cancelled;
+    if (isCancelled && event.at == armsFor_ && arming_ == Cause::nothing) arming_ = Cause::cancelled;
     return isCancelled;
   });
 }

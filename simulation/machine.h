@@ -3,9 +3,13 @@
 #include <array>
 #include <functional>
 #include <initializer_list>
+#include <limits>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
+#include <string_view>
+#include <variant>
 #include <vector>
 
 #include "judge.h"
@@ -17,80 +21,133 @@ struct Options {
   /// The service manager starts the tool at each full minute, and if one passes during a run, again as soon as that has
   /// ended. Otherwise it does so 60 awake seconds after the last run has ended.
   bool calendarTimer = false;
-  bool noHangs = false;  ///< no program hangs
-  bool noArm = false;    ///< nothing is armed before the machine sleeps
+  std::set<std::string, std::less<>> without{};  ///< the groups of faults that do not happen
 };
+
+/// Thrown out of a run of the tool that is killed.
+struct Killed {};
 
 /// One machine: its clock, its sleep, the person who uses it, its service manager, its wake events and its faults.
 /// Time passes in work(), sleepUntil() and untilStart() only. Whatever else happens on the machine happens in them.
 class Machine {
  public:
   struct WakeEvent {
-    Moment at;
+    Moment at;         ///< on the machine's clock
     std::string when;  ///< the same in local time, as the listing shows it
     bool ours;
+    bool isOld = false;     ///< set by the agent before the upgrade, which has named it after that local time
     bool unlisted = false;  ///< `arm` has set it, and the tool has not listed it since
   };
+  /// What does not work for a while now and then.
+  enum class Part { inhibitor, listing, agent, arm, manager, setting, cancelling, crontab, bash, count };
   /// A program that fails ends without having done anything. One that hangs never ends; at times: every other call.
   enum class State { works, fails, isMissing, hangs, hangsAtTimes };
-  /// Something that does not work for a while now and then.
-  struct Part {
-    const char* name;
-    milliseconds meanTimeToFailure;
-    std::vector<State> failures;  ///< one of them at a time
-    State state = State::works;
-    Moment changesAt{};
-  };
   struct Program {
     milliseconds duration;
     bool hangs;  ///< and is killed at its limit
     bool works;
   };
 
-  Machine(Random random, const Options& options, Judge& judge);
+  Machine(Random random, Options options, Judge& judge, const TimeZone& zone);
+
+  static bool isGroup(std::string_view name);
 
   /// Waits until the service manager starts the tool. False if the year is over.
   bool untilStart();
   /// The tool has returned from its work; its process ends milliseconds later.
   void toolEnds();
+  /// The tool was killed.
+  void toolIsGone();
 
-  /// The tool waits for a program: seconds in which the machine is asleep do not count.
-  void work(milliseconds duration, Waiting waiting = Waiting::forProgram);
+  /// The tool waits for a program: seconds in which the machine is asleep do not count. This and sleepUntil() throw
+  /// Killed if the tool is killed meanwhile.
+  void work(milliseconds duration);
   /// Sleeps until a moment, or until the machine wakes if it is asleep then.
-  void sleepUntil(Moment moment);
+  void sleepFor(seconds duration);
 
-  Moment now() const { return now_; }
+  Moment clock() const { return now_ + clockError_; }
   milliseconds awakeTime() const { return awakeFor_; }
+  const TimeZone& zone() const { return *zone_; }
   Random& random() { return random_; }
-  void note(std::string_view what) { judge_.note(now_, what); }
+  State state(Part part) const { return states_.at(static_cast<std::size_t>(part)); }
+  void note(std::string_view what) { judge_.note(clock(), *zone_, what); }
+  /// Why the tool cannot run; nullopt if it can.
+  std::optional<Cause> stopped() const;
+  bool runIsAskedFor() const { return isAskedFor_; }
 
-  /// The crontab in force. Whoever reads it makes a pass for this minute.
-  std::shared_ptr<const Crontab> readCrontab();
+  const std::shared_ptr<const Crontab>& crontab() const { return crontab_; }
   /// Starts a program that depends on these parts. Now and then one takes very long.
-  Program launch(std::initializer_list<const Part*> parts, milliseconds limit);
+  Program launch(std::initializer_list<Part> parts, milliseconds limit);
+  /// The tool has started a copy.
+  void copyStarted() { release(When::afterCopy, std::chrono::seconds{70}); }
 
   /// What the agent does when it is asked to set or cancel an event at month/day/year hour:minute:00.
   void setWakeEvent(const std::string& time);
   void cancelWakeEvent(const std::string& time);
 
-  Part inhibitor{"the inhibitor", std::chrono::hours{60}, {State::fails}};
-  Part listing{"the listing", std::chrono::hours{90}, {State::fails, State::hangs}};
-  Part agent{"the agent", std::chrono::hours{135}, {State::fails, State::isMissing, State::hangs}};
-  Part arm{"arm", std::chrono::hours{90}, {State::fails, State::hangs}};
-  Part manager{"the service manager", std::chrono::hours{200}, {State::hangs}};
-  Part setting{"setting a wake event", std::chrono::hours{270}, {State::fails, State::hangs}};
-  Part cancelling{"cancelling a wake event", std::chrono::hours{200}, {State::hangs}};
-  Part crontabProgram{"crontab", std::chrono::hours{200}, {State::hangs}};
-  Part bash{"bash", std::chrono::hours{200}, {State::hangs, State::hangsAtTimes}};
   bool assertionHeld = false;
   std::vector<WakeEvent> wakeEvents;  ///< all that are armed, whoever set them
 
  private:
+  static constexpr Moment never = Moment::max();
+
+  /// When a fault happens: at any moment, or every other time soon after one of these.
+  enum class When { anyTime, runBegins, afterCopy, afterWake };
+  struct Failure {
+    Part part;
+    State state;
+  };
+  struct Incident {
+    void (Machine::*happens)();
+    When when = When::anyTime;
+  };
+  struct Fault {
+    std::string_view group;
+    const char* what;
+    std::chrono::hours every;  ///< on average
+    std::variant<Failure, Incident> effect;
+  };
+  struct Pending {
+    Moment at = never;
+    bool hasBegun = false;  ///< a failure that lasts
+    bool isHeld = false;    ///< until its When
+  };
+  static constexpr std::size_t faultCount = 31;
+  static const std::array<Fault, faultCount> faults;
+
+  void drawFault(std::size_t index);
+  void faultHappens();
+  void failOrRecover(const Failure& failure, std::size_t index);
+  void setFaultAt(std::size_t index, Moment at);
+  /// Lets the faults happen that were held for this moment.
+  void release(When when, milliseconds within);
+  bool isOn(std::string_view group) const { return !options_.without.contains(group); }
+
+  void stepClock();
+  void setClockWrong();
+  void setClockRight();
+  void changeZone();
+  void cutPower();
+  void returnPower();
+  void hibernate() { hibernatesNext_ = true; }
+  void killTool();
+  void upgrade();
+  void startByHand();
+  void reloadManager();
+  void restartManager();
+  void logOut();
+  void changeCrontab();
+
+  void setClock(milliseconds error);
+  void stopManager();
+  void startManager();
+  void requestStart();
+
   /// Lets time pass until the next thing happens on the machine, but not beyond `target`. Gives whether anything has
   /// happened.
   bool advance(Moment target);
   void passTo(Moment moment);
-  void wait(milliseconds duration, Waiting waiting);
+  void wait(milliseconds duration);
   Moment timerElapsesAt() const;
 
   void personComesOrGoes();
@@ -98,6 +155,7 @@ class Machine {
   /// The service manager runs `arm`, and soon afterwards the machine is asleep, whatever happens meanwhile. If somebody
   /// comes back in that time, they wake it again. What is due in that time may start the tool, but keeps nothing awake.
   void requestSleep(const char* why);
+  void continueToSleep();
   void runArm();
   void readForArm();
   /// `arm` sets the event again and again.
@@ -105,40 +163,53 @@ class Machine {
   void fallAsleep();
   /// The next step on the way to sleep.
   void continueIn(milliseconds delay, std::function<void()> step);
+  void clockWakes() { wakeUp("its clock"); }
   void wakeUp(const char* by);
-  void fireWakeEvent(std::size_t index);
-  void changeCrontab();
-  void failOrRecover(Part& part);
+  std::vector<WakeEvent>::const_iterator firstEvent() const;
+  void firstEventComes();
   void addForeignEvent();
   void addWakeEvent(Moment at, bool byArm);
   milliseconds programDuration();
 
+  enum class Power { on, asleep, hibernating, off };
+
   Random random_;
   Options options_;
   Judge& judge_;
-  Moment now_, end_;
-  bool awake_ = true;
-  milliseconds awakeFor_{};  ///< in all: what a monotonic clock shows
+  Moment now_, end_;           ///< as a clock would show it that is right
+  milliseconds clockError_{};  ///< of the clock that the machine has
+  const TimeZone* zone_;
+
+  Power power_ = Power::on;
   bool personIsThere_ = true;
-  Moment personComesOrGoesAt_, crontabChangesAt_;
-  Moment idleTimeIsOverAt_ = Moment::max(), wakesAt_ = Moment::max();  ///< max() for never
-  Moment continuesAt_ = Moment::max();                                 ///< on its way to sleep
-  std::function<void()> nextStep_;                                     ///< null if it is not
-  Arming arming_ = Arming::failed;                                     ///< the last time
+  bool hibernatesNext_ = false;
+  bool armIsOvertaken_ = false;  ///< the crontab, the clock or the zone was changed after `arm` had looked at them
+  bool managerRuns_ = true;
+  milliseconds awakeFor_{};  ///< in all: what a monotonic clock shows
+  Moment personComesOrGoesAt_, idleTimeIsOverAt_ = never, wakesAt_ = never, powerReturnsAt_ = never;
+  Moment clockIsRightAt_ = never;   ///< again; never if it is right
+  Moment continuesAt_ = never;      ///< on its way to sleep
+  std::function<void()> nextStep_;  ///< null if it is not
+
+  std::array<State, static_cast<std::size_t>(Part::count)> states_{};
+  std::array<Pending, faultCount> pending_;
+  std::size_t nextFault_ = 0;
+
+  Cause arming_ = Cause::armFailed;  ///< what became of `arm` the last time; `nothing` if it has worked
   std::optional<Minute> armsFor_;
-  std::shared_ptr<const Crontab> armsCrontab_;
-  Moment readForArmAt_;
-  Moment asleepAt_;
+  Moment readForArmAt_, asleepAt_;
+  Moment managerStartsAt_ = never, managerAnswersAt_{};
 
   ToolState tool_ = ToolState::stopped;
-  Waiting waiting_ = Waiting::no;
+  bool lingers_;  ///< the service manager runs while nobody is logged in
+  bool agentIsOld_;
+  bool isAskedFor_ = false;  ///< by a person or at the start of the service manager: the next run, or the one under way
+  bool isKilled_ = false;    ///< the run under way
+  bool isWaiting_ = false;   ///< for a program
   milliseconds timerElapses_{};  ///< on the monotonic clock
   Moment tick_;                  ///< the next one of the calendar timer
 
-  std::array<Part*, 9> parts_{&inhibitor, &listing,    &agent,          &arm, &manager,
-                              &setting,   &cancelling, &crontabProgram, &bash};
   std::shared_ptr<const Crontab> crontab_;
-  MinuteRecord before_, record_;  ///< of the last minute and of this one
 };
 
 }  // namespace zt::simulation

@@ -2,15 +2,15 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <charconv>
 #include <csignal>
 #include <exception>
-#include <initializer_list>
 #include <iomanip>
 #include <iostream>
+#include <sstream>
 #include <string>
 #include <string_view>
-#include <utility>
 
 #include "support/zone.h"
 #include "tool.h"
@@ -19,16 +19,17 @@ namespace zt::simulation {
 namespace {
 
 constexpr auto* usage =
-    R"(usage: simulate [--years N] [--seed S] [--calendar-timer] [--no-hangs] [--no-arm]
+    R"(usage: simulate [--years N] [--seed S] [--without GROUP,...] [--calendar-timer]
 
 Runs the tool on N simulated machines (default: 20), on each for a year. Their seeds are S (default: 1), S+1, and so on;
 --years 1 --seed S repeats a single one. The exit status is 1 if a copy was missed, doubled or early, or if there was
 another violation. docs/simulation.md describes the machines, and which losses are not the tool's fault.
 
-  --calendar-timer  Start the tool at each full minute and, if one passes during a run, again as soon as that ends.
-                    Copies are doubled then: this shows that the simulation notices, and why the tool has another timer.
-  --no-hangs        No program hangs.
-  --no-arm          Nothing is armed before a machine sleeps.
+  --without GROUP,...  None of these faults happen: clock, zone, power, kills, people, failures, hangs. "all" leaves out
+                       all of them, and "arm" has nothing armed before a machine sleeps.
+  --calendar-timer     Start the tool at each full minute and, if one passes during a run, again as soon as that ends.
+                       Copies are doubled then: this shows that the simulation notices, and why the tool has another
+                       timer.
 )";
 
 std::string machineName;
@@ -45,12 +46,12 @@ extern "C" void reportSignal(int signal) {
 
 void simulateYear(std::uint64_t seed, const Options& options, Figures& figures) {
   Random random(seed);
-  const char* timeZone = random.pick(zoneNames);
-  machineName = "seed " + std::to_string(seed) + ", " + timeZone;
+  const auto& timeZone = TimeZone::named(random.pick(zoneNames));
+  machineName = "seed " + std::to_string(seed) + ", " + timeZone.name();
   ::alarm(300);
-  Zone zone(timeZone);
+  Zone zone(timeZone.name());
   Judge judge(machineName, figures);
-  Machine machine(random, options, judge);
+  Machine machine(random, options, judge, timeZone);
   try {
     while (machine.untilStart()) runTool(machine, judge, zone.calendar);
   } catch (const std::exception& error) {
@@ -61,25 +62,37 @@ void simulateYear(std::uint64_t seed, const Options& options, Figures& figures) 
 
 void print(const Figures& f) {
   std::cout << f.machineYears << " machine-years, " << f.runs << " runs, " << f.due << " copies due: " << f.startedOnce
-            << " started once (" << f.late << " of them late), " << f.missed << " missed, " << f.doubled << " doubled, "
-            << f.early << " early, " << f.other << " other violations.\nLost through no fault of the tool:\n";
-  const std::initializer_list<std::pair<std::int64_t, const char*>> losses = {
-      {f.armFailed, "asleep, arm had failed"},
-      {f.refused, "asleep, the service manager had refused"},
-      {f.cancelled, "asleep, a run had cancelled arm's event"},
-      {f.overtaken, "asleep, arm was overtaken"},
-      {f.awakeTooShort, "not awake long enough"},
-      {f.heldUp, "held up by a program"},
-      {f.hung, "while a program hung"},
-      {f.ending, "put to sleep as a run ended"},
+            << " started once (" << f.late << " of them late), " << f.missed() << " missed, " << f.doubled
+            << " doubled, " << f.early << " early, " << f.other
+            << " other violations.\nLost through no fault of the tool:\n";
+  const auto line = [&](std::int64_t count, const char* what) {
+    std::cout << std::setw(8) << count << std::setw(9) << std::fixed << std::setprecision(4)
+              << 100.0 * static_cast<double>(count) / static_cast<double>(f.due) << " %  " << what << '\n';
   };
   std::int64_t lost = 0;
-  for (const auto& [count, what] : losses) {
-    std::cout << std::setw(8) << count << "  " << what << '\n';
-    lost += count;
+  for (std::size_t cause = 1; cause < causeNames.size(); ++cause) {
+    line(f.lost.at(cause), causeNames.at(cause));
+    lost += f.lost.at(cause);
   }
-  std::cout << "Together: " << lost << ", or " << 100.0 * static_cast<double>(lost) / static_cast<double>(f.due)
-            << " percent." << std::endl;
+  line(lost, "together");
+  std::cout << "Started again in a minute that another run had served:\n";
+  line(f.askedFor, "asked for by a person, or at the start of the service manager");
+  line(f.shownAgain, "shown again by a clock that was set back");
+  std::cout << std::flush;
+}
+
+/// Gives whether all names are known.
+bool readGroups(const char* text, Options& options) {
+  std::istringstream names(text == nullptr ? "" : text);
+  for (std::string name; std::getline(names, name, ',');) {
+    const bool isAll = name == "all";
+    if (!isAll && name != "arm" && !Machine::isGroup(name)) return false;
+    for (const auto* group : {"clock", "zone", "power", "kills", "people", "failures", "hangs"}) {
+      if (isAll) options.without.insert(group);
+    }
+    options.without.insert(name);
+  }
+  return !options.without.empty();
 }
 
 bool read(const char* text, std::uint64_t& number) {
@@ -100,11 +113,8 @@ int main(char** arguments) {
     }
     if (name == "--calendar-timer") {
       options.calendarTimer = true;
-    } else if (name == "--no-hangs") {
-      options.noHangs = true;
-    } else if (name == "--no-arm") {
-      options.noArm = true;
-    } else if (!(name == "--years" && read(*++argument, years) && years > 0) &&
+    } else if (!(name == "--without" && readGroups(*++argument, options)) &&
+               !(name == "--years" && read(*++argument, years) && years > 0) &&
                !(name == "--seed" && read(*++argument, seed))) {
       std::cerr << "simulate: wrong option or value: " << name << "\n\n" << usage;
       return 2;

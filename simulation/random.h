@@ -5,9 +5,9 @@
 #include <cstdint>
 #include <random>
 
-namespace zt::simulation {
+#include "local_time.h"
 
-using std::chrono::milliseconds;
+namespace zt::simulation {
 
 /// The source of all randomness on one machine. With the same seed the same calls give the same values.
 class Random {

@@ -1,5 +1,6 @@
 #include "tool.h"
 
+#include <algorithm>
 #include <charconv>
 #include <initializer_list>
 #include <sstream>
@@ -31,12 +32,12 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     return events;
   }
 
-  Instant now() const override { return floor<seconds>(machine_.now()); }
+  Instant now() const override { return floor<seconds>(machine_.clock()); }
   milliseconds awakeTime() const override { return machine_.awakeTime(); }
   void sleep(seconds duration) override {
     checkAssertion();
-    judge_.toolSleeps(machine_.now(), duration, wakeEvents());
-    machine_.sleepUntil(machine_.now() + duration);
+    judge_.toolSleeps(machine_.clock(), duration, wakeEvents());
+    machine_.sleepFor(duration);
   }
 
   std::vector<std::optional<std::filesystem::path>> running(std::string_view, const Refused&) const override {
@@ -47,7 +48,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
 
   bool isExecutableFile(const std::filesystem::path&) const override {
-    const bool isThere = machine_.agent.state != State::isMissing;
+    const bool isThere = machine_.state(Part::agent) != State::isMissing;
     couldSet_ = couldSet_ && isThere;
     couldCancel_ = couldCancel_ && isThere;
     return isThere;
@@ -56,19 +57,20 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   std::optional<Texts> run(const Command& command) override {
     if (command.path == "/usr/bin/crontab") return readCrontab();
     auto word = FakeCommands().run(command);
-    if (runProgram({&machine_.bash})) return word;
-    if (!word->empty()) judge_.wordHangs(word->front());
+    if (runProgram({Part::bash})) return word;
+    if (!word->empty()) judge_.lose(word->front(), Cause::heldUp);
     return std::nullopt;
   }
   void start(const Command& command, const std::string& /*description*/) override {
     const auto& url = command.arguments.front();
     machine_.note("copy started: " + url);
-    judge_.copyStarted(machine_.now(), url);
+    judge_.copyStarted(machine_.clock(), url);
+    machine_.copyStarted();
     machine_.work(1ms);
   }
 
   Created create(std::string_view, std::string_view, std::string_view) override {
-    const auto answer = launch({&machine_.inhibitor}, inhibitorLimit);
+    const auto answer = launch({Part::inhibitor}, inhibitorLimit);
     machine_.work(answer.duration);
     machine_.assertionHeld = answer.works;
     assertionRefused_ = !machine_.assertionHeld;
@@ -81,8 +83,8 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
 
   std::optional<Texts> list(const std::filesystem::path&) override {
     cancellable_.clear();
-    const bool agentHangs = machine_.agent.state == State::hangs;  // which lists the events, too
-    if (!runProgram({agentHangs ? &machine_.agent : &machine_.listing, &machine_.manager})) {
+    const bool agentHangs = machine_.state(Part::agent) == State::hangs;  // which lists the events, too
+    if (!runProgram({agentHangs ? Part::agent : Part::listing, Part::manager})) {
       couldCancel_ = false;
       return std::nullopt;
     }
@@ -96,15 +98,18 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     return lines;
   }
   void cancel(const std::filesystem::path&, const std::string& dateAndTime) override {
-    if (std::erase(cancellable_, dateAndTime) == 0) judge_.otherViolation(dateAndTime + " is not ours to cancel");
-    if (runProgram({&machine_.agent, &machine_.manager, &machine_.cancelling})) {
+    const auto listed = std::ranges::find(cancellable_, dateAndTime);
+    if (listed == cancellable_.end()) return judge_.otherViolation(dateAndTime + " is not ours to cancel");
+    cancellable_.erase(listed);
+    judge_.eventIsCancelled();
+    if (runProgram({Part::agent, Part::manager, Part::cancelling})) {
       machine_.cancelWakeEvent(dateAndTime);
     } else {
       couldCancel_ = false;
     }
   }
   void wake(const std::filesystem::path&, const std::string& time) override {
-    if (runProgram({&machine_.agent, &machine_.manager, &machine_.setting})) {
+    if (runProgram({Part::agent, Part::manager, Part::setting})) {
       machine_.setWakeEvent(time);
     } else {
       couldSet_ = false;
@@ -123,28 +128,29 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
 
  private:
   using State = Machine::State;
+  using Part = Machine::Part;
 
   /// Starts a program that depends on these parts.
-  Machine::Program launch(std::initializer_list<const Machine::Part*> parts, milliseconds longest = limit) {
+  Machine::Program launch(std::initializer_list<Part> parts, milliseconds longest = limit) {
     if (++programs_ > 10'000) throw std::runtime_error("a run does not end");
     return machine_.launch(parts, longest);
   }
   /// Runs one to its end, or until it is killed. Gives whether it has worked.
-  bool runProgram(std::initializer_list<const Machine::Part*> parts) {
+  bool runProgram(std::initializer_list<Part> parts) {
     const auto program = launch(parts);
-    machine_.work(program.duration, program.hangs ? Waiting::forHung : Waiting::forProgram);
+    machine_.work(program.duration);
     return program.works;
   }
   std::optional<Texts> readCrontab() {
     checkAssertion();
-    const auto program = launch({&machine_.crontabProgram});
-    if (program.hangs) {
+    const auto program = launch({Part::crontab});
+    if (!program.works) {
+      machine_.work(program.duration);
       judge_.passFails();
-      machine_.work(program.duration, Waiting::forHungCrontab);
       return std::nullopt;
     }
-    const auto crontab = machine_.readCrontab();
-    judge_.passBegins(machine_.now(), crontab);
+    const auto crontab = machine_.crontab();
+    judge_.passBegins(machine_.clock(), machine_.zone(), *crontab);
     machine_.work(program.duration);
     return crontab->text();
   }
@@ -164,15 +170,21 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
 }  // namespace
 
 void runTool(Machine& machine, Judge& judge, Calendar& calendar) {
-  judge.runBegins();
-  machine.work(machine.random().between(3ms, machine.random().oneIn(100) ? 2s : 30ms));  // to load it
-  SimulatedServices services(machine, judge);
-  FakePlainLog plainLog;
-  std::ostringstream output;
-  const int status =
-      zt::run({services, calendar, services, services, services, services, services, {&services, plainLog}, output});
-  judge.runEnds(machine.now(), status, machine.assertionHeld, services.wakeEvents());
-  machine.toolEnds();
+  judge.runBegins(machine.runIsAskedFor());
+  try {
+    machine.work(machine.random().between(3ms, machine.random().oneIn(100) ? 2s : 30ms));  // to load it
+    SimulatedServices services(machine, judge);
+    FakePlainLog plainLog;
+    std::ostringstream output;
+    const int status =
+        zt::run({services, calendar, services, services, services, services, services, {&services, plainLog}, output});
+    judge.runEnds(machine.clock(), status, machine.assertionHeld, services.wakeEvents());
+    machine.toolEnds();
+  } catch (const Killed&) {
+    machine.note("the tool is gone");
+    judge.runIsKilled(machine.stopped().value_or(Cause::killed));
+    machine.toolIsGone();
+  }
 }
 
 }  // namespace zt::simulation
