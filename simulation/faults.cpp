@@ -137,7 +137,7 @@ void Machine::setClock(milliseconds error) {
   if (error < clockError_) judge_.clockIsSetBack();
   clockError_ = error;
   if (next != minute) judge_.minuteBegins(stopped());
-  armIsOvertaken_ = true;
+  armIsOvertaken_ = sleepIsOver_ = true;
   note("which is the time now");
 }
 

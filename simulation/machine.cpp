@@ -119,13 +119,15 @@ void Machine::wait(milliseconds duration) {
 
 void Machine::sleepFor(seconds duration) {
   const Moment end = now_ + duration;
+  sleepIsOver_ = false;
   do {
-    while (now_ < end || power_ != Power::on) {
+    while ((now_ < end && !sleepIsOver_) || power_ != Power::on) {
       advance(power_ == Power::on ? end : never);
       if (isKilled_) throw Killed{};
     }
   } while (advance(now_));  // a wake event that was overdue when the machine woke comes in this sleep, not after it
   if (isKilled_) throw Killed{};
+  if (sleepIsOver_) judge_.startIsRequested(tool_);
 }
 
 Machine::Program Machine::launch(std::initializer_list<Part> parts, milliseconds limit) {
@@ -288,6 +290,7 @@ void Machine::wakeUp(const char* by) {
   power_ = Power::on;
   wakesAt_ = never;
   judge_.disturb(Cause::woken);
+  sleepIsOver_ = true;
   release(When::afterWake, 60s);
   if (!personIsThere_) idleTimeIsOverAt_ = now_ + random_.between(5s, 2min);
 }

@@ -62,7 +62,7 @@ class Machine {
   /// The tool waits for a program: seconds in which the machine is asleep do not count. This and sleepUntil() throw
   /// Killed if the tool is killed meanwhile.
   void work(milliseconds duration);
-  /// Sleeps until a moment, or until the machine wakes if it is asleep then.
+  /// Sleeps for so long, or until the clock is set, or until the machine wakes if it was asleep.
   void sleepFor(seconds duration);
 
   Moment clock() const { return now_ + clockError_; }
@@ -206,6 +206,7 @@ class Machine {
   bool isAskedFor_ = false;  ///< by a person or at the start of the service manager: the next run, or the one under way
   bool isKilled_ = false;    ///< the run under way
   bool isWaiting_ = false;   ///< for a program
+  bool sleepIsOver_ = false;
   milliseconds timerElapses_{};  ///< on the monotonic clock
   Moment tick_;                  ///< the next one of the calendar timer
 
