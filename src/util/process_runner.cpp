@@ -140,7 +140,7 @@ LimitedOutput shell(platform::Task task, const Limits& limits) {
   output->waitUntil(std::chrono::steady_clock::now() + 100ms);
   if (output->isComplete() && !output->isTooMuch()) {
     // What it has printed can be anything up to all of it: an empty crontab, for example.
-    if (task.wasKilled()) return {{}, "it got signal " + std::to_string(task.terminationStatus())};
+    if (task.wasKilled()) return {.lines = {}, .killedBecause = {}, .signal = task.terminationStatus()};
     return {.lines = output->lines(), .killedBecause = {}};
   }
   const bool hasExited = task.hasExited();

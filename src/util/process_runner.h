@@ -32,7 +32,8 @@ struct Limits {
 
 struct LimitedOutput {
   std::optional<std::vector<std::string>> lines;  ///< as from shell() without limits; nullopt if it was killed
-  std::string killedBecause;                      ///< here or by somebody else; empty if it was not
+  std::string killedBecause;                      ///< empty if it was not killed here
+  std::int32_t signal = 0;                        ///< that killed it, if that was not done here
 };
 
 /// Like shell() for a task that may never end, or leave processes behind that hold its output. At a limit the task is

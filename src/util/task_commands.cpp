@@ -18,11 +18,12 @@ platform::Task taskFor(const platform::Command& command) {
 std::optional<std::vector<std::string>> TaskCommands::run(const platform::Command& command) {
   forgetEnded();
   if (!isTrusted(command)) return std::nullopt;
-  auto [lines, killedBecause] = shell(taskFor(command), limits_);
-  if (killedBecause.empty()) return std::move(lines).value_or(std::vector<std::string>());
+  auto [lines, killedBecause, signal] = shell(taskFor(command), limits_);
+  if (killedBecause.empty() && signal == 0) return std::move(lines).value_or(std::vector<std::string>());
   // The first argument tells the agent's verbs apart; the others can be anything.
-  const auto verb = command.arguments.empty() ? "" : " " + command.arguments.front();
-  report_("Killed " + command.path + verb + ": " + killedBecause + ".");
+  const auto program = command.path + (command.arguments.empty() ? "" : " " + command.arguments.front());
+  report_(signal == 0 ? "Killed " + program + ": " + killedBecause + "."
+                      : program + " was killed by signal " + std::to_string(signal) + ".");
   return std::nullopt;
 }
 

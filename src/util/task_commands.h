@@ -15,7 +15,7 @@ namespace zt::util {
 /// not started if another user can have put it there: the bundle can have been replaced since it was found.
 class TaskCommands final : public platform::Commands {
  public:
-  /// Receives one line about each command that was killed because it reached a limit, or was not started.
+  /// Receives one line about each command that was killed, here at a limit or by something else, or was not started.
   using Report = std::function<void(const std::string& line)>;
 
   /// Receives the process number of a program that start() has started, and its description. May not block.
