@@ -57,15 +57,15 @@ class MainLoop {
   };
   Time time() const { return {services_.clock.now(), services_.clock.awakeTime()}; }
 
-  /// Handles the current minute. Then sleeps into the next one if something is due in it; otherwise sets the wake event
-  /// and waits for the throttle interval.
+  /// Handles the current minute, or the next one that this run has not handled yet. Then sleeps into the one after it
+  /// if something is due in it; otherwise sets the wake event and waits for the throttle interval.
   Next pass() {
-    services_.calendar.update();
     sleepPastHandledMinutes();
+    services_.calendar.update();
     const Time now = time();
     log_.info("Looking for schedules that run at " + date(now.wallClock));
     const auto lines = readCrontabLines(services_.commands);
-    // What is due is not known, so the wake event that is armed stays: crontab may work again by then.
+    // What is due is not known, so no wake event is cancelled: crontab may work again by then.
     if (!lines) return Next::end;
     handled_.push_back(minuteOf(now.wallClock, services_.calendar).start);
     const auto matches =
@@ -106,16 +106,16 @@ class MainLoop {
     wakeScheduling_.set(event, services_.calendar);
     services_.clock.sleep(throttleInterval);
     // If the machine was suspended meanwhile, the event has woken it, but the service manager has started no other run
-    // beside this one. The hardware clock can wake the machine a second early. It can also have been an event for a
-    // changed crontab. And somebody can have set the clock, to a minute or so before something is due.
+    // beside this one. The hardware clock can wake the machine a second early. The same is true of an event for a
+    // crontab that has been changed since this pass has read it, and of one whose time was skipped by somebody who has
+    // set the clock forward. The clock tells whole seconds.
     const Time end = time();
     const bool eventHasCome = end.wallClock + 1s >= event;
-    const auto jumped = (end.wallClock - passBegan.wallClock) - (end.awake - passBegan.awake);
-    const bool hasJumped = std::chrono::abs(jumped) > 2s;
-    return eventHasCome || (hasJumped && !isHandled(end.wallClock)) ? Next::anotherPass : Next::end;
+    const auto skipped = (end.wallClock - passBegan.wallClock) - (end.awake - passBegan.awake);
+    return eventHasCome || (skipped > 1s && !isHandled(end.wallClock)) ? Next::anotherPass : Next::end;
   }
 
-  /// If the clock has been set back during this run, to a minute for which it has made a pass: what is due in it has
+  /// Sleeps while the clock shows a minute that this run has handled, because it was set back: what is due in it has
   /// been started.
   void sleepPastHandledMinutes() {
     for (Instant now = services_.clock.now(); isHandled(now); now = services_.clock.now()) {

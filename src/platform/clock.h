@@ -18,9 +18,9 @@ class Clock {
   /// wall clock does not matter.
   virtual std::chrono::milliseconds awakeTime() const = 0;
 
-  /// Blocks for the whole `duration`, whatever signals arrive. Time in which the machine is suspended counts. If the wall
-  /// clock is set, or the machine is suspended, it can return then: what is to be done may be another thing at once. Zero
-  /// or less returns at once.
+  /// Blocks for `duration`. Signals do not shorten it, and time in which the machine is suspended counts. Can return
+  /// early when the wall clock is set forward, since the time for which the caller waits may have come. Zero or less
+  /// returns at once.
   virtual void sleep(std::chrono::seconds duration) = 0;
 };
 

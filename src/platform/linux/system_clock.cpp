@@ -4,8 +4,10 @@
 #include <poll.h>
 #include <sys/timerfd.h>
 #include <time.h>
+#include <unistd.h>
 
 #include <array>
+#include <cstdint>
 
 #include "platform/file_handle.h"
 #include "platform/linux/fatal.h"
@@ -13,10 +15,20 @@
 namespace zt::platform {
 namespace {
 
+/// How far the wall clock is ahead of the time since the machine was started. That changes when the clock is set, and
+/// by less than a millisecond in a second when it is slewed.
+std::chrono::nanoseconds wallClockLead() {
+  timespec sinceStart{};
+  if (::clock_gettime(CLOCK_BOOTTIME, &sinceStart) != 0) fatal("cannot read the clock", errno);
+  return std::chrono::system_clock::now().time_since_epoch() - std::chrono::seconds{sinceStart.tv_sec} -
+         std::chrono::nanoseconds{sinceStart.tv_nsec};
+}
+
 FileHandle timer(clockid_t clock, int flags, std::chrono::seconds time) {
-  const int descriptor = ::timerfd_create(clock, TFD_CLOEXEC);
+  const int descriptor = ::timerfd_create(clock, TFD_CLOEXEC | TFD_NONBLOCK);
   const itimerspec setting{.it_interval = {}, .it_value = {.tv_sec = time.count(), .tv_nsec = 0}};
-  if (descriptor < 0 || ::timerfd_settime(descriptor, flags, &setting, nullptr) != 0) fatal("cannot sleep", errno);
+  if (descriptor < 0 || (::timerfd_settime(descriptor, flags, &setting, nullptr) != 0 && errno != ECANCELED))
+    fatal("cannot sleep", errno);
   return FileHandle(descriptor);
 }
 
@@ -33,13 +45,17 @@ std::chrono::milliseconds SystemClock::awakeTime() const {
 
 void SystemClock::sleep(std::chrono::seconds duration) {
   if (duration <= std::chrono::seconds{0}) return;
+  const auto setForward = wallClockLead() + std::chrono::milliseconds{100};
   const FileHandle end = timer(CLOCK_BOOTTIME, 0, duration);
-  // timerfd_create(2): it is cancelled when that clock jumps, and can be read then. Its own time never comes.
+  // timerfd_create(2): this one is cancelled, and can be read, when the clock is set. Its own time never comes.
   const FileHandle jump =
       timer(CLOCK_REALTIME, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, std::chrono::seconds::max());
   std::array<pollfd, 2> either = {{{end.fileDescriptor(), POLLIN, 0}, {jump.fileDescriptor(), POLLIN, 0}}};
-  while (::poll(either.data(), either.size(), -1) < 0) {
-    if (errno != EINTR) fatal("cannot sleep", errno);
+  while (either[0].revents == 0 && wallClockLead() < setForward) {
+    if (::poll(either.data(), either.size(), -1) < 0 && errno != EINTR) fatal("cannot sleep", errno);
+    // So that it can be read again only when the clock is set again.
+    std::uint64_t expirations{};
+    [[maybe_unused]] const auto size = ::read(jump.fileDescriptor(), &expirations, sizeof expirations);
   }
 }
 

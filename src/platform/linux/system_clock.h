@@ -4,8 +4,8 @@
 
 namespace zt::platform {
 
-/// CLOCK_REALTIME. Sleeps are measured by CLOCK_BOOTTIME: suspended time counts. They end early when the wall clock is
-/// set, and when the machine resumes.
+/// CLOCK_REALTIME. Sleeps are measured by CLOCK_BOOTTIME: suspended time counts. They end when the wall clock is set
+/// forward.
 class SystemClock final : public Clock {
  public:
   Instant now() const override;
