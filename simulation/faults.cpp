@@ -15,7 +15,9 @@ namespace zt::simulation {
 using namespace std::chrono_literals;
 using std::chrono::days;
 
-/// Each group can be left out (--without). The hours are the average time between two of a kind. A failure lasts.
+/// Each group can be left out (--without). The hours are the average time between two of a kind. A failure lasts for 20
+/// minutes on average, a hang sometimes for hours. An incident needs a machine that is awake, apart from a power cut
+/// and the order to hibernate: one whose time comes in sleep does not happen, unless it is among the half that wait.
 constexpr std::array<Machine::Fault, Machine::faultCount> Machine::faults = {{
     {"clock", "the clock is stepped by seconds", 30h, Incident{&Machine::stepClock, When::afterWake}},
     {"clock", "the clock is set wrong by minutes or hours", 300h, Incident{&Machine::setClockWrong, When::runBegins}},
@@ -23,7 +25,7 @@ constexpr std::array<Machine::Fault, Machine::faultCount> Machine::faults = {{
     {"zone", "the time zone is changed", 300h, Incident{&Machine::changeZone, When::runBegins}},
 
     {"power", "the power is cut", 400h, Incident{&Machine::cutPower, When::runBegins}},
-    {"power", "the machine hibernates the next time", 1500h, Incident{&Machine::hibernate}},
+    {"power", "the machine hibernates the next time", 3000h, Incident{&Machine::hibernate}},
 
     {"kills", "the tool is killed", 150h, Incident{&Machine::killTool, When::runBegins}},
     {"kills", "crontab is killed", 600h, Failure{Part::crontab, State::fails}},
@@ -57,6 +59,7 @@ constexpr std::array<Machine::Fault, Machine::faultCount> Machine::faults = {{
 }};
 
 bool Machine::isGroup(std::string_view name) {
+  static_assert(faults.back().every > 0h, "faultCount is not their number");
   return std::ranges::find(faults, name, &Fault::group) != faults.end();
 }
 
@@ -90,7 +93,8 @@ void Machine::faultHappens() {
   }
   pending.isHeld = false;
   drawFault(index);
-  const bool canHappen = power_ == Power::on || (power_ != Power::off && happens == &Machine::cutPower);
+  const bool canHappen = power_ == Power::on || happens == &Machine::hibernate ||
+                         (power_ == Power::asleep && happens == &Machine::cutPower);
   if (!canHappen) return;
   note(what);
   (this->*happens)();
@@ -135,9 +139,10 @@ void Machine::setClock(milliseconds error) {
   // Within a minute, all that matters is how long it lasts.
   if (next != minute) judge_.minuteEnds(minute, *zone_, *crontab_, false, next < minute);
   if (error < clockError_) judge_.clockIsSetBack();
+  sleepIsOver_ = sleepIsOver_ || error > clockError_;
   clockError_ = error;
   if (next != minute) judge_.minuteBegins(stopped());
-  armIsOvertaken_ = sleepIsOver_ = true;
+  armIsOvertaken_ = true;
   note("which is the time now");
 }
 

@@ -14,7 +14,7 @@ enum class Cause : std::size_t {
   cancelled,   ///< or a run cancelled the one that `arm` had set, and has set no other yet,
   overtaken,   ///< or the crontab, the clock or the zone was changed after `arm` had looked at them
   off,         ///< it was off or hibernated, or its user's service manager did not run
-  woken,       ///< it was not awake long enough
+  notAwake,    ///< it was not awake long enough
   clockSet,    ///< its clock or its time zone was changed
   newCrontab,  ///< the crontab was changed
   killed,      ///< the tool was killed

@@ -54,14 +54,14 @@ void Judge::report(const std::string& violation) {
 void Judge::disturb(Cause cause) {
   undisturbed_ = timeForPass_ = 0ms;
   if (pass_ && (cause == Cause::clockSet || cause == Cause::newCrontab)) pass_->isOverturned = true;
-  if (cause == Cause::woken && beganAsleep_) return;  // by the event that should have come, perhaps
+  if (cause == Cause::notAwake && beganAsleep_) return;  // by the event that should have come, perhaps
   cause_ = cause;
   beganAsleep_ = false;
 }
 
 void Judge::startIsRequested(ToolState state) {
   if (state == ToolState::ending) return disturb(Cause::ending);
-  if (std::exchange(beganAsleep_, false)) cause_ = Cause::woken;
+  if (std::exchange(beganAsleep_, false)) cause_ = Cause::notAwake;
   timeForPass_ = state == ToolState::running ? enoughForRun : enoughToStart;
 }
 
@@ -78,7 +78,7 @@ void Judge::timePasses(milliseconds duration) {
 }
 
 void Judge::minuteBegins(std::optional<Cause> stopped) {
-  if (beganAsleep_) cause_ = Cause::woken;
+  if (beganAsleep_) cause_ = Cause::notAwake;
   beganAsleep_ = false;
   if (!stopped) return;
   disturb(*stopped);
@@ -109,6 +109,7 @@ void Judge::passBegins(Moment now, const TimeZone& zone, const Crontab& crontab)
   hadPass_ = true;
   const auto minute = floor<minutes>(now);
   pass_ = Pass{minute, &zone, crontab.dueAt(minute, zone), crontab.next(minute + 1min, zone)};
+  if (hadTime_ && !pass_->due.empty()) otherViolation("the tool looks too late at what is due in this minute");
   const auto [served, isNew] = served_.try_emplace({minute, zone.offset(minute)});
   auto& [run, timesSetBack] = served->second;
   if (!isNew) {
@@ -149,6 +150,8 @@ void Judge::toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEv
   }
   if (!pass_) return;
   pass_->slept = true;
+  const bool isForNextMinute = (floor<seconds>(now) + duration).time_since_epoch() % 60s == 1s || duration == 0s;
+  if (duration != lastWait && !isForNextMinute && !pass_->isOverturned) otherViolation("the tool sleeps for too long");
   // The machine may be put to sleep now. Only to serve the next minute may the tool itself sleep without an event.
   const auto& next = pass_->next;
   if (next && *next > pass_->minute + 1min && *next > now) checkArmed(wakeEvents);

@@ -107,7 +107,7 @@ class Judge {
   std::string machine_;
   Figures& figures_;
 
-  Cause cause_ = Cause::woken;       ///< the last thing that disturbed the machine
+  Cause cause_ = Cause::notAwake;    ///< the last thing that disturbed the machine
   milliseconds undisturbed_{};       ///< since then
   milliseconds timeForPass_{};       ///< in which a pass must begin; zero for no limit
   bool hadTime_ = false;             ///< for a pass in this minute

@@ -127,7 +127,7 @@ void Machine::sleepFor(seconds duration) {
     }
   } while (advance(now_));  // a wake event that was overdue when the machine woke comes in this sleep, not after it
   if (isKilled_) throw Killed{};
-  if (sleepIsOver_) judge_.startIsRequested(tool_);
+  if (sleepIsOver_) judge_.startIsRequested(tool_);  // to look at what the clock shows now
 }
 
 Machine::Program Machine::launch(std::initializer_list<Part> parts, milliseconds limit) {
@@ -179,7 +179,8 @@ bool Machine::advance(Moment target) {
 void Machine::passTo(Moment moment) {
   while (now_ < moment) {
     const Minute minute = floor<minutes>(clock());
-    const Moment next = std::min(moment, Moment{minute + 1min} - clockError_);
+    Moment next = std::min(moment, Moment{minute + 1min} - clockError_);
+    if (now_ < managerAnswersAt_) next = std::min(next, managerAnswersAt_);
     const bool isAwake = power_ == Power::on;
     if (isAwake) awakeFor_ += next - now_;
     if (isAwake && !isWaiting_ && now_ >= managerAnswersAt_) judge_.timePasses(next - now_);
@@ -200,18 +201,19 @@ void Machine::personComesOrGoes() {
     return;
   }
   personComesOrGoesAt_ = now_ + (random_.oneIn(4) ? random_.between(1s, 2min) : random_.about(5h));
-  if (random_.oneIn(2)) {
-    idleTimeIsOverAt_ = now_ + random_.between(1min, 10min);
-  } else {
+  lidIsClosed_ = random_.oneIn(2);
+  if (lidIsClosed_) {
     requestSleep("its lid is closed");
+  } else {
+    idleTimeIsOverAt_ = now_ + random_.between(1min, 10min);
   }
 }
 
 void Machine::idleTimeIsOver() {
-  if (assertionHeld) {
+  if (assertionHeld && !lidIsClosed_) {
     idleTimeIsOverAt_ = now_ + random_.between(1s, 30s);
   } else {
-    requestSleep("it is idle");
+    requestSleep(lidIsClosed_ ? "its lid is still closed" : "it is idle");
   }
 }
 
@@ -230,8 +232,8 @@ void Machine::runArm() {
                        : isRefused                    ? Cause::refused
                                                       : Cause::armFailed;
   readForArm();
-  continueIn(program.duration + random_.between(50ms, 300ms), [this, outcome] {
-    arming_ = managerRuns_ ? outcome : Cause::off;
+  arming_ = outcome;
+  continueIn(program.duration + random_.between(50ms, 300ms), [this] {
     asleepAt_ = now_ + random_.between(100ms, 2s);
     untilAsleep();
   });
@@ -270,6 +272,7 @@ void Machine::continueToSleep() {
 
 void Machine::fallAsleep() {
   note("the machine falls asleep");
+  judge_.disturb(Cause::notAwake);
   idleTimeIsOverAt_ = wakesAt_ = never;
   if (std::exchange(hibernatesNext_, false)) {
     power_ = Power::hibernating;
@@ -289,8 +292,7 @@ void Machine::wakeUp(const char* by) {
   note(std::string("the machine is woken by ") + by);
   power_ = Power::on;
   wakesAt_ = never;
-  judge_.disturb(Cause::woken);
-  sleepIsOver_ = true;
+  judge_.disturb(Cause::notAwake);
   release(When::afterWake, 60s);
   if (!personIsThere_) idleTimeIsOverAt_ = now_ + random_.between(5s, 2min);
 }
@@ -339,6 +341,7 @@ void Machine::setWakeEvent(const std::string& time) {
 
 void Machine::addWakeEvent(Moment at, bool byArm) {
   const auto same = std::ranges::find_if(wakeEvents, [&](const auto& event) { return event.ours && event.at == at; });
+  if (at == armsFor_ && arming_ == Cause::cancelled) arming_ = Cause::nothing;
   if (same == wakeEvents.end()) {
     wakeEvents.push_back({at, shown(at, *zone_), true, agentIsOld_, byArm});
   } else if (!byArm) {

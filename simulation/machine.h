@@ -28,7 +28,8 @@ struct Options {
 struct Killed {};
 
 /// One machine: its clock, its sleep, the person who uses it, its service manager, its wake events and its faults.
-/// Time passes in work(), sleepUntil() and untilStart() only. Whatever else happens on the machine happens in them.
+/// Time passes in work(), sleepFor(), toolEnds() and untilStart() only. Whatever else happens on the machine happens in
+/// them.
 class Machine {
  public:
   struct WakeEvent {
@@ -59,10 +60,10 @@ class Machine {
   /// The tool was killed.
   void toolIsGone();
 
-  /// The tool waits for a program: seconds in which the machine is asleep do not count. This and sleepUntil() throw
+  /// The tool waits for a program: seconds in which the machine is asleep do not count. Like the other two, this throws
   /// Killed if the tool is killed meanwhile.
   void work(milliseconds duration);
-  /// Sleeps for so long, or until the clock is set, or until the machine wakes if it was asleep.
+  /// The tool sleeps for `duration`, or until the clock is set forward, or until the machine wakes after that.
   void sleepFor(seconds duration);
 
   Moment clock() const { return now_ + clockError_; }
@@ -182,6 +183,7 @@ class Machine {
 
   Power power_ = Power::on;
   bool personIsThere_ = true;
+  bool lidIsClosed_ = false;
   bool hibernatesNext_ = false;
   bool armIsOvertaken_ = false;  ///< the crontab, the clock or the zone was changed after `arm` had looked at them
   bool managerRuns_ = true;

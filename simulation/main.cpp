@@ -83,7 +83,8 @@ void print(const Figures& f) {
 
 /// Gives whether all names are known.
 bool readGroups(const char* text, Options& options) {
-  std::istringstream names(text == nullptr ? "" : text);
+  if (text == nullptr) return false;
+  std::istringstream names(text);
   for (std::string name; std::getline(names, name, ',');) {
     const bool isAll = name == "all";
     if (!isAll && name != "arm" && !Machine::isGroup(name)) return false;

@@ -149,6 +149,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
       judge_.passFails();
       return std::nullopt;
     }
+    couldSet_ = couldCancel_ = true;
     const auto crontab = machine_.crontab();
     judge_.passBegins(machine_.clock(), machine_.zone(), *crontab);
     machine_.work(program.duration);
@@ -163,7 +164,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   Texts cancellable_;  ///< the events of ours in the last listing, as it shows them
   int programs_ = 0;   ///< started in this run
   bool assertionRefused_ = false;
-  // Whenever they were used in this run.
+  // Whenever they were used in this pass.
   mutable bool couldSet_ = true, couldCancel_ = true;
 };
 
