@@ -3,7 +3,6 @@
 #include <array>
 #include <functional>
 #include <initializer_list>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <set>
@@ -28,8 +27,7 @@ struct Options {
 struct Killed {};
 
 /// One machine: its clock, its sleep, the person who uses it, its service manager, its wake events and its faults.
-/// Time passes in work(), sleepFor(), toolEnds() and untilStart() only. Whatever else happens on the machine happens in
-/// them.
+/// Time passes in work(), sleepFor(), toolEnds() and untilStart() only, and whatever happens on it happens in them.
 class Machine {
  public:
   struct WakeEvent {
@@ -72,8 +70,7 @@ class Machine {
   Random& random() { return random_; }
   State state(Part part) const { return states_.at(static_cast<std::size_t>(part)); }
   void note(std::string_view what) { judge_.note(clock(), *zone_, what); }
-  /// Why the tool cannot run; nullopt if it can.
-  std::optional<Cause> stopped() const;
+  std::optional<Cause> stopped() const;  ///< why the tool cannot run; nullopt if it can
   bool runIsAskedFor() const { return isAskedFor_; }
 
   const std::shared_ptr<const Crontab>& crontab() const { return crontab_; }
