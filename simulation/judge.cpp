@@ -106,10 +106,10 @@ void Judge::runBegins(bool isAskedFor) {
 void Judge::passBegins(Moment now, const TimeZone& zone, const Crontab& crontab) {
   endPass();
   passFailed_ = false;
-  hadPass_ = true;
   const auto minute = floor<minutes>(now);
   pass_ = Pass{minute, &zone, crontab.dueAt(minute, zone), crontab.next(minute + 1min, zone)};
-  if (hadTime_ && !pass_->due.empty()) otherViolation("the tool looks too late at what is due in this minute");
+  if (hadTime_ && !hadPass_ && !pass_->due.empty()) otherViolation("the tool looks too late at what is due");
+  hadPass_ = true;
   const auto [served, isNew] = served_.try_emplace({minute, zone.offset(minute)});
   auto& [run, timesSetBack] = served->second;
   if (!isNew) {
