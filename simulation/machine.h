@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "judge.h"
+#include "platform/clock.h"
 #include "random.h"
 
 namespace zt::simulation {
@@ -65,7 +66,7 @@ class Machine {
   void sleepFor(seconds duration);
 
   Moment clock() const { return now_ + clockError_; }
-  milliseconds awakeTime() const { return awakeFor_; }
+  platform::Clock::Uptime uptime() const { return {now_ - start_, awakeFor_}; }
   const TimeZone& zone() const { return *zone_; }
   Random& random() { return random_; }
   State state(Part part) const { return states_.at(static_cast<std::size_t>(part)); }
@@ -174,7 +175,7 @@ class Machine {
   Random random_;
   Options options_;
   Judge& judge_;
-  Moment now_, end_;           ///< as a clock would show it that is right
+  Moment start_, now_, end_;   ///< as a clock would show it that is right
   milliseconds clockError_{};  ///< of the clock that the machine has
   const TimeZone* zone_;
 

@@ -33,7 +33,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
 
   Instant now() const override { return floor<seconds>(machine_.clock()); }
-  milliseconds awakeTime() const override { return machine_.awakeTime(); }
+  Uptime uptime() const override { return machine_.uptime(); }
   void sleep(seconds duration) override {
     checkAssertion();
     judge_.toolSleeps(machine_.clock(), duration, wakeEvents());

@@ -53,9 +53,9 @@ class MainLoop {
 
   struct Time {
     Instant wallClock;
-    std::chrono::milliseconds awake;
+    platform::Clock::Uptime up;
   };
-  Time time() const { return {services_.clock.now(), services_.clock.awakeTime()}; }
+  Time time() const { return {services_.clock.now(), services_.clock.uptime()}; }
 
   /// Handles the current minute, or the next one that this run has not handled yet. Then sleeps into the one after it
   /// if something is due in it; otherwise sets the wake event and waits for the throttle interval.
@@ -106,13 +106,16 @@ class MainLoop {
     wakeScheduling_.set(event, services_.calendar);
     services_.clock.sleep(throttleInterval);
     // If the machine was suspended meanwhile, the event has woken it, but the service manager has started no other run
-    // beside this one. The hardware clock can wake the machine a second early. The same is true of an event for a
-    // crontab that has been changed since this pass has read it, and of one whose time was skipped by somebody who has
-    // set the clock forward. The clock tells whole seconds.
+    // beside this one. The hardware clock can wake the machine a second early. It can also have been an event that this
+    // run does not know: for another crontab than the one that this pass has read, or another time. And somebody who
+    // has set the clock forward can have skipped the time of the event. The clock tells whole seconds.
     const Time end = time();
+    const auto passed = end.up.total - passBegan.up.total;
     const bool eventHasCome = end.wallClock + 1s >= event;
-    const auto skipped = (end.wallClock - passBegan.wallClock) - (end.awake - passBegan.awake);
-    return eventHasCome || (skipped > 1s && !isHandled(end.wallClock)) ? Next::anotherPass : Next::end;
+    const bool wasSuspended = passed - (end.up.awake - passBegan.up.awake) > 100ms;
+    const bool isSetForward = end.wallClock - passBegan.wallClock - passed > 1s;
+    const bool looksAgain = (wasSuspended || isSetForward) && !isHandled(end.wallClock);
+    return eventHasCome || looksAgain ? Next::anotherPass : Next::end;
   }
 
   /// Sleeps while the clock shows a minute that this run has handled, because it was set back: what is due in it has

@@ -14,9 +14,12 @@ class Clock {
   /// The current instant, rounded down to the second.
   virtual Instant now() const = 0;
 
-  /// How long the machine has been awake since a moment that stays the same while this process runs. A change of the
-  /// wall clock does not matter.
-  virtual std::chrono::milliseconds awakeTime() const = 0;
+  /// How long the machine has been up since a moment that stays the same while this process runs, and how much of that
+  /// it was awake and not suspended. Setting the wall clock changes neither.
+  struct Uptime {
+    std::chrono::milliseconds total, awake;
+  };
+  virtual Uptime uptime() const = 0;
 
   /// Blocks for `duration`. Signals do not shorten it, and time in which the machine is suspended counts. Can return
   /// early when the wall clock is set forward, since the time for which the caller waits may have come. Zero or less

@@ -24,11 +24,12 @@ struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFak
   Instant now() const override { return time; }
   void sleep(std::chrono::seconds duration) override {
     add("sleep " + std::to_string(duration.count()));
-    const auto change = changesInSleeps.find(++sleeps);
-    time += duration + (change == changesInSleeps.end() ? 0s : change->second);
-    awake += duration;
+    ++sleeps;
+    up.awake += duration;
+    up.total += duration + asleepInSleeps[sleeps];
+    time += duration + asleepInSleeps[sleeps] + changesInSleeps[sleeps];
   }
-  std::chrono::milliseconds awakeTime() const override { return awake; }
+  Uptime uptime() const override { return up; }
   Paths running(std::string_view, const Refused&) const override { return add("running") ? runningCopies : Paths(); }
   std::optional<fs::path> installed(std::string_view, const Refused& refused) const override {
     if (add("installed")) return "/opt/Z.app";
@@ -48,9 +49,9 @@ struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFak
 
   Zone zone{"CET-1CEST,M3.5.0,M10.5.0/3"};
   Instant time = at("2027-03-09 12:34:20 +0100");
-  std::chrono::milliseconds awake = 1h;
+  Uptime up{.total = 2h, .awake = 1h};
   int sleeps = 0;
-  std::map<int, std::chrono::seconds> changesInSleeps;  ///< by number: somebody sets the clock, or the machine sleeps
+  std::map<int, std::chrono::seconds> asleepInSleeps, changesInSleeps;  ///< by number: the machine sleeps; clock set
   Paths runningCopies;
   bool hasUnifiedLog = false;
 };
@@ -225,10 +226,11 @@ TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
                          const Texts& copies) {
     FakeRun run;
     run.duringFirstRun = [&] {
-      run.awake += at(passEnds) - run.time;
+      run.up.awake += at(passEnds) - run.time;
+      run.up.total += at(passEnds) - run.time;
       run.time = at(passEnds);
     };
-    run.changesInSleeps[1] = at(waitEnds) - at(passEnds) - 10s;
+    run.asleepInSleeps[1] = at(waitEnds) - at(passEnds) - 10s;
     run.crontab = {tomorrow};
     expectRun(run, sleeps, copies, reason);
   };
@@ -241,7 +243,7 @@ TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
   expect("woken in the minute that has been handled", soon, "2027-03-09 12:34:59 +0100", {"10"}, {});
   expect("too late for that copy", soon, "2027-03-10 00:06:00 +0100", {"10", "10"}, {});
   expect("a short sleep into the next minute", lateInMinute, "2027-03-09 12:35:07 +0100", {"10", "10"}, {});
-  expect("a wait that is a little longer, but no sleep", lateInMinute, "2027-03-09 12:35:06 +0100", {"10"}, {});
+  expect("no sleep", lateInMinute, "2027-03-09 12:35:05 +0100", {"10"}, {});
   expect("no pass has handled the minute of the wait", "2027-03-09 12:35:05 +0100", "2027-03-09 12:35:40 +0100",
          {"10", "10"}, {});
   expect("awake, the event comes a second after the wait", "2027-03-10 00:04:49 +0100", "2027-03-10 00:04:59 +0100",
@@ -253,11 +255,23 @@ TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
     slow.crontab = {tomorrow};
     slow.duringFirstRun = [&] {
       slow.time += 50s;
-      slow.awake += 50s - asleep;
+      slow.up.total += 50s;
+      slow.up.awake += 50s - asleep;
     };
     expectRun(slow, asleep > 0s ? Texts{"10", "10"} : Texts{"10"}, {},
               "asleep in the pass, not just held up by crontab");
   }
+  const auto expectSet = [](const char* reason, auto change, std::chrono::seconds asleep, const Texts& sleeps) {
+    FakeRun run;
+    run.time += 35s;
+    run.changesInSleeps[1] = change;
+    run.asleepInSleeps[1] = asleep;
+    run.crontab = {tomorrow};
+    expectRun(run, sleeps, {}, reason);
+  };
+  expectSet("set forward", 2s, 0s, {"10", "10"});
+  expectSet("hardly set forward: the clock tells whole seconds", 1s, 0s, {"10"});
+  expectSet("set back, and then asleep", -24h, 1h, {"10", "10"});
 }
 
 TEST(Run, TakesUpAChangeOfTheTimeZoneInTheNextPass) {

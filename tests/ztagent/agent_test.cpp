@@ -8,7 +8,7 @@
 /// A machine at 2027-10-30 12:00:30 UTC, the day before clocks in Europe are set back.
 struct FakeMachine : Clock, ServiceManager {
   Instant now() const override { return clock; }
-  std::chrono::milliseconds awakeTime() const override { return 0ms; }
+  Uptime uptime() const override { return {}; }
   void sleep(std::chrono::seconds) override {}
 
   std::vector<std::string> waitingTimers() override {

@@ -15,13 +15,16 @@
 namespace zt::platform {
 namespace {
 
+std::chrono::nanoseconds timeOf(clockid_t clock) {
+  timespec time{};
+  if (::clock_gettime(clock, &time) != 0) fatal("cannot read the clock", errno);
+  return std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec};
+}
+
 /// How far the wall clock is ahead of the time since the machine was started. That changes when the clock is set, and
 /// by less than a millisecond in a second when it is slewed.
 std::chrono::nanoseconds wallClockLead() {
-  timespec sinceStart{};
-  if (::clock_gettime(CLOCK_BOOTTIME, &sinceStart) != 0) fatal("cannot read the clock", errno);
-  return std::chrono::system_clock::now().time_since_epoch() - std::chrono::seconds{sinceStart.tv_sec} -
-         std::chrono::nanoseconds{sinceStart.tv_nsec};
+  return timeOf(CLOCK_REALTIME) - timeOf(CLOCK_BOOTTIME);
 }
 
 FileHandle timer(clockid_t clock, int flags, std::chrono::seconds time) {
@@ -38,9 +41,10 @@ Instant SystemClock::now() const {
   return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
 }
 
-std::chrono::milliseconds SystemClock::awakeTime() const {
-  // CLOCK_MONOTONIC.
-  return std::chrono::floor<std::chrono::milliseconds>(std::chrono::steady_clock::now().time_since_epoch());
+Clock::Uptime SystemClock::uptime() const {
+  using std::chrono::milliseconds;
+  const auto awake = timeOf(CLOCK_MONOTONIC);
+  return {.total = floor<milliseconds>(timeOf(CLOCK_BOOTTIME)), .awake = floor<milliseconds>(awake)};
 }
 
 void SystemClock::sleep(std::chrono::seconds duration) {

@@ -9,7 +9,7 @@ namespace zt::platform {
 class SystemClock final : public Clock {
  public:
   Instant now() const override;
-  std::chrono::milliseconds awakeTime() const override;
+  Uptime uptime() const override;
   void sleep(std::chrono::seconds duration) override;
 };
 
