@@ -150,7 +150,8 @@ void Judge::toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEv
   }
   if (!pass_) return;
   pass_->slept = true;
-  const bool isForNextMinute = (floor<seconds>(now) + duration).time_since_epoch() % 60s == 1s || duration == 0s;
+  const bool endsMinute = (floor<seconds>(now) + duration).time_since_epoch() % 60s == 1s;
+  const bool isForNextMinute = duration == 0s || (endsMinute && duration > 0s && duration <= 61s);
   if (duration != lastWait && !isForNextMinute && !pass_->isOverturned) otherViolation("the tool sleeps for too long");
   // The machine may be put to sleep now. Only to serve the next minute may the tool itself sleep without an event.
   const auto& next = pass_->next;

@@ -38,8 +38,7 @@ class Judge {
  public:
   Judge(std::string machine, Figures& figures) : machine_(std::move(machine)), figures_(figures) {}
 
-  /// Records what happens on the machine.
-  void note(Moment now, const TimeZone& zone, std::string_view what);
+  void note(Moment now, const TimeZone& zone, std::string_view what);  ///< what happens on the machine
 
   /// Something happens that may keep the tool from its work.
   void disturb(Cause cause);
@@ -71,8 +70,7 @@ class Judge {
   /// By somebody, or with the power or the service manager: off.
   void runIsKilled(Cause cause);
 
-  /// For what is not about a copy.
-  void otherViolation(const std::string& what);
+  void otherViolation(const std::string& what);  ///< not about a copy
 
  private:
   /// A minute, and the offset that the clock has in it.

@@ -219,6 +219,10 @@ TEST(Run, ServesEachMinuteOnce) {
   ending.crontab = {thisMinute, lineAt("33", "before")};
   ending.changesInSleeps[1] = -2min;
   expectRun(ending, {"10"}, {"now"}, "set back in the last wait: another run has served those minutes");
+  FakeRun forthAgain;
+  forthAgain.crontab = {thisMinute, nextMinute};
+  forthAgain.changesInSleeps = {{1, -3min}, {2, 160s}};
+  expectRun(forthAgain, {"41", "10", "10", "10"}, {"now", "next"}, "the event comes again in a minute that is served");
 }
 
 TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
@@ -279,6 +283,16 @@ TEST(Run, TakesUpAChangeOfTheTimeZoneInTheNextPass) {
   run.crontab = {nextMinute, lineText("35 13 * * *", "ZTUtil ahead")};
   run.duringFirstRun = [] { ::setenv("TZ", "AAA-2", 1); };
   expectRun(run, {"41", "10"}, {"ahead"}, "it is 13:35 in the next pass");
+
+  struct : FakeRun {
+    void sleep(std::chrono::seconds duration) override {
+      FakeRun::sleep(duration);
+      if (sleeps == 4) ::setenv("TZ", "AAA-2", 1);
+    }
+  } setBack;
+  setBack.crontab = {thisMinute, nextMinute, lineAt("36", "third"), lineText("36 13 * * *", "ZTUtil ahead")};
+  setBack.changesInSleeps[2] = -90s;
+  expectRun(setBack, {"41", "60", "30", "60", "10"}, {"now", "next", "ahead"}, "while it sleeps past served minutes");
 }
 
 TEST(Run, EndsWithoutAWakeEventIfNoLineCanFire) {
