@@ -57,21 +57,21 @@ class MainLoop {
   };
   Time time() const { return {services_.clock.now(), services_.clock.uptime()}; }
 
-  /// Handles the current minute, or the next one that this run has not handled yet. Then sleeps into the one after it
+  /// Handles the current minute, or the next one that this run has not served yet. Then sleeps into the one after it
   /// if something is due in it; otherwise sets the wake event and waits for the throttle interval.
   Next pass() {
-    sleepPastHandledMinutes();
+    sleepPastServedMinutes();
     services_.calendar.update();
     const Time now = time();
     log_.info("Looking for schedules that run at " + date(now.wallClock));
     const auto lines = readCrontabLines(services_.commands);
     // What is due is not known, so no wake event is cancelled: crontab may work again by then.
     if (!lines) return Next::end;
-    handled_.push_back(minuteOf(now.wallClock, services_.calendar).start);
     const auto matches =
         matchingSchedules(*lines, now.wallClock, services_.calendar, services_.commands, services_.output);
     log_.info("Found " + std::to_string(matches.size()) + " matching schedules.");
 
+    if (!matches.empty()) served_.push_back(minuteOf(now.wallClock, services_.calendar).start);
     for (const auto& match : matches) launchController(match);
     wakeScheduling_.cancelExisting();
     return stayOrSetWake(*lines, now);
@@ -114,20 +114,19 @@ class MainLoop {
     const bool eventHasCome = end.wallClock + 1s >= event;
     const bool wasSuspended = passed - (end.up.awake - passBegan.up.awake) > 100ms;
     const bool isSetForward = end.wallClock - passBegan.wallClock - passed > 1s;
-    const bool looksAgain = (wasSuspended || isSetForward) && !isHandled(end.wallClock);
+    const bool looksAgain = (wasSuspended || isSetForward) && !isServed(end.wallClock);
     return eventHasCome || looksAgain ? Next::anotherPass : Next::end;
   }
 
-  /// Sleeps while the clock shows a minute that this run has handled, because it was set back: what is due in it has
-  /// been started.
-  void sleepPastHandledMinutes() {
-    for (Instant now = services_.clock.now(); isHandled(now); now = services_.clock.now()) {
+  /// Sleeps while the clock shows a minute in which this run has started copies, because it was set back.
+  void sleepPastServedMinutes() {
+    for (Instant now = services_.clock.now(); isServed(now); now = services_.clock.now()) {
       sleepToEndOfMinute(minuteOf(now, services_.calendar).start);
     }
   }
 
-  bool isHandled(Instant instant) const {
-    return std::ranges::find(handled_, minuteOf(instant, services_.calendar).start) != handled_.end();
+  bool isServed(Instant instant) const {
+    return std::ranges::find(served_, minuteOf(instant, services_.calendar).start) != served_.end();
   }
 
   /// Sleeps until one second past the minute that begins at `start`, or not at all if that time has come. If the clock
@@ -146,7 +145,7 @@ class MainLoop {
   const Log& log_;
   std::filesystem::path controller_;
   WakeScheduling wakeScheduling_;
-  std::vector<Instant> handled_;  ///< the starts of the minutes for which this run has made a pass
+  std::vector<Instant> served_;  ///< the starts of the minutes in which this run has started copies
 };
 
 }  // namespace

@@ -244,7 +244,8 @@ TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
   expect("a second early", soon, "2027-03-10 00:04:59 +0100", {"10", "2", "10"}, {"tomorrow"});
   expect("woken earlier, by something else", soon, "2027-03-10 00:04:58 +0100", {"10", "3", "10"}, {"tomorrow"});
   expect("woken even earlier", soon, "2027-03-09 23:00:00 +0100", {"10", "10"}, {});
-  expect("woken in the minute that has been handled", soon, "2027-03-09 12:34:59 +0100", {"10"}, {});
+  expect("woken in the same minute: the crontab can be another one", soon, "2027-03-09 12:34:59 +0100", {"10", "10"},
+         {});
   expect("too late for that copy", soon, "2027-03-10 00:06:00 +0100", {"10", "10"}, {});
   expect("a short sleep into the next minute", lateInMinute, "2027-03-09 12:35:07 +0100", {"10", "10"}, {});
   expect("no sleep", lateInMinute, "2027-03-09 12:35:05 +0100", {"10"}, {});
@@ -254,6 +255,10 @@ TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
          {"10", "2", "10"}, {"tomorrow"});
   expect("the event comes as the pass ends", "2027-03-10 00:05:00 +0100", "2027-03-10 00:05:10 +0100", {"10"},
          {"tomorrow"});
+  FakeRun served;
+  served.crontab = {thisMinute};
+  served.asleepInSleeps[1] = 20s;
+  expectRun(served, {"10"}, {"now"}, "woken in a minute that is served");
   for (const auto asleep : {0s, 20s}) {
     FakeRun slow;
     slow.crontab = {tomorrow};
