@@ -185,6 +185,7 @@ void Judge::endPass() {
   const auto number = std::ssize(pass_->started);
   if (pass_->again == nullptr) {
     compare(*pass_);
+    if (number == 0) served_.erase({pass_->minute, pass_->zone->offset(pass_->minute)});
   } else if (number > 0) {
     *pass_->again += number;
     if (pass_->again == &figures_.doubled) {

@@ -112,7 +112,7 @@ class Judge {
   bool hadPass_ = false;             ///< in this minute
   bool beganAsleep_ = false;         ///< this minute
   int timesSetBack_ = 0;             ///< the clock
-  std::map<Shown, Service> served_;  ///< the minutes in which something was due
+  std::map<Shown, Service> served_;  ///< the minutes in which copies were started
 
   bool isAskedFor_ = false;           ///< the run
   std::optional<Pass> pass_;          ///< the last one of the run

@@ -56,8 +56,7 @@ class Machine {
   bool untilStart();
   /// The tool has returned from its work; its process ends milliseconds later.
   void toolEnds();
-  /// The tool was killed.
-  void toolIsGone();
+  void toolIsGone();  ///< it was killed
 
   /// The tool waits for a program: seconds in which the machine is asleep do not count. Like the other two, this throws
   /// Killed if the tool is killed meanwhile.
