@@ -30,6 +30,7 @@ std::chrono::nanoseconds wallClockLead() {
 FileHandle timer(clockid_t clock, int flags, std::chrono::seconds time) {
   const int descriptor = ::timerfd_create(clock, TFD_CLOEXEC | TFD_NONBLOCK);
   const itimerspec setting{.it_interval = {}, .it_value = {.tv_sec = time.count(), .tv_nsec = 0}};
+  // ECANCELED: the clock was set at this moment. The timer is set all the same.
   if (descriptor < 0 || (::timerfd_settime(descriptor, flags, &setting, nullptr) != 0 && errno != ECANCELED))
     fatal("cannot sleep", errno);
   return FileHandle(descriptor);
