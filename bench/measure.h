@@ -19,8 +19,9 @@ struct Cost {
 /// Makes this process inherit what its children leave running, so that it can wait for it.
 void adoptOrphans();
 
-/// From now on the sleeps of this process and its children end at once, by a filter in the kernel: the programs
-/// themselves stay unchanged. For root, also of a user namespace.
+/// From now on the sleeps of this process and its children end at once, and so do waits for timers of
+/// timerfd_create(2), by a filter in the kernel: the programs themselves stay unchanged. Their input is the null
+/// device. For root, also of a user namespace.
 void endSleepsAtOnce();
 
 /// Runs a program to its end, with its output to /dev/null, and then waits for what it leaves running.
