@@ -1,23 +1,18 @@
 #include "platform/linux/sleep_watch.h"
 
-#include <time.h>
-
 #include <thread>
+
+#include "platform/linux/system_clock.h"
 
 namespace zt::platform {
 namespace {
 
 using namespace std::chrono_literals;
 
-std::chrono::nanoseconds read(clockid_t clock) {
-  timespec time{};
-  ::clock_gettime(clock, &time);
-  return std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec};
-}
-
-/// For how long the machine has been suspended since it was started: only one of these clocks counts that.
-std::chrono::nanoseconds timeAsleep() {
-  return read(CLOCK_BOOTTIME) - read(CLOCK_MONOTONIC);
+/// For how long the machine has been suspended since it was started.
+std::chrono::milliseconds timeAsleep() {
+  const auto uptime = SystemClock().uptime();
+  return uptime.total - uptime.awake;
 }
 
 }  // namespace

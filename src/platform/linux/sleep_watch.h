@@ -15,7 +15,7 @@ class SleepWatch {
 
  private:
   std::chrono::steady_clock::time_point end_;
-  std::chrono::nanoseconds asleepBefore_;
+  std::chrono::milliseconds asleepBefore_;
 };
 
 }  // namespace zt::platform
