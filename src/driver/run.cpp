@@ -19,8 +19,8 @@ namespace {
 using namespace std::chrono_literals;
 using std::chrono::seconds;
 
-/// How long a run waits before it exits. Some service managers treat a job that ends sooner as failed, and delay its
-/// next start.
+/// How long a run waits before it exits, once it has set the wake event. Some service managers treat a job that ends
+/// sooner as failed, and delay its next start.
 constexpr seconds throttleInterval = 10s;
 
 std::string inSeconds(seconds duration) {
@@ -62,19 +62,19 @@ class MainLoop {
   Next pass() {
     sleepPastServedMinutes();
     services_.calendar.update();
-    const Time now = time();
-    log_.info("Looking for schedules that run at " + date(now.wallClock));
+    const Time began = time();
+    log_.info("Looking for schedules that run at " + date(began.wallClock));
     const auto lines = readCrontabLines(services_.commands);
-    // What is due is not known, so no wake event is cancelled: crontab may work again by then.
-    if (!lines) return Next::end;
+    // What is due is not known then, so no wake event is cancelled: crontab may work again when it comes.
+    if (!lines) return next(began, minuteOf(began.wallClock + 1min, services_.calendar).start);
     const auto matches =
-        matchingSchedules(*lines, now.wallClock, services_.calendar, services_.commands, services_.output);
+        matchingSchedules(*lines, began.wallClock, services_.calendar, services_.commands, services_.output);
     log_.info("Found " + std::to_string(matches.size()) + " matching schedules.");
 
-    if (!matches.empty()) served_.push_back(minuteOf(now.wallClock, services_.calendar).start);
+    if (!matches.empty()) served_.push_back(minuteOf(began.wallClock, services_.calendar).start);
     for (const auto& match : matches) launchController(match);
     wakeScheduling_.cancelExisting();
-    return stayOrSetWake(*lines, now);
+    return stayOrSetWake(*lines, began);
   }
 
   void launchController(const util::URL& match) {
@@ -87,7 +87,7 @@ class MainLoop {
   Next stayOrSetWake(const std::vector<CrontabLine>& lines, const Time& passBegan) {
     const Instant now = passBegan.wallClock;
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
-    if (!first) return Next::end;
+    if (!first) return next(passBegan, Instant::max());
     // An event after the coming minute is the next one from two minutes ahead as well.
     const bool isInComingMinute = *first < minuteOf(now + 2min, services_.calendar).start;
     const auto second = isInComingMinute ? nextEventDate(lines, now + 2min, services_.calendar) : first;
@@ -99,26 +99,37 @@ class MainLoop {
   }
 
   Next setWakeAndWait(const Time& passBegan, Instant event) {
+    const Instant wakeTime = event - 1s;  // the hardware clock can wake the machine a second early
     // Programs that hang can make a pass take minutes.
-    if (services_.clock.now() >= event) return Next::anotherPass;
+    if (next(passBegan, wakeTime) == Next::anotherPass) return Next::anotherPass;
     log_.info("Next event more than 1 minute from now, setting wake, then sleeping " + inSeconds(throttleInterval) +
               " for launchd ThrottleInterval.");
     wakeScheduling_.set(event, services_.calendar);
-    services_.clock.sleep(throttleInterval);
-    // If the machine was suspended meanwhile, the event has woken it, but the service manager has started no other run
-    // beside this one. The hardware clock can wake the machine a second early. It can also have been an event that this
-    // run does not know: for another crontab than the one that this pass has read, or another time. And somebody who
-    // has set the clock forward can have skipped the time of the event. The clock tells whole seconds.
-    const Time end = time();
-    const auto passed = end.up.total - passBegan.up.total;
-    const bool eventHasCome = end.wallClock + 1s >= event;
-    const bool wasSuspended = passed - (end.up.awake - passBegan.up.awake) > 100ms;
-    const bool isSetForward = end.wallClock - passBegan.wallClock - passed > 1s;
-    const bool looksAgain = (wasSuspended || isSetForward) && !isServed(end.wallClock);
-    return eventHasCome || looksAgain ? Next::anotherPass : Next::end;
+    const auto end = services_.clock.uptime().total + throttleInterval;
+    while (next(passBegan, wakeTime) == Next::end) {
+      const auto remaining = ceil<seconds>(end - services_.clock.uptime().total);
+      if (remaining <= 0s) return Next::end;
+      services_.clock.sleep(remaining);
+    }
+    return Next::anotherPass;
   }
 
-  /// Sleeps while the clock shows a minute in which this run has started copies, because it was set back.
+  /// What to do after a pass: another one if the clock has reached `instant`. The service manager starts no run beside
+  /// this one, so an event that comes during this run is served by it or not at all. Therefore another one, too, if the
+  /// machine was suspended during the pass: it can have been woken by an event that this run does not know, because the
+  /// crontab or the clock has been changed since. And if the clock was set forward, as the minute that it shows now can
+  /// be due, and no event may come in it.
+  Next next(const Time& passBegan, Instant instant) const {
+    const Time now = time();
+    const auto passed = now.up.total - passBegan.up.total;
+    const bool wasSuspended = passed - (now.up.awake - passBegan.up.awake) > 100ms;
+    const bool isSetForward = now.wallClock - passBegan.wallClock - passed > 1s;  // both are rounded to seconds
+    const bool looksAgain = (wasSuspended || isSetForward) && !isServed(now.wallClock);
+    return now.wallClock >= instant || looksAgain ? Next::anotherPass : Next::end;
+  }
+
+  /// Sleeps while the clock shows a minute in which this run has started copies: the clock was set back, or the minute
+  /// is about to end.
   void sleepPastServedMinutes() {
     for (Instant now = services_.clock.now(); isServed(now); now = services_.clock.now()) {
       sleepToEndOfMinute(minuteOf(now, services_.calendar).start);

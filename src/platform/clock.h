@@ -6,7 +6,7 @@
 
 namespace zt::platform {
 
-/// The machine's wall clock.
+/// The machine's wall clock, and how long it has been up.
 class Clock {
  public:
   virtual ~Clock() = default;

@@ -20,7 +20,7 @@ std::optional<std::vector<std::string>> TaskCommands::run(const platform::Comman
   if (!isTrusted(command)) return std::nullopt;
   auto [lines, killedBecause, signal] = shell(taskFor(command), limits_);
   if (killedBecause.empty() && signal == 0) return std::move(lines).value_or(std::vector<std::string>());
-  // The first argument tells the agent's verbs apart; the others can be anything.
+  // The first argument is the verb of the agent; the others can be anything.
   const auto program = command.path + (command.arguments.empty() ? "" : " " + command.arguments.front());
   report_(signal == 0 ? "Killed " + program + ": " + killedBecause + "."
                       : program + " was killed by signal " + std::to_string(signal) + ".");

@@ -25,9 +25,10 @@ struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFak
   void sleep(std::chrono::seconds duration) override {
     add("sleep " + std::to_string(duration.count()));
     ++sleeps;
-    up.awake += duration;
-    up.total += duration + asleepInSleeps[sleeps];
-    time += duration + asleepInSleeps[sleeps] + changesInSleeps[sleeps];
+    const auto change = changesInSleeps[sleeps];
+    const bool endsAtOnce = change > 0s;
+    pass((endsAtOnce ? 0s : duration) + asleepInSleeps[sleeps], asleepInSleeps[sleeps]);
+    time += change;
   }
   Uptime uptime() const override { return up; }
   Paths running(std::string_view, const Refused&) const override { return add("running") ? runningCopies : Paths(); }
@@ -51,10 +52,17 @@ struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFak
   Instant time = at("2027-03-09 12:34:20 +0100");
   Uptime up{.total = 2h, .awake = 1h};
   int sleeps = 0;
+  void pass(std::chrono::seconds duration, std::chrono::seconds asleep = 0s) {
+    time += duration;
+    up.total += duration;
+    up.awake += duration - asleep;
+  }
   std::map<int, std::chrono::seconds> asleepInSleeps, changesInSleeps;  ///< by number: the machine sleeps; clock set
   Paths runningCopies;
   bool hasUnifiedLog = false;
 };
+
+const std::string readsCrontab = "run /usr/bin/crontab -l";
 
 /// A line that is due in a minute after 12.
 static std::string lineAt(const std::string& minute, const std::string& word) {
@@ -197,7 +205,7 @@ TEST(Run, ServesEachMinuteOnce) {
                          const Texts& sleeps, const Texts& copies) {
     FakeRun run;
     run.time = at("2027-03-09 12:34:00 +0100") + start;
-    run.duringFirstRun = [&] { run.time += passTakes; };
+    run.meanwhile[readsCrontab] = [&] { run.pass(passTakes); };
     run.changesInSleeps[1] = changeInSleep;
     run.crontab = {thisMinute, nextMinute};
     expectRun(run, sleeps, copies, reason);
@@ -222,18 +230,14 @@ TEST(Run, ServesEachMinuteOnce) {
   FakeRun forthAgain;
   forthAgain.crontab = {thisMinute, nextMinute};
   forthAgain.changesInSleeps = {{1, -3min}, {2, 160s}};
-  expectRun(forthAgain, {"41", "10", "10", "10"}, {"now", "next"}, "the event comes again in a minute that is served");
+  expectRun(forthAgain, {"41", "10", "20", "10"}, {"now", "next"}, "the event comes again in a minute that is served");
 }
 
 TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
   const auto expect = [](const char* reason, const char* passEnds, const char* waitEnds, const Texts& sleeps,
                          const Texts& copies) {
     FakeRun run;
-    run.duringFirstRun = [&] {
-      run.up.awake += at(passEnds) - run.time;
-      run.up.total += at(passEnds) - run.time;
-      run.time = at(passEnds);
-    };
+    run.meanwhile[readsCrontab] = [&] { run.pass(at(passEnds) - run.time); };
     run.asleepInSleeps[1] = at(waitEnds) - at(passEnds) - 10s;
     run.crontab = {tomorrow};
     expectRun(run, sleeps, copies, reason);
@@ -259,34 +263,64 @@ TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
   served.crontab = {thisMinute};
   served.asleepInSleeps[1] = 20s;
   expectRun(served, {"10"}, {"now"}, "woken in a minute that is served");
-  for (const auto asleep : {0s, 20s}) {
-    FakeRun slow;
-    slow.crontab = {tomorrow};
-    slow.duringFirstRun = [&] {
-      slow.time += 50s;
-      slow.up.total += 50s;
-      slow.up.awake += 50s - asleep;
-    };
-    expectRun(slow, asleep > 0s ? Texts{"10", "10"} : Texts{"10"}, {},
-              "asleep in the pass, not just held up by crontab");
-  }
-  const auto expectSet = [](const char* reason, auto change, std::chrono::seconds asleep, const Texts& sleeps) {
+  // A sleep ends at once when the clock is set forward.
+  const auto expectSet = [](const char* reason, const std::string& line, auto change, std::chrono::seconds asleep,
+                            std::ptrdiff_t passes, const Texts& copies) {
     FakeRun run;
-    run.time += 35s;
     run.changesInSleeps[1] = change;
     run.asleepInSleeps[1] = asleep;
-    run.crontab = {tomorrow};
-    expectRun(run, sleeps, {}, reason);
+    run.crontab = {line};
+    expectRun(run, {"10", "10"}, copies, reason);
+    EXPECT_EQ(std::ranges::count(run.all, readsCrontab), passes) << reason;
   };
-  expectSet("set forward", 2s, 0s, {"10", "10"});
-  expectSet("hardly set forward: the clock tells whole seconds", 1s, 0s, {"10"});
-  expectSet("set back, and then asleep", -24h, 1h, {"10", "10"});
+  expectSet("set forward", tomorrow, 2s, 0s, 2, {});
+  expectSet("hardly set forward: the clock tells whole seconds", tomorrow, 1s, 0s, 1, {});
+  expectSet("set forward in a minute that is served: waits for all of its time", thisMinute, 5s, 0s, 1, {"now"});
+  expectSet("set back, and then asleep", tomorrow, -24h, 1h, 2, {});
+}
+
+TEST(Run, MakesAnotherPassIfTheFirstOneCanHaveMissedSomething) {
+  // During the first `call`, time passes, the machine is suspended or not, and the crontab is replaced.
+  const auto expect = [](const char* reason, const std::string& call, const std::optional<Texts>& crontab,
+                         const char* callEnds, bool isAsleep, std::ptrdiff_t passes, const Texts& sleeps,
+                         const Texts& copies) {
+    FakeRun run;
+    run.crontab = crontab;
+    run.meanwhile[call] = [&] {
+      const auto duration = at(callEnds) - run.time;
+      run.pass(duration, isAsleep ? duration : 0s);
+      if (!crontab) run.toFail = run.all.size();
+      run.crontab = {tomorrow};
+    };
+    expectRun(run, sleeps, copies, reason);
+    EXPECT_EQ(std::ranges::count(run.all, readsCrontab), passes) << reason;
+  };
+  const auto lists = agent + " list", sets = agent + " wake 3/10/2027 0:5:00";
+  const char* late = "2027-03-09 12:34:59 +0100";
+  const char* after = "2027-03-09 12:35:00 +0100";
+  const char* event = "2027-03-10 00:05:00 +0100";
+  const char* before = "2027-03-10 00:04:59 +0100";
+  const char* nearlyOver = "2027-03-10 00:05:52 +0100";
+  expect("crontab is only slow", readsCrontab, Texts{tomorrow}, after, false, 1, {"10"}, {});
+  expect("suspended during crontab", readsCrontab, Texts{tomorrow}, late, true, 2, {"10"}, {});
+  expect("crontab is killed", readsCrontab, {}, late, false, 1, {}, {});
+  expect("crontab is killed in the next minute: its event has come", readsCrontab, {}, after, false, 2, {"10"}, {});
+  expect("suspended, and crontab is killed", readsCrontab, {}, late, true, 2, {"10"}, {});
+  expect("an empty crontab is replaced", lists, Texts{}, event, true, 2, {"10"}, {"tomorrow"});
+  expect("woken a second early", lists, Texts{tomorrow}, before, true, 3, {"2", "10"}, {"tomorrow"});
+  expect("no wait before a copy", sets, Texts{tomorrow}, nearlyOver, true, 2, {"10"}, {"tomorrow"});
+
+  FakeRun slow;
+  slow.crontab = {tomorrow};
+  slow.meanwhile[lists] = [&] { slow.pass(at(event) - slow.time); };
+  expectRun(slow, {"10"}, {"tomorrow"}, "the event comes before it is set");
+  EXPECT_EQ(slow.of(agent), (Texts{"list", "list", "wake 3/17/2027 0:5:00"})) << "none is set in the past";
 }
 
 TEST(Run, TakesUpAChangeOfTheTimeZoneInTheNextPass) {
   FakeRun run;
   run.crontab = {nextMinute, lineText("35 13 * * *", "ZTUtil ahead")};
-  run.duringFirstRun = [] { ::setenv("TZ", "AAA-2", 1); };
+  run.meanwhile[readsCrontab] = [] { ::setenv("TZ", "AAA-2", 1); };
   expectRun(run, {"41", "10"}, {"ahead"}, "it is 13:35 in the next pass");
 
   struct : FakeRun {

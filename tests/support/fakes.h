@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <map>
 #include <set>
 #include <utility>
 
@@ -24,6 +25,7 @@ struct CallRecord {
   /// Gives whether the call succeeds.
   bool add(const std::string& call) const {
     all.push_back(call);
+    if (const auto happens = meanwhile.extract(call)) happens.mapped()();
     return all.size() != toFail;
   }
 
@@ -46,6 +48,7 @@ struct CallRecord {
   std::size_t toFail = 0;     ///< the number of the call that fails, from 1
   bool programsStart = true;  ///< whether a program that fails has at least started
   mutable Texts all{};
+  mutable std::map<std::string, std::function<void()>> meanwhile{};  ///< what happens in the first call with this text
 };
 
 struct FakeFileManager : FileManager, virtual CallRecord {
@@ -62,7 +65,6 @@ struct FakeCommands : Commands, virtual CallRecord {
     std::string call = "run " + command.path;
     for (const auto& argument : command.arguments) call += " " + argument;
     if (!addProgram(call)) return std::nullopt;
-    if (duringFirstRun) std::exchange(duringFirstRun, nullptr)();
     if (command.path != "/bin/bash") return crontab;
     std::string word = command.arguments.at(1).substr(std::string("echo -n ").size());
     std::erase(word, '\\');
@@ -75,7 +77,6 @@ struct FakeCommands : Commands, virtual CallRecord {
 
   std::optional<Texts> crontab;
   Texts descriptions;  ///< of what was started
-  std::function<void()> duringFirstRun;
 };
 
 /// Always lists the same events.

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <limits>
 
 #include "platform/file_handle.h"
 #include "platform/linux/fatal.h"
@@ -52,13 +53,14 @@ void SystemClock::sleep(std::chrono::seconds duration) {
   if (duration <= std::chrono::seconds{0}) return;
   const auto setForward = wallClockLead() + std::chrono::milliseconds{100};
   const FileHandle end = timer(CLOCK_BOOTTIME, 0, duration);
-  // timerfd_create(2): this one is cancelled, and can be read, when the clock is set. Its own time never comes.
-  const FileHandle jump =
-      timer(CLOCK_REALTIME, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, std::chrono::seconds::max());
+  // timerfd_create(2): this one is cancelled, and can be read, when the clock is set, forward or back, and when the
+  // machine resumes. Its own time never comes.
+  constexpr std::chrono::seconds never{std::numeric_limits<time_t>::max()};
+  const FileHandle jump = timer(CLOCK_REALTIME, TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, never);
   std::array<pollfd, 2> either = {{{end.fileDescriptor(), POLLIN, 0}, {jump.fileDescriptor(), POLLIN, 0}}};
   while (either[0].revents == 0 && wallClockLead() < setForward) {
     if (::poll(either.data(), either.size(), -1) < 0 && errno != EINTR) fatal("cannot sleep", errno);
-    // So that it can be read again only when the clock is set again.
+    // Reading it clears that: it can be read again when the clock is set again.
     std::uint64_t expirations{};
     [[maybe_unused]] const auto size = ::read(jump.fileDescriptor(), &expirations, sizeof expirations);
   }

@@ -4,8 +4,8 @@
 
 namespace zt::platform {
 
-/// CLOCK_REALTIME. Sleeps are measured by CLOCK_BOOTTIME: suspended time counts. They end when the wall clock is set
-/// forward.
+/// The wall clock is CLOCK_REALTIME, the uptime is counted from the start of the machine. Sleeps are measured by
+/// CLOCK_BOOTTIME, and end when the wall clock is set forward by more than a tenth of a second.
 class SystemClock final : public Clock {
  public:
   Instant now() const override;
