@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <utility>
 
 namespace zt::simulation {
 
@@ -67,7 +66,7 @@ void Judge::startIsRequested(ToolState state) {
 
 void Judge::programEnds() {
   disturb(Cause::heldUp);
-  if (!pass_ || !pass_->isOverturned) timeForPass_ = enoughForRun;
+  if (!pass_ || !pass_->isOverturned) timeForPass_ = enoughToStart;
 }
 
 void Judge::timePasses(milliseconds duration) {
@@ -91,7 +90,8 @@ void Judge::minuteEnds(Minute minute, const TimeZone& zone, const Crontab& cront
   timeForPass_ = 0ms;
   if (std::exchange(hadPass_, false) || (comesAgain && !hadTime)) return;
   const auto due = std::ssize(crontab.dueAt(minute, zone));
-  if (due == 0 || served_.contains({minute, zone.offset(minute)})) return;
+  const Shown shownMinute{minute, zone.offset(minute)};
+  if (due == 0 || shownMinute == lost_ || served_.contains(shownMinute)) return;
   figures_.due += due;
   figures_.lostTo(hadTime ? Cause::nothing : cause_) += due;
   if (hadTime) report("what was due at " + shown(minute, zone) + " was not started");
@@ -133,6 +133,7 @@ void Judge::lose(const std::string& url, Cause cause) {
   const auto number = static_cast<std::int64_t>(std::erase(pass_->due, url));
   figures_.due += number;
   figures_.lostTo(cause) += number;
+  lost_ = {pass_->minute, pass_->zone->offset(pass_->minute)};
 }
 
 void Judge::eventIsCancelled() {
@@ -145,9 +146,9 @@ void Judge::sleepAnnounced(seconds duration) {
 }
 
 void Judge::toolSleeps(Moment now, seconds duration, const OwnWakeEvents& wakeEvents) {
-  if (std::exchange(announced_, {}) != duration) {
+  const bool continues = pass_ && pass_->slept && pass_->isOverturned && duration <= lastWait;  // was cut short
+  if (std::exchange(announced_, {}) != duration && !continues)
     otherViolation("the tool did not announce that it sleeps for " + std::to_string(duration.count()) + " s");
-  }
   if (!pass_) return;
   pass_->slept = true;
   const bool endsMinute = (floor<seconds>(now) + duration).time_since_epoch() % 60s == 1s;
@@ -172,8 +173,7 @@ void Judge::checkArmed(const OwnWakeEvents& wakeEvents) {
 void Judge::copyStarted(Moment now, const std::string& url) {
   if (!pass_ || pass_->slept) {
     ++figures_.early;
-    report(url + " was started outside a pass");
-    return;
+    return report(url + " was started outside a pass");
   }
   pass_->started.push_back(url);
   // Only programs and the machine's own sleep take time within a pass, so a late copy is not the tool's fault.
@@ -181,6 +181,7 @@ void Judge::copyStarted(Moment now, const std::string& url) {
 }
 
 void Judge::endPass() {
+  announced_.reset();  // instead of a wait, there can be another pass
   if (!pass_) return;
   const auto number = std::ssize(pass_->started);
   if (pass_->again == nullptr) {
@@ -210,8 +211,7 @@ void Judge::compare(const Pass& pass) {
     ++(times == 0 ? figures_.lostTo(Cause::nothing) : times == 1 ? figures_.startedOnce : figures_.doubled);
   }
   figures_.early += std::ranges::count_if(started, [&](const auto& url) { return std::ranges::count(due, url) == 0; });
-  const bool onlyOrderIsWrong = figures_.violations() == violations;
-  if (onlyOrderIsWrong) ++figures_.other;
+  if (figures_.violations() == violations) ++figures_.other;  // only their order is wrong
   std::string what = "due at " + shown(pass.minute, *pass.zone) + ":";
   for (const auto& url : due) what.append(" ").append(url);
   what += "; started:";
@@ -236,7 +236,6 @@ void Judge::runEnds(Moment now, int status, bool assertionHeld, const OwnWakeEve
 }
 
 void Judge::runIsKilled(Cause cause) {
-  announced_.reset();
   const auto due = pass_ ? pass_->due : std::vector<std::string>();
   for (const auto& url : due) {
     if (std::ranges::count(pass_->started, url) == 0) lose(url, cause);

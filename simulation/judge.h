@@ -113,6 +113,7 @@ class Judge {
   bool beganAsleep_ = false;         ///< this minute
   int timesSetBack_ = 0;             ///< the clock
   std::map<Shown, Service> served_;  ///< the minutes in which copies were started
+  std::optional<Shown> lost_;        ///< the last one in which a pass could not start a copy; that is counted
 
   bool isAskedFor_ = false;           ///< the run
   std::optional<Pass> pass_;          ///< the last one of the run

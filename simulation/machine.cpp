@@ -203,11 +203,8 @@ void Machine::personComesOrGoes() {
   }
   personComesOrGoesAt_ = now_ + (random_.oneIn(4) ? random_.between(1s, 2min) : random_.about(5h));
   lidIsClosed_ = random_.oneIn(2);
-  if (lidIsClosed_) {
-    requestSleep("its lid is closed");
-  } else {
-    idleTimeIsOverAt_ = now_ + random_.between(1min, 10min);
-  }
+  if (lidIsClosed_) return requestSleep("its lid is closed");
+  idleTimeIsOverAt_ = now_ + random_.between(1min, 10min);
 }
 
 void Machine::idleTimeIsOver() {

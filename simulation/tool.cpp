@@ -145,8 +145,10 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     checkAssertion();
     const auto program = launch({Part::crontab});
     if (!program.works) {
+      const auto minute = floor<minutes>(machine_.clock());
       machine_.work(program.duration);
       judge_.passFails();
+      if (floor<minutes>(machine_.clock()) > minute) judge_.programEnds();  // there is a minute that it has not tried
       return std::nullopt;
     }
     couldSet_ = couldCancel_ = true;
