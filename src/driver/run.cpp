@@ -53,19 +53,24 @@ class MainLoop {
 
   struct Time {
     Instant wallClock;
+    LocalTime local;
     platform::Clock::Uptime up;
   };
-  Time time() const { return {services_.clock.now(), services_.clock.uptime()}; }
+  Time time() const {
+    const Instant now = services_.clock.now();
+    return {now, services_.calendar.localTime(now), services_.clock.uptime()};
+  }
 
   /// Handles the current minute, or the next one that this run has not served yet. Then sleeps into the one after it
-  /// if something is due in it; otherwise sets the wake event and waits for the throttle interval.
+  /// if something is due in it; otherwise sets the wake event, if there is one, and waits for the throttle interval.
   Next pass() {
     sleepPastServedMinutes();
     services_.calendar.update();
     const Time began = time();
     log_.info("Looking for schedules that run at " + date(began.wallClock));
     const auto lines = readCrontabLines(services_.commands);
-    // What is due is not known then, so no wake event is cancelled: crontab may work again when it comes.
+    // Without the crontab nobody knows what is due. The wake event stays: crontab may work again when it comes. If it
+    // has come in a later minute than this pass has looked at, only this run can serve it.
     if (!lines) return next(began, minuteOf(began.wallClock + 1min, services_.calendar).start);
     const auto matches =
         matchingSchedules(*lines, began.wallClock, services_.calendar, services_.commands, services_.output);
@@ -99,33 +104,34 @@ class MainLoop {
   }
 
   Next setWakeAndWait(const Time& passBegan, Instant event) {
-    const Instant wakeTime = event - 1s;  // the hardware clock can wake the machine a second early
+    // The hardware clock can wake the machine a second early. And what comes as this run exits is lost.
+    const Instant earliest = event - 1s;
     // Programs that hang can make a pass take minutes.
-    if (next(passBegan, wakeTime) == Next::anotherPass) return Next::anotherPass;
+    if (services_.clock.now() >= earliest) return Next::anotherPass;
     log_.info("Next event more than 1 minute from now, setting wake, then sleeping " + inSeconds(throttleInterval) +
               " for launchd ThrottleInterval.");
     wakeScheduling_.set(event, services_.calendar);
     const auto end = services_.clock.uptime().total + throttleInterval;
-    while (next(passBegan, wakeTime) == Next::end) {
+    while (next(passBegan, earliest) == Next::end) {
       const auto remaining = ceil<seconds>(end - services_.clock.uptime().total);
       if (remaining <= 0s) return Next::end;
-      services_.clock.sleep(remaining);
+      services_.clock.sleep(remaining);  // ends early if the clock is set forward
     }
     return Next::anotherPass;
   }
 
   /// What to do after a pass: another one if the clock has reached `instant`. The service manager starts no run beside
-  /// this one, so an event that comes during this run is served by it or not at all. Therefore another one, too, if the
-  /// machine was suspended during the pass: it can have been woken by an event that this run does not know, because the
-  /// crontab or the clock has been changed since. And if the clock was set forward, as the minute that it shows now can
-  /// be due, and no event may come in it.
+  /// this one, so an event that comes during this run is served by it or not at all. It can be one that this run does
+  /// not know, because the crontab, the clock or the time zone has been changed since it looked at them. So there is
+  /// another pass as well if the machine was suspended during this one, as the event can have woken it, and if the
+  /// local time was set forward, as the event, or a minute that is due, can have come by that.
   Next next(const Time& passBegan, Instant instant) const {
+    services_.calendar.update();
     const Time now = time();
     const auto passed = now.up.total - passBegan.up.total;
     const bool wasSuspended = passed - (now.up.awake - passBegan.up.awake) > 100ms;
-    const bool isSetForward = now.wallClock - passBegan.wallClock - passed > 1s;  // both are rounded to seconds
-    const bool looksAgain = (wasSuspended || isSetForward) && !isServed(now.wallClock);
-    return now.wallClock >= instant || looksAgain ? Next::anotherPass : Next::end;
+    const bool isSetForward = now.local - passBegan.local - passed > 1s;  // both local times are rounded down
+    return now.wallClock >= instant || wasSuspended || isSetForward ? Next::anotherPass : Next::end;
   }
 
   /// Sleeps while the clock shows a minute in which this run has started copies: the clock was set back, or the minute

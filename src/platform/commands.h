@@ -21,8 +21,8 @@ class Commands {
   virtual ~Commands() = default;
 
   /// Runs a program to completion. Gives the lines of its standard output and standard error, merged, without empty
-  /// ones; none if they are not valid UTF-8. nullopt if the program was killed, by this one because it took too long
-  /// or printed too much, or by something else; or if it was not started. Its exit status is ignored.
+  /// ones; none if they are not valid UTF-8. nullopt if it was killed, by the tool because it took too long or
+  /// printed too much, or by something else; or if it was not started. Its exit status is ignored.
   virtual std::optional<std::vector<std::string>> run(const Command& command) = 0;
 
   /// Starts a program and leaves it running, in a session of its own (setsid(2)): neither the keys nor the end of the

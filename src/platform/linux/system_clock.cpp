@@ -23,7 +23,7 @@ std::chrono::nanoseconds timeOf(clockid_t clock) {
 }
 
 /// How far the wall clock is ahead of the time since the machine was started. That changes when the clock is set, and
-/// by less than a millisecond in a second when it is slewed.
+/// slowly when it is slewed.
 std::chrono::nanoseconds wallClockLead() {
   return timeOf(CLOCK_REALTIME) - timeOf(CLOCK_BOOTTIME);
 }
