@@ -44,13 +44,11 @@ class MainLoop {
         wakeScheduling_(services.wakeEvents, services.fileManager, application.agent, log) {}
 
   void run() {
-    while (pass() == Next::anotherPass) {
+    while (pass()) {
     }
   }
 
  private:
-  enum class Next { anotherPass, end };
-
   struct Time {
     Instant wallClock;
     LocalTime local;
@@ -63,7 +61,8 @@ class MainLoop {
 
   /// Handles the current minute, or the next one that this run has not served yet. Then sleeps into the one after it
   /// if something is due in it; otherwise sets the wake event, if there is one, and waits for the throttle interval.
-  Next pass() {
+  /// Returns whether there must be another pass.
+  bool pass() {
     sleepPastServedMinutes();
     services_.calendar.update();
     const Time began = time();
@@ -71,7 +70,7 @@ class MainLoop {
     const auto lines = readCrontabLines(services_.commands);
     // Without the crontab nobody knows what is due. The wake event stays: crontab may work again when it comes. If it
     // has come in a later minute than this pass has looked at, only this run can serve it.
-    if (!lines) return next(began, minuteOf(began.wallClock + 1min, services_.calendar).start);
+    if (!lines) return mustLookAgain(began, minuteOf(began.wallClock + 1min, services_.calendar).start);
     const auto matches =
         matchingSchedules(*lines, began.wallClock, services_.calendar, services_.commands, services_.output);
     log_.info("Found " + std::to_string(matches.size()) + " matching schedules.");
@@ -89,49 +88,49 @@ class MainLoop {
 
   /// The next events are searched from the minute that this pass has handled, not from the clock. So after a pass that
   /// took long, what is due in the minute that has begun meanwhile is handled as well.
-  Next stayOrSetWake(const std::vector<CrontabLine>& lines, const Time& passBegan) {
+  bool stayOrSetWake(const std::vector<CrontabLine>& lines, const Time& passBegan) {
     const Instant now = passBegan.wallClock;
     const auto first = nextEventDate(lines, now + 1min, services_.calendar);
-    if (!first) return next(passBegan, Instant::max());
+    if (!first) return mustLookAgain(passBegan, Instant::max());
     // An event after the coming minute is the next one from two minutes ahead as well.
     const bool isInComingMinute = *first < minuteOf(now + 2min, services_.calendar).start;
     const auto second = isInComingMinute ? nextEventDate(lines, now + 2min, services_.calendar) : first;
-    if (!second) return Next::end;
+    if (!second) return false;
     log_.info("Checking one " + date(*first) + " and two " + date(*second) + " minute events.");
     if (first == second) return setWakeAndWait(passBegan, *first);
     sleepToEndOfMinute(minuteOf(now, services_.calendar).start);
-    return Next::anotherPass;
+    return true;
   }
 
-  Next setWakeAndWait(const Time& passBegan, Instant event) {
+  bool setWakeAndWait(const Time& passBegan, Instant event) {
     // The hardware clock can wake the machine a second early. And what comes as this run exits is lost.
     const Instant earliest = event - 1s;
     // Programs that hang can make a pass take minutes.
-    if (services_.clock.now() >= earliest) return Next::anotherPass;
+    if (services_.clock.now() >= earliest) return true;
     log_.info("Next event more than 1 minute from now, setting wake, then sleeping " + inSeconds(throttleInterval) +
               " for launchd ThrottleInterval.");
     wakeScheduling_.set(event, services_.calendar);
     const auto end = services_.clock.uptime().total + throttleInterval;
-    while (next(passBegan, earliest) == Next::end) {
+    while (!mustLookAgain(passBegan, earliest)) {
       const auto remaining = ceil<seconds>(end - services_.clock.uptime().total);
-      if (remaining <= 0s) return Next::end;
+      if (remaining <= 0s) return false;
       services_.clock.sleep(remaining);  // ends early if the clock is set forward
     }
-    return Next::anotherPass;
+    return true;
   }
 
-  /// What to do after a pass: another one if the clock has reached `instant`. The service manager starts no run beside
-  /// this one, so an event that comes during this run is served by it or not at all. It can be one that this run does
-  /// not know, because the crontab, the clock or the time zone has been changed since it looked at them. So there is
-  /// another pass as well if the machine was suspended during this one, as the event can have woken it, and if the
-  /// local time was set forward, as the event, or a minute that is due, can have come by that.
-  Next next(const Time& passBegan, Instant instant) const {
+  /// Whether there must be another pass: the clock has reached `instant`, or an event that this run does not know can
+  /// have come. The service manager starts no run beside this one, so an event that comes during this run is served by
+  /// it or not at all. It is not the known one if the crontab, the clock or the time zone has been changed since. It
+  /// can have come if the machine was suspended during this pass, as the event can have woken it, or if the local time
+  /// was set forward past it. By that, a minute that is due can have come as well.
+  bool mustLookAgain(const Time& passBegan, Instant instant) const {
     services_.calendar.update();
     const Time now = time();
     const auto passed = now.up.total - passBegan.up.total;
     const bool wasSuspended = passed - (now.up.awake - passBegan.up.awake) > 100ms;
     const bool isSetForward = now.local - passBegan.local - passed > 1s;  // both local times are rounded down
-    return now.wallClock >= instant || wasSuspended || isSetForward ? Next::anotherPass : Next::end;
+    return now.wallClock >= instant || wasSuspended || isSetForward;
   }
 
   /// Sleeps while the clock shows a minute in which this run has started copies: the clock was set back, or the minute
