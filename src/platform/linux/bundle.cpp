@@ -32,7 +32,7 @@ std::string textOf(plist_t dictionary, const char* key) {
   // Not plist_get_string_val(): it ends the process if the string contains a NUL.
   std::uint64_t size = 0;
   const char* text = plist_get_string_ptr(node, &size);
-  return text == nullptr ? std::string{} : std::string(text, size);
+  return text == nullptr ? std::string{} : std::string(text, static_cast<std::size_t>(size));
 }
 
 }  // namespace

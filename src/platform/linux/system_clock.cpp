@@ -40,7 +40,7 @@ FileHandle timer(clockid_t clock, int flags, std::chrono::seconds time) {
 }  // namespace
 
 Instant SystemClock::now() const {
-  return std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now());
+  return Instant(std::chrono::floor<std::chrono::seconds>(timeOf(CLOCK_REALTIME)));
 }
 
 Clock::Uptime SystemClock::uptime() const {
