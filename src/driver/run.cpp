@@ -60,12 +60,11 @@ class MainLoop {
   }
 
   /// Handles the current minute, or the next one that this run has not served yet. Then sleeps into the one after it
-  /// if something is due in it; otherwise sets the wake event, if there is one, and waits for the throttle interval.
-  /// Returns whether there must be another pass.
+  /// if something is due in it; otherwise sets the wake event and waits for the throttle interval. Does neither if the
+  /// crontab cannot be read, no schedule can fire, or the time of the event has come. Returns whether there must be
+  /// another pass.
   bool pass() {
-    sleepPastServedMinutes();
-    services_.calendar.update();
-    const Time began = time();
+    const Time began = timeInUnservedMinute();
     log_.info("Looking for schedules that run at " + date(began.wallClock));
     const auto lines = readCrontabLines(services_.commands);
     // Without the crontab nobody knows what is due. The wake event stays: crontab may work again when it comes. If it
@@ -75,10 +74,22 @@ class MainLoop {
         matchingSchedules(*lines, began.wallClock, services_.calendar, services_.commands, services_.output);
     log_.info("Found " + std::to_string(matches.size()) + " matching schedules.");
 
-    if (!matches.empty()) served_.push_back(minuteOf(began.wallClock, services_.calendar).start);
+    if (!matches.empty()) served_.push_back(minuteOf(began.wallClock, services_.calendar));
     for (const auto& match : matches) launchController(match);
     wakeScheduling_.cancelExisting();
     return stayOrSetWake(*lines, began);
+  }
+
+  /// The time, in the machine's current time zone. Sleeps first while this is in a minute in which this run has started
+  /// copies: the clock was set back, or another pass is needed before the minute is over.
+  Time timeInUnservedMinute() {
+    for (;;) {
+      services_.calendar.update();
+      const Time now = time();
+      const Minute minute = minuteOf(now.wallClock, services_.calendar);
+      if (std::ranges::find(served_, minute) == served_.end()) return now;
+      sleepToEndOfMinute(minute.start);
+    }
   }
 
   void launchController(const util::URL& match) {
@@ -119,11 +130,11 @@ class MainLoop {
     return true;
   }
 
-  /// Whether there must be another pass: the clock has reached `instant`, or an event that this run does not know can
-  /// have come. The service manager starts no run beside this one, so an event that comes during this run is served by
-  /// it or not at all. It is not the known one if the crontab, the clock or the time zone has been changed since. It
-  /// can have come if the machine was suspended during this pass, as the event can have woken it, or if the local time
-  /// was set forward past it. By that, a minute that is due can have come as well.
+  /// Whether there must be another pass: the clock has reached `instant`, or since this pass began, the machine was
+  /// suspended or the local time set forward, by its clock or its zone. The service manager starts no run beside this
+  /// one, so an event that comes during this run is served by it or not at all. It can be another event than the one
+  /// that this run knows: the crontab, the clock or the zone may have been changed, and the event may have woken the
+  /// machine. And a local time that is set forward may have reached a minute that is due.
   bool mustLookAgain(const Time& passBegan, Instant instant) const {
     services_.calendar.update();
     const Time now = time();
@@ -131,18 +142,6 @@ class MainLoop {
     const bool wasSuspended = passed - (now.up.awake - passBegan.up.awake) > 100ms;
     const bool isSetForward = now.local - passBegan.local - passed > 1s;  // both local times are rounded down
     return now.wallClock >= instant || wasSuspended || isSetForward;
-  }
-
-  /// Sleeps while the clock shows a minute in which this run has started copies: the clock was set back, or the minute
-  /// is about to end.
-  void sleepPastServedMinutes() {
-    for (Instant now = services_.clock.now(); isServed(now); now = services_.clock.now()) {
-      sleepToEndOfMinute(minuteOf(now, services_.calendar).start);
-    }
-  }
-
-  bool isServed(Instant instant) const {
-    return std::ranges::find(served_, minuteOf(instant, services_.calendar).start) != served_.end();
   }
 
   /// Sleeps until one second past the minute that begins at `start`, or not at all if that time has come. If the clock
@@ -161,7 +160,8 @@ class MainLoop {
   const Log& log_;
   std::filesystem::path controller_;
   WakeScheduling wakeScheduling_;
-  std::vector<Instant> served_;  ///< the starts of the minutes in which this run has started copies
+  /// The minutes in which this run has started copies. In another time zone, the same instant is in another minute.
+  std::vector<Minute> served_;
 };
 
 }  // namespace

@@ -12,6 +12,8 @@ namespace zt {
 struct Minute {
   Instant start;
   LocalTime local;
+
+  bool operator==(const Minute&) const = default;
 };
 
 /// The minute that contains `instant`. In a repeated hour it belongs to the same pass through that hour as `instant`.

@@ -26,8 +26,8 @@ struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFak
     add("sleep " + std::to_string(duration.count()));
     ++sleeps;
     const auto change = changesInSleeps[sleeps];
-    const bool endsAtOnce = change > 0s;
-    pass((endsAtOnce ? 0s : duration) + asleepInSleeps[sleeps], asleepInSleeps[sleeps]);
+    const bool endsEarly = change > 0s;
+    pass((endsEarly ? 4s : duration) + asleepInSleeps[sleeps], asleepInSleeps[sleeps]);
     time += change;
   }
   Uptime uptime() const override { return up; }
@@ -201,11 +201,11 @@ static void expectRun(FakeRun& run, const Texts& sleeps, const Texts& copies, co
 
 TEST(Run, ServesEachMinuteOnce) {
   // `start` is in seconds after 12:34.
-  const auto expect = [](const char* reason, auto start, std::chrono::seconds passTakes, auto changeInSleep,
+  const auto expect = [](const char* reason, auto start, std::chrono::seconds changeInPass, auto changeInSleep,
                          const Texts& sleeps, const Texts& copies) {
     FakeRun run;
     run.time = at("2027-03-09 12:34:00 +0100") + start;
-    run.meanwhile[readsCrontab] = [&] { run.pass(passTakes); };
+    run.meanwhile[readsCrontab] = [&] { run.time += changeInPass; };
     run.changesInSleeps[1] = changeInSleep;
     run.crontab = {thisMinute, nextMinute};
     expectRun(run, sleeps, copies, reason);
@@ -214,6 +214,7 @@ TEST(Run, ServesEachMinuteOnce) {
   expect("last second", 59s, 0s, 0s, {"2", "10"}, {"now", "next"});
   expect("the minute ends during the pass", 59s, 1s, 0s, {"1", "10"}, {"now", "next"});
   expect("the next minute begins during the pass", 58s, 5s, 0s, {"0", "10"}, {"now", "next"});
+  expect("set back by an hour during the pass: continues from there", 30s, -1h, 0s, {"31", "10"}, {"now"});
   expect("set back within the minute", 30s, -10s, 0s, {"41", "10"}, {"now", "next"});
   expect("set back into the minute during the sleep", 30s, 0s, -3s, {"31", "3", "10"}, {"now", "next"});
   expect("set back to the start of the minute during the sleep", 30s, 0s, -61s, {"31", "61", "10"}, {"now", "next"});
@@ -230,7 +231,7 @@ TEST(Run, ServesEachMinuteOnce) {
   FakeRun forthAgain;
   forthAgain.crontab = {thisMinute, nextMinute};
   forthAgain.changesInSleeps = {{1, -3min}, {2, 160s}};
-  expectRun(forthAgain, {"41", "10", "20", "10"}, {"now", "next"}, "the event comes again in a minute that is served");
+  expectRun(forthAgain, {"41", "10", "16", "10"}, {"now", "next"}, "the event comes again in a minute that is served");
 }
 
 TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
@@ -263,30 +264,36 @@ TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
   served.crontab = {thisMinute};
   served.asleepInSleeps[1] = 20s;
   expectRun(served, {"10", "11", "10"}, {"now"}, "woken in a minute that is served: the event can be for the next one");
-  // A sleep ends at once when the clock is set forward.
-  const auto expectSet = [](const char* reason, auto change, std::chrono::seconds asleep, std::ptrdiff_t passes) {
+  // A sleep ends after four seconds if the clock is set forward.
+  const auto expectSet = [](const char* reason, auto change, std::chrono::seconds asleep, std::ptrdiff_t passes,
+                            const Texts& sleeps) {
     FakeRun run;
     run.changesInSleeps[1] = change;
     run.asleepInSleeps[1] = asleep;
     run.crontab = {tomorrow};
-    expectRun(run, {"10", "10"}, {}, reason);
+    expectRun(run, sleeps, {}, reason);
     EXPECT_EQ(std::ranges::count(run.all, readsCrontab), passes) << reason;
   };
-  expectSet("set forward", 2s, 0s, 2);
-  expectSet("hardly set forward, as the clock tells whole seconds: waits for all of its time", 1s, 0s, 1);
-  expectSet("set back, and then asleep", -24h, 1h, 2);
+  expectSet("set forward", 2s, 0s, 2, {"10", "10"});
+  expectSet("hardly set forward, as the clock tells whole seconds: waits for the rest", 1s, 0s, 1, {"10", "6"});
+  expectSet("set back, and then asleep", -24h, 1h, 2, {"10", "10"});
 }
 
 TEST(Run, MakesAnotherPassIfTheFirstOneCanHaveMissedSomething) {
-  // During the first `call`, time passes, the machine is suspended or not, and the crontab is replaced.
+  // During the first `call`, time passes, the machine is suspended or its clock is set, and the crontab is replaced.
+  enum Event { slow, suspended, set };
   const auto expect = [](const char* reason, const std::string& call, const std::optional<Texts>& crontab,
-                         const char* callEnds, bool isAsleep, std::ptrdiff_t passes, const Texts& sleeps,
+                         const char* callEnds, Event event, std::ptrdiff_t passes, const Texts& sleeps,
                          const Texts& copies) {
     FakeRun run;
     run.crontab = crontab;
     run.meanwhile[call] = [&] {
       const auto duration = at(callEnds) - run.time;
-      run.pass(duration, isAsleep ? duration : 0s);
+      if (event == set) {
+        run.time += duration;
+      } else {
+        run.pass(duration, event == suspended ? duration : 0s);
+      }
       if (!crontab) run.toFail = run.all.size();
       run.crontab = {tomorrow};
     };
@@ -299,32 +306,43 @@ TEST(Run, MakesAnotherPassIfTheFirstOneCanHaveMissedSomething) {
   const char* event = "2027-03-10 00:05:00 +0100";
   const char* before = "2027-03-10 00:04:59 +0100";
   const char* nearlyOver = "2027-03-10 00:05:52 +0100";
-  expect("crontab is only slow", readsCrontab, Texts{tomorrow}, after, false, 1, {"10"}, {});
-  expect("suspended during crontab", readsCrontab, Texts{tomorrow}, late, true, 2, {"10"}, {});
-  expect("crontab is killed", readsCrontab, {}, late, false, 1, {}, {});
-  expect("crontab is killed in the next minute: its event has come", readsCrontab, {}, after, false, 2, {"10"}, {});
-  expect("suspended, and crontab is killed", readsCrontab, {}, late, true, 2, {"10"}, {});
-  expect("an empty crontab is replaced", lists, Texts{}, event, true, 2, {"10"}, {"tomorrow"});
-  expect("woken a second early", lists, Texts{tomorrow}, before, true, 3, {"2", "10"}, {"tomorrow"});
-  expect("no wait before a copy", sets, Texts{tomorrow}, nearlyOver, true, 2, {"10"}, {"tomorrow"});
+  expect("crontab is only slow", readsCrontab, Texts{tomorrow}, after, slow, 1, {"10"}, {});
+  expect("suspended during crontab", readsCrontab, Texts{tomorrow}, late, suspended, 2, {"10"}, {});
+  expect("set forward during crontab", readsCrontab, Texts{tomorrow}, late, set, 2, {"10"}, {});
+  expect("set forward during the listing", lists, Texts{tomorrow}, event, set, 2, {"10"}, {"tomorrow"});
+  expect("crontab is killed", readsCrontab, {}, late, slow, 1, {}, {});
+  expect("crontab is killed in the next minute: its event has come", readsCrontab, {}, after, slow, 2, {"10"}, {});
+  expect("suspended, and crontab is killed", readsCrontab, {}, late, suspended, 2, {"10"}, {});
+  expect("an empty crontab is replaced", lists, Texts{}, event, suspended, 2, {"10"}, {"tomorrow"});
+  expect("woken a second early", lists, Texts{tomorrow}, before, suspended, 3, {"2", "10"}, {"tomorrow"});
+  expect("no wait before a copy", sets, Texts{tomorrow}, nearlyOver, suspended, 2, {"10"}, {"tomorrow"});
 
-  FakeRun slow;
-  slow.crontab = {tomorrow};
-  slow.meanwhile[lists] = [&] { slow.pass(at(event) - slow.time); };
-  expectRun(slow, {"10"}, {"tomorrow"}, "the event comes before it is set");
-  EXPECT_EQ(slow.of(agent), (Texts{"list", "list", "wake 3/17/2027 0:5:00"})) << "none is set in the past";
+  FakeRun killed;
+  killed.crontab = {tomorrow};
+  killed.meanwhile[readsCrontab] = [&] {
+    killed.pass(30s, 30s);
+    killed.meanwhile[readsCrontab] = [&] { killed.toFail = killed.all.size(); };
+  };
+  expectRun(killed, {}, {}, "suspended during crontab, which is killed in the next pass");
+  EXPECT_EQ(killed.of(agent), (Texts{"list", "wake 3/10/2027 0:5:00"})) << "the first pass sets the event";
+
+  FakeRun tooLate;
+  tooLate.crontab = {tomorrow};
+  tooLate.meanwhile[lists] = [&] { tooLate.pass(at(event) - tooLate.time); };
+  expectRun(tooLate, {"10"}, {"tomorrow"}, "the event comes before it is set");
+  EXPECT_EQ(tooLate.of(agent), (Texts{"list", "list", "wake 3/17/2027 0:5:00"})) << "none is set in the past";
 }
 
 TEST(Run, TakesUpAChangeOfTheTimeZoneInTheNextPass) {
   FakeRun run;
-  run.crontab = {nextMinute, lineText("35 13 * * *", "ZTUtil ahead")};
+  run.crontab = {nextMinute, lineText("36 13 * * *", "ZTUtil ahead")};
   run.meanwhile[readsCrontab] = [] { ::setenv("TZ", "AAA-2", 1); };
-  expectRun(run, {"41", "10"}, {"ahead"}, "it is 13:35 in the next pass");
+  expectRun(run, {"41", "60", "10"}, {"ahead"}, "it is 13:35 in the next pass");
 
   FakeRun inWait;
-  inWait.crontab = {lineText("34 13 * * *", "ZTUtil ahead")};
+  inWait.crontab = {thisMinute, lineText("34 13 * * *", "ZTUtil ahead")};
   inWait.meanwhile[agent + " wake 3/9/2027 13:34:00"] = [] { ::setenv("TZ", "AAA-2", 1); };
-  expectRun(inWait, {"10"}, {"ahead"}, "the event has come by that");
+  expectRun(inWait, {"10"}, {"now", "ahead"}, "it is 13:34 at once, a minute that has not been served");
 
   struct : FakeRun {
     void sleep(std::chrono::seconds duration) override {

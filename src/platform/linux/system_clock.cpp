@@ -22,8 +22,8 @@ std::chrono::nanoseconds timeOf(clockid_t clock) {
   return std::chrono::seconds{time.tv_sec} + std::chrono::nanoseconds{time.tv_nsec};
 }
 
-/// How far the wall clock is ahead of the time since the machine was started. That changes when the clock is set, and
-/// slowly when it is slewed.
+/// How far the wall clock is ahead of the time since the machine was started. That changes when the clock is set, but
+/// not when it is slewed, which changes the rate of both.
 std::chrono::nanoseconds wallClockLead() {
   return timeOf(CLOCK_REALTIME) - timeOf(CLOCK_BOOTTIME);
 }
