@@ -340,7 +340,7 @@ remaining() {
   done
 }
 nothing_remains() { [ ! "$(remaining)" ]; }
-wait_for 5 nothing_remains  # systemd forgets a unit a moment after its end
+wait_for 20 nothing_remains  # systemd forgets a unit a moment after its end
 check "no timer, wake event or failed run remains" same "" "$(remaining)"
 check "no link remains" same "" \
   "$(find "$home" "${others[@]/#//home/}" /etc/systemd/user /usr/lib/systemd -name 'ztbackupbytime*')"
