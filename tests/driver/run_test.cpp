@@ -232,6 +232,11 @@ TEST(Run, ServesEachMinuteOnce) {
   forthAgain.crontab = {thisMinute, nextMinute};
   forthAgain.changesInSleeps = {{1, -3min}, {2, 160s}};
   expectRun(forthAgain, {"41", "10", "16", "10"}, {"now", "next"}, "the event comes again in a minute that is served");
+  FakeRun repeated;
+  repeated.time = at("2027-10-31 02:34:20 +0200");
+  repeated.asleepInSleeps[1] = 1h;
+  repeated.crontab = {lineText("34 2 * * *", "ZTUtil copy")};
+  expectRun(repeated, {"10", "10"}, {"copy", "copy"}, "a time that is repeated fires twice");
 }
 
 TEST(Run, MakesAnotherPassIfItsWakeEventIsDueBeforeItEnds) {
