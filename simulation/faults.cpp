@@ -153,7 +153,7 @@ void Machine::changeZone() {
   for (auto& event : wakeEvents) {
     if (!event.isOld) event.when = shown(event.at, *zone_);
   }
-  judge_.disturb(Cause::clockSet);
+  judge_.disturb(Cause::clockSet, true);
   armIsOvertaken_ = true;
   note(zone_->name());
 }
@@ -211,7 +211,7 @@ void Machine::logOut() {
 
 void Machine::changeCrontab() {
   crontab_ = std::make_shared<Crontab>(Crontab::draw(random_));
-  judge_.disturb(Cause::newCrontab);
+  judge_.disturb(Cause::newCrontab, true);
   armIsOvertaken_ = true;
 }
 

@@ -50,7 +50,8 @@ void Judge::report(const std::string& violation) {
   std::cout << std::endl;
 }
 
-void Judge::disturb(Cause cause) {
+void Judge::disturb(Cause cause, bool changesWhatIsDue) {
+  if (changesWhatIsDue) hadTime_ = false;
   undisturbed_ = timeForPass_ = 0ms;
   if (pass_ && (cause == Cause::clockSet || cause == Cause::newCrontab)) pass_->isOverturned = true;
   if (cause == Cause::notAwake && beganAsleep_) return;  // by the event that should have come, perhaps

@@ -40,8 +40,8 @@ class Judge {
 
   void note(Moment now, const TimeZone& zone, std::string_view what);  ///< what happens on the machine
 
-  /// Something happens that may keep the tool from its work.
-  void disturb(Cause cause);
+  /// Something happens that may keep the tool from its work, or changes what is due in this minute.
+  void disturb(Cause cause, bool changesWhatIsDue = false);
   /// The tool is asked to start, by a wake event or by somebody.
   void startIsRequested(ToolState state);
   /// A program for which the tool has waited long has come to an end.
