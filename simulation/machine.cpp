@@ -118,7 +118,7 @@ void Machine::wait(milliseconds duration) {
   }
 }
 
-void Machine::sleepFor(seconds duration) {
+bool Machine::sleepFor(seconds duration) {
   const Moment end = now_ + duration;
   sleepIsOver_ = false;
   do {
@@ -129,6 +129,7 @@ void Machine::sleepFor(seconds duration) {
   } while (advance(now_));  // a wake event that was overdue when the machine woke comes in this sleep, not after it
   if (isKilled_) throw Killed{};
   if (sleepIsOver_) judge_.startIsRequested(tool_);  // to look at what the clock shows now
+  return now_ >= end;
 }
 
 Machine::Program Machine::launch(std::initializer_list<Part> parts, milliseconds limit) {

@@ -61,8 +61,8 @@ class Machine {
   /// The tool waits for a program: seconds in which the machine is asleep do not count. Like the other two, this throws
   /// Killed if the tool is killed meanwhile.
   void work(milliseconds duration);
-  /// The tool sleeps for `duration`, or until the clock is set forward, or until the machine wakes after that.
-  void sleepFor(seconds duration);
+  /// Sleeps for `duration`, or until the clock is set forward and the machine is awake. Returns whether that is over.
+  bool sleepFor(seconds duration);
 
   Moment clock() const { return now_ + clockError_; }
   platform::Clock::Uptime uptime() const { return {now_ - start_, awakeFor_}; }

@@ -34,10 +34,10 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
 
   Instant now() const override { return floor<seconds>(machine_.clock()); }
   Uptime uptime() const override { return machine_.uptime(); }
-  void sleep(seconds duration) override {
+  bool sleep(seconds duration) override {
     checkAssertion();
     judge_.toolSleeps(machine_.clock(), duration, wakeEvents());
-    machine_.sleepFor(duration);
+    return machine_.sleepFor(duration);
   }
 
   std::vector<std::optional<std::filesystem::path>> running(std::string_view, const Refused&) const override {

@@ -122,10 +122,10 @@ class MainLoop {
               " for launchd ThrottleInterval.");
     wakeScheduling_.set(event, services_.calendar);
     const auto end = services_.clock.uptime().total + throttleInterval;
+    bool isOver = false;
     while (!mustLookAgain(passBegan, earliest)) {
-      const auto remaining = ceil<seconds>(end - services_.clock.uptime().total);
-      if (remaining <= 0s) return false;
-      services_.clock.sleep(remaining);  // ends early if the clock is set forward
+      if (isOver) return false;
+      isOver = services_.clock.sleep(ceil<seconds>(end - services_.clock.uptime().total));
     }
     return true;
   }

@@ -23,8 +23,8 @@ class Clock {
 
   /// Blocks for `duration`. Signals do not shorten it, and time in which the machine is suspended counts. Can return
   /// early when the wall clock is set forward, since the time for which the caller waits may have come. Zero or less
-  /// returns at once.
-  virtual void sleep(std::chrono::seconds duration) = 0;
+  /// returns at once. Returns whether the duration is over.
+  virtual bool sleep(std::chrono::seconds duration) = 0;
 };
 
 }  // namespace zt::platform

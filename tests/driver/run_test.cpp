@@ -22,13 +22,14 @@ struct FakeRun : Clock, Applications, PowerAssertions, std::stringbuf, SharedFak
   }
 
   Instant now() const override { return time; }
-  void sleep(std::chrono::seconds duration) override {
+  bool sleep(std::chrono::seconds duration) override {
     add("sleep " + std::to_string(duration.count()));
     ++sleeps;
     const auto change = changesInSleeps[sleeps];
     const bool endsEarly = change > 0s;
     pass((endsEarly ? 4s : duration) + asleepInSleeps[sleeps], asleepInSleeps[sleeps]);
     time += change;
+    return !endsEarly;
   }
   Uptime uptime() const override { return up; }
   Paths running(std::string_view, const Refused&) const override { return add("running") ? runningCopies : Paths(); }
@@ -350,9 +351,10 @@ TEST(Run, TakesUpAChangeOfTheTimeZoneInTheNextPass) {
   expectRun(inWait, {"10"}, {"now", "ahead"}, "it is 13:34 at once, a minute that has not been served");
 
   struct : FakeRun {
-    void sleep(std::chrono::seconds duration) override {
-      FakeRun::sleep(duration);
+    bool sleep(std::chrono::seconds duration) override {
+      const bool isOver = FakeRun::sleep(duration);
       if (sleeps == 4) ::setenv("TZ", "AAA-2", 1);
+      return isOver;
     }
   } setBack;
   setBack.crontab = {thisMinute, nextMinute, lineAt("36", "third"), lineText("36 13 * * *", "ZTUtil ahead")};

@@ -9,7 +9,7 @@
 struct FakeMachine : Clock, ServiceManager {
   Instant now() const override { return clock; }
   Uptime uptime() const override { return {}; }
-  void sleep(std::chrono::seconds) override {}
+  bool sleep(std::chrono::seconds) override { return true; }
 
   std::vector<std::string> waitingTimers() override {
     if (!isThere) throw ServiceManagerError("Nobody there.");

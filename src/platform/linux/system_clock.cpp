@@ -49,8 +49,8 @@ Clock::Uptime SystemClock::uptime() const {
   return {.total = floor<milliseconds>(timeOf(CLOCK_BOOTTIME)), .awake = floor<milliseconds>(awake)};
 }
 
-void SystemClock::sleep(std::chrono::seconds duration) {
-  if (duration <= std::chrono::seconds{0}) return;
+bool SystemClock::sleep(std::chrono::seconds duration) {
+  if (duration <= std::chrono::seconds{0}) return true;
   const auto setForward = wallClockLead() + std::chrono::milliseconds{100};
   const FileHandle end = timer(CLOCK_BOOTTIME, 0, duration);
   // timerfd_create(2): this one is cancelled, and can be read, when the clock is set, forward or back, and when the
@@ -64,6 +64,7 @@ void SystemClock::sleep(std::chrono::seconds duration) {
     std::uint64_t expirations{};
     [[maybe_unused]] const auto size = ::read(jump.fileDescriptor(), &expirations, sizeof expirations);
   }
+  return either[0].revents != 0;
 }
 
 }  // namespace zt::platform

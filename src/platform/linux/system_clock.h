@@ -10,7 +10,7 @@ class SystemClock final : public Clock {
  public:
   Instant now() const override;
   Uptime uptime() const override;
-  void sleep(std::chrono::seconds duration) override;
+  bool sleep(std::chrono::seconds duration) override;
 };
 
 }  // namespace zt::platform
