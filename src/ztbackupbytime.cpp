@@ -2,6 +2,8 @@
 
 #include <iostream>
 #include <optional>
+#include <string>
+#include <string_view>
 
 #include "driver/run.h"
 #include "platform/linux/agent_wake_events.h"
@@ -16,9 +18,41 @@
 #include "platform/linux/user_scopes.h"
 #include "util/task_commands.h"
 
-int main() {
+namespace {
+
+constexpr auto* help = R"(usage: ztbackupbytime
+
+Starts the disk copies that the user's crontab schedules for this minute, and has the machine wake for the next one.
+A timer of the user's systemd runs it about once a minute:
+
+  systemctl --user enable --now ztbackupbytime.timer
+  ztschedules                                          shows what will be copied, and when
+
+It takes no arguments, except for these, which start nothing:
+
+  --help     print this text
+  --version  print the version
+)";
+
+/// Gives the exit status of a call with arguments.
+int answer(std::string_view argument, bool isOnlyOne) {
+  if (isOnlyOne && argument == "--help") {
+    std::cout << help;
+  } else if (isOnlyOne && argument == "--version") {
+    std::cout << "ztbackupbytime " VERSION "\n";
+  } else {
+    std::cerr << "ztbackupbytime: takes no arguments but --help or --version. Nothing was started.\n";
+    return 2;
+  }
+  return std::cout.flush() ? 0 : 2;
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
   using namespace zt::platform;
   setUpProcess();
+  if (count > 1) return answer(arguments[1], count == 2);
 
   SystemClock clock;
   SystemCalendar calendar;

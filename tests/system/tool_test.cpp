@@ -93,6 +93,16 @@ TEST_F(Tool, ReadsWordsInAnyEnvironmentAndPassesItOn) {
   }
 }
 
+TEST_F(Tool, StartsNothingIfItIsGivenArguments) {
+  for (const std::string arguments : {"--help", "--version", "--dry-run", "''", "-h", "--help --version"}) {
+    const auto isAnswered = arguments == "--help" || arguments == "--version";
+    const auto outcome = bash("exec 2> ~/errors;" TOOL " " + arguments + "; echo $?");
+    EXPECT_EQ(outcome.back(), isAnswered ? "0" : "2") << arguments;
+    EXPECT_EQ(outcome.size() > 1, isAnswered) << arguments;
+    EXPECT_EQ(bash("cat ~/errors").size(), isAnswered ? 0U : 1U) << arguments;
+  }
+}
+
 TEST_F(Tool, LeavesItsControllersNeitherFilesNorIgnoredSignals) {
   fs::remove(controller);
   fs::create_symlink("/bin/sleep", controller);
