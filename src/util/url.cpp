@@ -45,6 +45,12 @@ std::optional<URL> URL::parse(std::string_view text) {
   return URL(text, encodedPathOf(uri));
 }
 
+bool URL::hasScheme() const {
+  // In a relative reference, no colon comes before the first slash (RFC 3986, section 4.2).
+  const auto delimiter = text_.find_first_of(":/?#");
+  return delimiter != text_.npos && text_[delimiter] == ':';
+}
+
 std::string URL::path() const {
   return decoded(encodedPath_);
 }

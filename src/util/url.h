@@ -24,6 +24,8 @@ class URL {
 
   /// The text of the whole reference, as it was given.
   const std::string& absoluteString() const { return text_; }
+  /// Whether it is a whole URL, and not a relative reference.
+  bool hasScheme() const;
   /// The path, percent-decoded.
   std::string path() const;
 

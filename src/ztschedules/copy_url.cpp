@@ -3,7 +3,6 @@
 #include <string_view>
 
 #include "platform/task.h"
-#include "util/url.h"
 #include "ztschedules/echoed_word.h"
 #include "ztschedules/terminal_text.h"
 
@@ -15,9 +14,26 @@ std::string_view lastWord(const CrontabLine& line) {
   return command.substr(command.rfind(' ') + 1);  // all of a command without a blank
 }
 
+/// Whether bash can be given the command that echoes a word.
+bool canBeEchoed(std::string_view word) {
+  return platform::Task::isArgument("echo -n " + std::string(word));
+}
+
 }  // namespace
 
+std::optional<util::URL> certainURL(const CrontabLine& line) {
+  const auto word = lastWord(line);
+  if (!canBeEchoed(word)) return std::nullopt;
+  const auto [outcome, text] = echoed(word);
+  const bool isCertain = outcome == EchoedWord::Outcome::text && !text.empty();
+  return isCertain ? util::URL::parse(text) : std::nullopt;
+}
+
 std::string copyName(const CrontabLine& line) {
+  if (const auto url = certainURL(line)) {
+    const auto components = url->pathComponents();
+    return components.empty() || components.back() == "/" ? url->absoluteString() : components.back();
+  }
   const auto word = lastWord(line);
   auto path = word;
   const bool isInQuotes = path.size() > 1 && path.front() == path.back() && (path[0] == '"' || path[0] == '\'');
@@ -31,7 +47,7 @@ std::string copyName(const CrontabLine& line) {
 std::optional<std::string> urlError(const CrontabLine& line) {
   const auto word = lastWord(line);
   if (word.empty()) return "the command does not end in a URL";
-  if (!platform::Task::isArgument("echo -n " + std::string(word))) return "the URL is too long, or contains a NUL";
+  if (!canBeEchoed(word)) return "the URL is too long, or contains a NUL";
   const auto [outcome, text] = echoed(word);
   switch (outcome) {
     case EchoedWord::Outcome::uncertain:
@@ -50,8 +66,12 @@ std::optional<std::string> urlError(const CrontabLine& line) {
 
 std::optional<std::string> urlWarning(const CrontabLine& line) {
   // This is how crontab(1) prints the CR of a line that ends in CR LF.
-  if (!lastWord(line).ends_with("\\r")) return std::nullopt;
-  return "the URL ends in an r that stands for a CR: use LF alone to end the line";
+  if (lastWord(line).ends_with("\\r")) {
+    return "the URL ends in an r that stands for a CR: use LF alone to end the line";
+  }
+  const auto url = certainURL(line);
+  if (!url || url->hasScheme()) return std::nullopt;
+  return quote(url->absoluteString()) + " is not an absolute URL: write that of a folder as file:// and its path";
 }
 
 }  // namespace zt

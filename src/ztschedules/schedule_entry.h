@@ -20,6 +20,9 @@ struct ScheduleEntry {
   Diagnostics diagnostics{};
   bool due = false;               ///< whether it fires in the current minute
   std::optional<Instant> next{};  ///< when it fires first, from the start of that minute on
+
+  /// Whether copies are made when it fires, as far as is certain.
+  bool makesCopies() const { return next && !diagnostics.error; }
 };
 
 /// The marked lines of a crontab's text in their order, as of `now`. The tool reads nothing of a text that is not valid

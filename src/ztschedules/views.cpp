@@ -26,14 +26,14 @@ using Run =
 std::vector<Run> nextRuns(std::span<const ScheduleEntry> entries) {
   std::vector<Run> runs;
   for (const auto& entry : entries) {
-    if (entry.next) runs.emplace_back(*entry.next, &entry);
+    if (entry.makesCopies()) runs.emplace_back(*entry.next, &entry);
   }
   return runs;
 }
 
 std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar& calendar,
                       std::optional<std::size_t> columns) {
-  if (runs.empty()) return "No schedule ever runs.\n";
+  if (runs.empty()) return "No schedule makes a copy.\n";
   std::vector<Row> rows = {{"NEXT", "LEFT", "SCHEDULE", "COPY"}};
   for (const auto& [time, entry] : runs) {
     rows.push_back({printable(util::timeText(time, calendar)), util::timeLeft(time - now), describe(entry->schedule),
@@ -46,8 +46,8 @@ std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar&
 std::size_t countRuns(std::span<const ScheduleEntry> entries, std::chrono::local_days day, const Calendar& calendar) {
   std::size_t runs = 0;
   for (const auto& entry : entries) {
-    const auto& schedule = entry.schedule;
-    if (schedule.canFire() && schedule.firesOn(day)) runs += calendar.instants(day + *schedule.timeOfDay).size();
+    if (!entry.makesCopies() || !entry.schedule.firesOn(day)) continue;
+    runs += calendar.instants(day + *entry.schedule.timeOfDay).size();
   }
   return runs;
 }

@@ -8,14 +8,16 @@
 
 TEST(CopyUrl, HasTheNameOfTheCopy) {
   const auto name = [](const char* command) { return copyName(lineOf("0 5 * * *", command)); };
-  EXPECT_EQ(name("/ZTUtil file:///a/Copy%20Plan/"), "Copy%20Plan");
-  EXPECT_EQ(name(R"(/b/ZTUtil file:///a\ b\'c)"), R"(b\'c)");
+  EXPECT_EQ(name("/ZTUtil file:///a/Copy%20Plan/"), "Copy Plan");
+  EXPECT_EQ(name(R"(/b/ZTUtil file:///a\ b\'c)"), "b'c");
   EXPECT_EQ(name("/ZTUtil file:///a/b?c/d#e/"), "b");
   EXPECT_EQ(name("/ZTUtil file:///a/b//"), "b");
   EXPECT_EQ(name("/ZTUtil name"), "name");
   EXPECT_EQ(name("file:///ZTUtil"), "ZTUtil");
   EXPECT_EQ(name("/ZTUtil file:///"), "file:///");
   EXPECT_EQ(name("/ZTUtil 'file:///a/b/'"), "b");
+  EXPECT_EQ(name("/ZTUtil https://host"), "https://host");
+  EXPECT_EQ(name(R"(/ZTUtil "file://$HOME/Copy%20Plan/")"), "Copy%20Plan") << "only bash knows the URL";
   EXPECT_EQ(name("/ZTUtil "), "");
 }
 
@@ -67,8 +69,11 @@ TEST(CopyUrl, HasAnErrorOnlyIfBashMakesNoUrlOfIt) {
   }
 }
 
-TEST(CopyUrl, HasAWarningIfTheLineEndedInACarriageReturn) {
+TEST(CopyUrl, HasAWarningIfItIsProbablyNotWhatWasMeant) {
   const auto warning = [](const char* url) { return urlWarning(lineOf("0 5 * * *", url)); };
-  EXPECT_EQ(warning("letter"), std::nullopt);
+  EXPECT_EQ(warning("file:///letter"), std::nullopt);
+  EXPECT_EQ(warning("/$letter"), std::nullopt) << "only bash knows";
   EXPECT_EQ(warning(R"(a\r)"), "the URL ends in an r that stands for a CR: use LF alone to end the line");
+  EXPECT_EQ(warning("/Copy\\%20Plan#a:b"),
+            "/Copy%20Plan#a:b is not an absolute URL: write that of a folder as file:// and its path");
 }

@@ -6,8 +6,9 @@
 struct Views : testing::Test {
   const Zone zone{"America/New_York"};
   const Instant now = at("2027-11-07 01:30:20 -0400");
+  const std::string japanese = "%E6%97%A5%E6%9C%AC%E8%AA%9E";  // 日本語
   const std::vector<ScheduleEntry> entries =
-      readScheduleEntries(lineText("30 9 15-21 * 1", "/ZTUtil file:///Plans/日本語のコピー日本語のコピー") +
+      readScheduleEntries(lineText("30 9 15-21 * 1", "/ZTUtil file:///" + japanese + japanese + japanese + japanese) +
                               "\n*/5 * * * * other\n\n" + lineText("30 1 * * 1-5,0", "/ZTUtil file:///Documents") +
                               "\n" + lineText("30 1 15 6 *", "/É/ZTUtil file:///Mid") + "\n",
                           now, zone.calendar);
@@ -18,21 +19,19 @@ TEST_F(Views, ShowTables) {
             "NEXT                      LEFT    SCHEDULE            COPY\n"
             "Sun 2027-11-07 01:30 EDT  now     Mon, Fri and Sun    Documents\n"
             "                                  at 01:30\n"
-            "Mon 2027-11-15 09:30 EST  8 days  3rd Monday of the   日本語のコピー日本\n"
-            "                                  month at 09:30      語のコピー\n");
+            "Mon 2027-11-15 09:30 EST  8 days  3rd Monday of the   日本語日本語日本語\n"
+            "                                  month at 09:30      日本語\n");
   EXPECT_EQ(runsView(entries, 3, now, zone.calendar, {}),
             "NEXT                      LEFT   SCHEDULE                   COPY\n"
             "Sun 2027-11-07 01:30 EDT  now    Mon, Fri and Sun at 01:30  Documents\n"
             "Sun 2027-11-07 01:30 EST  59min  Mon, Fri and Sun at 01:30  Documents\n"
             "Mon 2027-11-08 01:30 EST  1 day  Mon, Fri and Sun at 01:30  Documents\n");
   EXPECT_EQ(problemsView(entries, {}),
-            "LINE  COPY                          PROBLEM\n"
-            "1     日本語のコピー日本語のコピー  \"file:///Plans/日本語のコピー日本語のコ…\""
-            " is not a URL: percent-encode what a URL cannot contain\n"
-            "4     Documents                     warning: day of week 1-5,0 means only Monday, Friday and Sunday: list "
+            "LINE  COPY       PROBLEM\n"
+            "4     Documents  warning: day of week 1-5,0 means only Monday, Friday and Sunday: list "
             "each day, as in 1,2,3 (Sunday is 0)\n"
-            "5     Mid                           day of month 15 matches no day: use 1-7, 8-14, 15-21 or 22-31\n"
-            "5     Mid                           warning: month 6 is ignored: the schedule runs in every month\n");
+            "5     Mid        day of month 15 matches no day: use 1-7, 8-14, 15-21 or 22-31\n"
+            "5     Mid        warning: month 6 is ignored: the schedule runs in every month\n");
 }
 
 TEST_F(Views, ShowAMonth) {
