@@ -78,20 +78,24 @@ Message fieldCountError(const CrontabLine& line) {
          ": 6 are needed, separated by single TABs, with no TAB in the command";
 }
 
-/// The error of a text, explained by the CR LF that the text contains, if it does: only LF alone ends a line.
-Message explained(Message error, std::string_view text) {
-  if (!error || text.find("\r\n") == text.npos) return error;
+/// Only LF alone ends a line.
+Message lineEndError(std::string_view text) {
+  if (text.find("\r\n") == text.npos) return std::nullopt;
   return "the line ends in CR LF: use LF alone";
 }
 
-/// Why a line that begins with a # makes no copy. The rest of it, which is diagnosed as well, does not begin with one.
-Message commentError(std::string_view text) {
-  const auto start = text.find_first_not_of(blanksAndTabs);
-  if (start == text.npos || text[start] != '#') return std::nullopt;
+/// The error of a text, explained by its line end if that is wrong.
+Message explained(Message error, std::string_view text) {
+  const auto explanation = lineEndError(text);
+  return error && explanation ? explanation : error;
+}
+
+/// The rest of the line, which is diagnosed as well, does not begin with a #.
+Diagnostics diagnoseComment(std::string_view text) {
   const auto prefix = text.substr(0, text.find_first_not_of("# \t"));
-  const bool wouldRun = !diagnose(CrontabLine(std::string(text.substr(prefix.size())))).error;
-  if (wouldRun) return "commented out: remove " + quote(prefix) + " to enable it";
-  return explained("a comment, not a schedule", text);
+  const auto [error, warning] = diagnose(CrontabLine(std::string(text.substr(prefix.size()))));
+  if (error) return {.error = lineEndError(text), .warning = {}};  // of the lines that it includes by that
+  return {.error = {}, .warning = joined({"commented out: remove " + quote(prefix) + " to enable it", warning})};
 }
 
 std::string nameOf(Field field) {
@@ -135,10 +139,14 @@ Message fieldWarning(const CrontabLine& line, const Schedule& schedule, Field fi
 
 }  // namespace
 
+bool isComment(std::string_view line) {
+  const auto start = line.find_first_not_of(blanksAndTabs);
+  return start != line.npos && line[start] == '#';
+}
+
 Diagnostics diagnose(const CrontabLine& line) {
-  auto lineError = commentError(line.crontabLine());
-  if (!lineError) lineError = explained(fieldCountError(line), line.crontabLine());
-  if (line.parts().size() != CrontabLine::fieldCount) return {.error = lineError, .warning = {}};
+  if (isComment(line.crontabLine())) return diagnoseComment(line.crontabLine());
+  if (auto error = fieldCountError(line)) return {.error = explained(error, line.crontabLine()), .warning = {}};
 
   using enum CrontabLine::Field;
   const auto schedule = parse(line);
@@ -146,8 +154,7 @@ Diagnostics diagnose(const CrontabLine& line) {
     return explained(field == command ? urlError(line) : fieldError(line, schedule, field), line.part(field));
   };
   const auto warning = [&](Field field) { return fieldWarning(line, schedule, field); };
-  const auto errors = joined({error(minute), error(hour), error(dayOfMonth), error(dayOfWeek), error(command)});
-  return {.error = lineError ? lineError : errors,
+  return {.error = joined({error(minute), error(hour), error(dayOfMonth), error(dayOfWeek), error(command)}),
           .warning = joined({warning(dayOfMonth), warning(month), warning(dayOfWeek), urlWarning(line)})};
 }
 

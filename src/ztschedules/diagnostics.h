@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "schedules/schedule.h"
 
@@ -13,8 +14,11 @@ struct Diagnostics {
   std::optional<std::string> warning;  ///< what the line means, if it seems to mean something else
 };
 
+/// Whether a line begins with a #, after blanks.
+bool isComment(std::string_view line);
+
 /// The diagnostics of a line with any number of fields. Without an error it makes copies, as far as can be known
-/// without asking bash.
+/// without asking bash, or it is a comment. A comment has a warning if it would make copies without its #.
 Diagnostics diagnose(const CrontabLine& line);
 
 }  // namespace zt

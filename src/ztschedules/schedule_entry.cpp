@@ -45,10 +45,11 @@ std::vector<ScheduleEntry> readScheduleEntries(std::string_view crontab, Instant
     number += lineFeeds({counted, text.data()});
     counted = text.data();
     if (!isMarked(text)) continue;
-    CrontabLine line{std::string(text)};
-    entries.push_back(error ? ScheduleEntry{.number = number, .line = std::move(line), .diagnostics = {error, {}}}
-                            : entryOf(number, std::move(line), now, calendar));
-    entries.back().copy = shortened(copyName(entries.back().line), mostColumns);
+    auto entry = entryOf(number, CrontabLine{std::string(text)}, now, calendar);
+    if (isComment(text) && !entry.diagnostics.error && !entry.diagnostics.warning) continue;
+    if (error) entry = {.number = number, .line = entry.line, .diagnostics = {error, {}}};
+    entry.copy = shortened(copyName(entry.line), mostColumns);
+    entries.push_back(std::move(entry));
   }
   return entries;
 }

@@ -25,8 +25,8 @@ struct ScheduleEntry {
   bool makesCopies() const { return next && !diagnostics.error; }
 };
 
-/// The marked lines of a crontab's text in their order, as of `now`. The tool reads nothing of a text that is not valid
-/// UTF-8: that is the error of every line then.
+/// The marked lines of a crontab's text in their order, as of `now`, without those comments that have no diagnostics.
+/// The tool reads nothing of a text that is not valid UTF-8: that is the error of every line then.
 std::vector<ScheduleEntry> readScheduleEntries(std::string_view crontab, Instant now, const Calendar& calendar);
 
 }  // namespace zt

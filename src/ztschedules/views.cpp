@@ -119,13 +119,16 @@ std::string jsonView(std::span<const ScheduleEntry> entries, const Calendar& cal
   auto array = Json::array();
   for (const auto& entry : entries) {
     const auto& next = entry.next;
-    const auto& error = entry.diagnostics.error;
-    array.push_back({{"line", entry.line.crontabLine()},
+    const auto text = [](const auto& message) { return message ? Json(*message) : Json(); };
+    array.push_back({{"lineNumber", entry.number},
+                     {"line", entry.line.crontabLine()},
+                     {"copy", entry.copy},
                      {"due", entry.due},
                      {"next", next ? Json(next->time_since_epoch().count()) : Json()},
                      {"nextLocal", next ? Json(util::rfc3339(*next, calendar)) : Json()},
                      {"schedule", describe(entry.schedule)},
-                     {"problem", error ? Json(*error) : Json()}});
+                     {"problem", text(entry.diagnostics.error)},
+                     {"warning", text(entry.diagnostics.warning)}});
   }
   // ASCII only, so that control characters beyond ASCII are escaped as well.
   return array.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";

@@ -25,9 +25,9 @@ std::string runsView(std::span<const ScheduleEntry> entries, std::size_t count, 
 std::string monthView(std::span<const ScheduleEntry> entries, std::chrono::year_month month, const Calendar& calendar,
                       bool inColor);
 
-/// A JSON array (RFC 8259, in ASCII) with an object for each entry: "line", its text, with U+FFFD for what is not
-/// UTF-8; "due"; "next", in seconds since 1970, and "nextLocal", by RFC 3339, or null; "schedule"; "problem", the
-/// error, or null.
+/// A JSON array (RFC 8259, in ASCII) with an object for each entry: "lineNumber"; "line", its text, with U+FFFD for
+/// what is not UTF-8; "copy", its name; "due"; "next", in seconds since 1970, and "nextLocal", by RFC 3339, or null;
+/// "schedule"; "problem", the error, and "warning", or null.
 std::string jsonView(std::span<const ScheduleEntry> entries, const Calendar& calendar);
 
 /// The errors and warnings; empty if there are none.

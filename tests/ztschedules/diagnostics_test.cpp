@@ -45,12 +45,13 @@ TEST(Diagnostics, SayWhyALineIsNoSchedule) {
   expect(CrontabLine("you may not use ZTUtil"),
          "1 field: 6 are needed, separated by single TABs, with no TAB in the command");
   expect(lineOf("0 5 * * *", "/ZTUtil x\r\n"), "the line ends in CR LF: use LF alone");
-  expect(CrontabLine(" # " + lineText("0 5 * * *")), "commented out: remove \" # \" to enable it");
-  expect(CrontabLine("#" + lineText("0 5 * * 7")), "a comment, not a schedule");
+  expect(CrontabLine(" # " + lineText("0 5 * * *")), "", "commented out: remove \" # \" to enable it");
+  expect(CrontabLine("#" + lineText("0 5 * * 7")), "");
   expect(CrontabLine("# ZTUtil\r\n"), "the line ends in CR LF: use LF alone");
+  expect(CrontabLine("#\r\n" + lineText("0 5 * * *")), "the line ends in CR LF: use LF alone");
   expect(CrontabLine("A=b\r\n" + lineText("0 24 * * *", "ZTUtil a\r\n")),
          "the line ends in CR LF: use LF alone; hour 24 is not in the range 0 to 23");
-  expect(CrontabLine("#" + lineText("0 5 * \r\n *", "A\r\n ZTUtil file:a")), "commented out: remove # to enable it",
-         "month \"\\x0d\\x0a\" is ignored: the schedule runs in every month");
+  expect(CrontabLine("#" + lineText("0 5 * \r\n *", "A\r\n ZTUtil file:a")), "",
+         "commented out: remove # to enable it; month \"\\x0d\\x0a\" is ignored: the schedule runs in every month");
   expect(lineOf("0 5 * * *", "ZTUtil file:a;#\r\n"), "");
 }

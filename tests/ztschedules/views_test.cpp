@@ -53,29 +53,35 @@ TEST_F(Views, ShowAMonth) {
 }
 
 TEST_F(Views, ShowJson) {
-  EXPECT_EQ(jsonView(std::span(entries).subspan(1), zone.calendar), R"([
+  EXPECT_EQ(jsonView(std::span(entries).subspan(1), zone.calendar), R"json([
   {
+    "lineNumber": 4,
     "line": "30\t1\t*\t*\t1-5,0\t/ZTUtil file:///Documents",
+    "copy": "Documents",
     "due": true,
     "next": 1825565400,
     "nextLocal": "2027-11-07T01:30:00-04:00",
     "schedule": "Mon, Fri and Sun at 01:30",
-    "problem": null
+    "problem": null,
+    "warning": "day of week 1-5,0 means only Monday, Friday and Sunday: list each day, as in 1,2,3 (Sunday is 0)"
   },
   {
+    "lineNumber": 5,
     "line": "30\t1\t15\t6\t*\t/\u00c9/ZTUtil file:///Mid",
+    "copy": "Mid",
     "due": false,
     "next": null,
     "nextLocal": null,
     "schedule": "never",
-    "problem": "day of month 15 matches no day: use 1-7, 8-14, 15-21 or 22-31"
+    "problem": "day of month 15 matches no day: use 1-7, 8-14, 15-21 or 22-31",
+    "warning": "month 6 is ignored: the schedule runs in every month"
   }
 ]
-)");
+)json");
 }
 
 TEST_F(Views, ShowOnlyOneErrorIfTheTextIsNotUtf8) {
-  const auto broken = readScheduleEntries(lineText("0 5 * * *") + "\n\n# \xff\n", now, zone.calendar);
+  const auto broken = readScheduleEntries(lineText("0 5 * * *") + "\n\n# ZTUtil \xff\n", now, zone.calendar);
   ASSERT_EQ(broken.size(), 1U);
   EXPECT_EQ(broken[0].diagnostics.error, "line 3 is not UTF-8, so no line is read");
   EXPECT_FALSE(broken[0].schedule.canFire());
