@@ -2,13 +2,16 @@
 
 #include <unistd.h>
 
+#include <future>
 #include <memory>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 #include "discovery/crontab_reader.h"
 #include "platform/file_contents.h"
 #include "platform/task.h"
+#include "util/text.h"
 #include "ztschedules/terminal_text.h"
 
 namespace zt {
@@ -16,27 +19,47 @@ namespace {
 
 using platform::fileContents;
 
+/// Whether this is what crontab prints for a user who has none: Vixie cron and systemd-cron, or bcron.
+bool saysThereIsNone(std::string_view message) {
+  return message.find("no crontab for ") != message.npos || message.find("Crontab does not exist") != message.npos;
+}
+
 /// Not the tool's way to run commands: that loses the exit status, and with it the difference between an empty crontab
-/// and one that cannot be read.
+/// and one that cannot be read. It also takes messages for lines, which would not have their numbers then.
 std::string usersCrontab(const platform::FileManager& fileManager) {
   if (!fileManager.isExecutableFile(crontabProgram)) {
     throw std::runtime_error(std::string("cannot run ") + crontabProgram);
   }
+  std::string errorText;
+  std::promise<void> endOfErrors;
   platform::Task task(crontabProgram, std::vector<std::string>{crontabArgument});
   const auto output = std::make_shared<platform::Pipe>();
+  const auto errors = std::make_shared<platform::Pipe>();
   task.setStandardOutput(output);
-  task.setStandardError(output);
+  task.setStandardError(errors);
   task.launch();
+  // Both are read at once: crontab would wait for ever to write into a full pipe.
+  errors->fileHandleForReading().setReadabilityHandler([&](platform::FileHandle& handle) {
+    const auto data = handle.availableData();
+    errorText += data;
+    if (!data.empty()) return;
+    handle.setReadabilityHandler(nullptr);
+    endOfErrors.set_value();
+  });
   auto text = fileContents(output->fileHandleForReading().fileDescriptor(), crontabProgram);
   task.waitUntilExit();
-  if (task.terminationStatus() == 0) return text;
+  endOfErrors.get_future().wait();
 
-  const auto message = text.substr(0, text.find('\n'));
-  if (!message.starts_with("no crontab for ")) {
-    throw std::runtime_error("crontab failed with status " + std::to_string(task.terminationStatus()) + ": " + message);
+  const int status = task.terminationStatus();
+  const bool isMissing = status != 0 && saysThereIsNone(errorText);
+  const auto messages = util::lines(errorText.empty() && status != 0 ? text : errorText);
+  if (status != 0 && !isMissing) {
+    std::string reasons;
+    for (const auto& message : messages) reasons += (reasons.empty() ? ": " : "; ") + message;
+    throw std::runtime_error("crontab failed with status " + std::to_string(status) + reasons);
   }
-  printMessage(message);
-  return {};
+  for (const auto& message : messages) printMessage(message);
+  return isMissing ? std::string() : text;
 }
 
 }  // namespace

@@ -44,9 +44,28 @@ TEST_F(Viewer, EndsWithAStatusAndAMessage) {
             (Texts{"ztschedules: no crontab for root", "No schedules: no line contains ZTUtil."}));
   EXPECT_EQ(bash("mount --bind /dev/null /usr/bin/crontab;" ZTSCHEDULES "; echo $?; umount /usr/bin/crontab"),
             (Texts{"ztschedules: cannot run /usr/bin/crontab", "2"}));
-  EXPECT_EQ(bash("printf '#!/bin/sh\\necho refused\\nexit 7' > crontab; chmod +x crontab; mount --bind crontab "
-                 "/usr/bin/crontab;" ZTSCHEDULES "; echo $?; umount /usr/bin/crontab"),
-            (Texts{"ztschedules: crontab failed with status 7: refused", "2"}));
+}
+
+TEST_F(Viewer, TakesWhatEachCrontabProgramPrints) {
+  const auto withCrontab = [](const std::string& program) {
+    std::ofstream("crontab") << "#!/bin/sh\n" << program;
+    return bash("chmod +x crontab; mount --bind crontab /usr/bin/crontab;" ZTSCHEDULES
+                " --json; echo $?; umount /usr/bin/crontab");
+  };
+  const Texts none = {"[]", "0"};
+  const auto after = [](const char* message, Texts rest) {
+    rest.insert(rest.begin(), message);
+    return rest;
+  };
+  EXPECT_EQ(withCrontab("echo refused\nexit 7"), (Texts{"ztschedules: crontab failed with status 7: refused", "2"}));
+  EXPECT_EQ(withCrontab("echo no crontab for me >&2; exit 2"), after("ztschedules: no crontab for me", none));
+  EXPECT_EQ(withCrontab("echo bcrontab: Fatal: Crontab does not exist >&2; exit 111"),
+            after("ztschedules: bcrontab: Fatal: Crontab does not exist", none));
+  EXPECT_EQ(withCrontab("printf 'not allowed\n\\033see crontab(1)\n' >&2; exit 1"),
+            (Texts{"ztschedules: crontab failed with status 1: not allowed; \\x1bsee crontab(1)", "2"}));
+  const auto lines = withCrontab("seq 20000 >&2; cat good; echo >&2");
+  EXPECT_EQ(std::ranges::count(lines, "    \"lineNumber\": 1,"), 1) << "messages are no lines";
+  EXPECT_EQ(lines.front(), "ztschedules: 1");
 }
 
 TEST_F(Viewer, UsesColorOnlyInATerminal) {
