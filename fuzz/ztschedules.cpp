@@ -83,12 +83,12 @@ void check(std::string_view input) {
     require(entry.line.crontabLine().starts_with(all.at(entry.number - 1)), "an entry has the number of its line");
   }
   checkJson(entries, zone.calendar);
-  const auto columns = 64 + input.size() % 64;
-  checkView(nextRunsView(entries, now, zone.calendar, columns), columns);
-  checkView(problemsView(entries, columns), columns);
+  const auto columns = 27 + input.size() % 64;
+  checkView(nextRunsView(entries, now, zone.calendar, {columns}), columns);
+  checkView(problemsView(entries, {columns}), columns);
   checkView(runsView(entries, 20, now, zone.calendar, {}));
   const std::chrono::year_month_day date{std::chrono::floor<std::chrono::days>(zone.calendar.localTime(now))};
-  checkView(monthView(entries, {date.year(), date.month()}, zone.calendar, false), columns);
+  checkView(monthView(entries, {date.year(), date.month()}, zone.calendar, {columns}), columns);
 }
 
 }  // namespace zt

@@ -61,31 +61,33 @@ constexpr std::size_t gap = 2;  // between two columns
 
 /// The width of each column that its widest cell needs.
 Widths naturalWidths(const std::vector<Row>& rows) {
-  Widths widths(rows.front().size());
+  Widths widths(rows.front().cells.size());
   for (const auto& row : rows) {
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], displayWidth(row[i]));
+    for (std::size_t i = 0; i < widths.size(); ++i) widths[i] = std::max(widths[i], displayWidth(row.cells[i]));
   }
   return widths;
 }
 
-/// Takes a column off the widest flexible one until the table fits or all of them are at their minimum.
-void shrink(Widths& widths, std::size_t firstFlexible, std::size_t columns) {
-  constexpr std::size_t minimum = 10;
+/// Takes a column off the widest flexible one until the table fits. Gives whether it does before all of them are at
+/// their minimum.
+bool shrink(Widths& widths, std::size_t firstFlexible, std::size_t columns) {
+  constexpr std::size_t minimum = 14;
   const auto flexible = std::span(widths).subspan(firstFlexible);
   auto total = std::accumulate(widths.begin(), widths.end(), gap * (widths.size() - 1));
   for (; total > columns; --total) {
     auto& widest = *std::ranges::max_element(flexible);
-    if (widest <= minimum) return;
+    if (widest <= minimum) return false;
     --widest;
   }
+  return true;
 }
 
 /// A row as lines of the table: as many as its highest cell has when it is wrapped.
-std::string wrappedRow(const Row& row, const Widths& widths) {
+std::string wrappedRow(const Row& row, const Widths& widths, bool hasColor) {
   std::vector<std::vector<std::string_view>> cells;
   std::size_t height = 0;
-  for (std::size_t column = 0; column < row.size(); ++column) {
-    cells.push_back(wrapped(row[column], widths[column]));
+  for (std::size_t column = 0; column < widths.size(); ++column) {
+    cells.push_back(wrapped(row.cells[column], widths[column]));
     height = std::max(height, cells.back().size());
   }
   std::string result;
@@ -95,7 +97,24 @@ std::string wrappedRow(const Row& row, const Widths& widths) {
       const auto text = i < cells[column].size() ? cells[column][i] : std::string_view();
       line.append(text).append(widths[column] - displayWidth(text) + gap, ' ');
     }
-    result.append(line, 0, line.find_last_not_of(' ') + 1).append("\n");
+    line.resize(line.find_last_not_of(' ') + 1);
+    result += styled(line, row.style, hasColor) + '\n';
+  }
+  return result;
+}
+
+/// A table that is too wide, as a block for each row.
+std::string blocks(const std::vector<Row>& rows, const platform::Terminal& terminal) {
+  const auto& header = rows.front().cells;
+  std::size_t labelWidth = 0;
+  for (const auto& label : header) labelWidth = std::max(labelWidth, displayWidth(label));
+  const Widths widths = {labelWidth, std::max(*terminal.columns, labelWidth + 2 * gap) - labelWidth - gap};
+  std::string result;
+  for (const auto& row : std::span(rows).subspan(1)) {
+    if (!result.empty()) result += '\n';
+    for (std::size_t i = 0; i < header.size(); ++i) {
+      result += wrappedRow({{header[i], row.cells[i]}, row.style}, widths, terminal.hasColor);
+    }
   }
   return result;
 }
@@ -151,11 +170,19 @@ void printMessage(std::string_view text) {
   std::cerr << "ztschedules: " << printable(text) << '\n';
 }
 
-std::string table(const std::vector<Row>& rows, std::size_t firstFlexible, std::optional<std::size_t> columns) {
+std::string styled(std::string_view text, Style style, bool hasColor) {
+  // Select Graphic Rendition of ECMA-48: 1 is bold, 31 red, 32 green, 33 yellow.
+  static constexpr std::array<std::string_view, 5> codes = {"", "1", "1;32", "31", "33"};
+  if (!hasColor || style == Style::plain) return std::string(text);
+  std::string result = "\x1b[";
+  return result.append(codes.at(static_cast<std::size_t>(style))).append("m").append(text).append("\x1b[0m");
+}
+
+std::string table(const std::vector<Row>& rows, std::size_t firstFlexible, const platform::Terminal& terminal) {
   auto widths = naturalWidths(rows);
-  if (columns) shrink(widths, firstFlexible, *columns);
+  if (terminal.columns && !shrink(widths, firstFlexible, *terminal.columns)) return blocks(rows, terminal);
   std::string result;
-  for (const auto& row : rows) result += wrappedRow(row, widths);
+  for (const auto& row : rows) result += wrappedRow(row, widths, terminal.hasColor);
   return result;
 }
 

@@ -1,10 +1,12 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "platform/terminal.h"
 
 namespace zt {
 
@@ -29,11 +31,21 @@ std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns
 /// Writes a message, made printable, to standard error as a line of ztschedules.
 void printMessage(std::string_view text);
 
-using Row = std::vector<std::string>;
+/// What a text stands for, which its colour shows.
+enum class Style : std::uint8_t { plain, dueNow, dueDay, error, warning };
 
-/// A table of printable cells, with two blanks between columns. There is at least one row, and all rows have the same
-/// number of cells. If the table is wider than `columns`, the columns from `firstFlexible` on are made narrower, down
-/// to 10, and their cells wrapped.
-std::string table(const std::vector<Row>& rows, std::size_t firstFlexible, std::optional<std::size_t> columns);
+/// A printable text in the colour of a style; unchanged without colour.
+std::string styled(std::string_view text, Style style, bool hasColor);
+
+struct Row {
+  std::vector<std::string> cells;  ///< printable
+  Style style = Style::plain;
+};
+
+/// A table with two blanks between columns. The first row is its header; all rows have the same number of cells. If the
+/// table is wider than the terminal, the columns from `firstFlexible` on are made narrower, and their cells wrapped. If
+/// these would get too narrow to read, each row becomes a block, with a line for each cell behind its header. A block
+/// needs 12 columns.
+std::string table(const std::vector<Row>& rows, std::size_t firstFlexible, const platform::Terminal& terminal);
 
 }  // namespace zt

@@ -49,15 +49,15 @@ int show(const Options& options, const ViewerServices& services) {
   if (options.json) {
     view = jsonView(entries, calendar);
   } else if (month) {
-    view = monthView(entries, *month, calendar, terminal.hasColor);
+    view = monthView(entries, *month, calendar, terminal);
   } else if (entries.empty() && !options.check) {
     view = "No schedules: no line contains " + std::string(marker) + ".\n";
   } else if (options.count) {
-    view = runsView(entries, *options.count, now, calendar, terminal.columns);
+    view = runsView(entries, *options.count, now, calendar, terminal);
   } else if (!options.check) {
-    view = nextRunsView(entries, now, calendar, terminal.columns);
+    view = nextRunsView(entries, now, calendar, terminal);
   }
-  const auto problems = options.json ? std::string() : problemsView(entries, terminal.columns);
+  const auto problems = options.json ? std::string() : problemsView(entries, terminal);
   std::cout << view << (view.empty() || problems.empty() ? "" : "\n") << problems;
 
   const bool hasErrors =

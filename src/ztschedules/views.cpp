@@ -5,7 +5,6 @@
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <queue>
-#include <sstream>
 #include <utility>
 #include <vector>
 
@@ -32,14 +31,15 @@ std::vector<Run> nextRuns(std::span<const ScheduleEntry> entries) {
 }
 
 std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar& calendar,
-                      std::optional<std::size_t> columns) {
+                      const platform::Terminal& terminal) {
   if (runs.empty()) return "No schedule makes a copy.\n";
-  std::vector<Row> rows = {{"NEXT", "LEFT", "SCHEDULE", "COPY"}};
+  std::vector<Row> rows = {{{"NEXT", "LEFT", "SCHEDULE", "COPY"}}};
   for (const auto& [time, entry] : runs) {
-    rows.push_back({printable(util::timeText(time, calendar)), util::timeLeft(time - now), describe(entry->schedule),
-                    entry->copy});
+    rows.push_back({{printable(util::timeText(time, calendar)), util::timeLeft(time - now), describe(entry->schedule),
+                     entry->copy},
+                    time <= now ? Style::dueNow : Style::plain});
   }
-  return table(rows, 2, columns);
+  return table(rows, 2, terminal);
 }
 
 /// How many runs there are on a local day.
@@ -52,19 +52,19 @@ std::size_t countRuns(std::span<const ScheduleEntry> entries, std::chrono::local
   return runs;
 }
 
-std::string highlighted(const std::string& day, bool inColor) {
-  return inColor ? "\x1b[1;32m" + day + "\x1b[0m " : day + "*";
+std::string highlighted(const std::string& day, bool hasColor) {
+  return hasColor ? styled(day, Style::dueDay, hasColor) + " " : day + "*";
 }
 
 /// The days of a month in lines from Monday to Sunday. Those that have `runs`, a number for each day, are highlighted.
-std::string weeksOf(std::chrono::year_month month, const std::vector<std::size_t>& runs, bool inColor) {
+std::string weeksOf(std::chrono::year_month month, const std::vector<std::size_t>& runs, bool hasColor) {
   std::string result;
   const std::chrono::weekday firstWeekday{std::chrono::local_days{month / 1}};
   auto column = (firstWeekday - std::chrono::Monday).count();
   std::string week(static_cast<std::size_t>(column) * 4, ' ');
   for (std::size_t day = 1; day <= runs.size(); ++day) {
     const auto number = util::formatted(std::chrono::local_days{month / static_cast<int>(day)}, "%e");
-    week.append(" ").append(runs[day - 1] > 0 ? highlighted(number, inColor) : number + " ");
+    week.append(" ").append(runs[day - 1] > 0 ? highlighted(number, hasColor) : number + " ");
     if (++column % 7 == 0 || day == runs.size()) {
       result.append(week, 0, week.find_last_not_of(' ') + 1).append("\n");
       week.clear();
@@ -76,14 +76,14 @@ std::string weeksOf(std::chrono::year_month month, const std::vector<std::size_t
 }  // namespace
 
 std::string nextRunsView(std::span<const ScheduleEntry> entries, Instant now, const Calendar& calendar,
-                         std::optional<std::size_t> columns) {
+                         const platform::Terminal& terminal) {
   auto runs = nextRuns(entries);
   std::ranges::sort(runs);
-  return runsTable(runs, now, calendar, columns);
+  return runsTable(runs, now, calendar, terminal);
 }
 
 std::string runsView(std::span<const ScheduleEntry> entries, std::size_t count, Instant now, const Calendar& calendar,
-                     std::optional<std::size_t> columns) {
+                     const platform::Terminal& terminal) {
   std::priority_queue ahead(std::greater<>(), nextRuns(entries));
   std::vector<Run> runs;
   while (runs.size() < count && !ahead.empty()) {
@@ -91,11 +91,11 @@ std::string runsView(std::span<const ScheduleEntry> entries, std::size_t count, 
     ahead.pop();
     if (const auto next = nextRunDate(entry->schedule, time + 1min, calendar)) ahead.emplace(*next, entry);
   }
-  return runsTable(runs, now, calendar, columns);
+  return runsTable(runs, now, calendar, terminal);
 }
 
 std::string monthView(std::span<const ScheduleEntry> entries, std::chrono::year_month month, const Calendar& calendar,
-                      bool inColor) {
+                      const platform::Terminal& terminal) {
   std::vector<std::size_t> runs;
   for (std::chrono::local_days day{month / 1}; day <= std::chrono::local_days{month / std::chrono::last}; ++day) {
     runs.push_back(countRuns(entries, day, calendar));
@@ -104,14 +104,18 @@ std::string monthView(std::span<const ScheduleEntry> entries, std::chrono::year_
   const std::string title = util::formatted(std::chrono::local_days{month / 1}, "%B %Y");
   const auto daysWithRuns = static_cast<std::ptrdiff_t>(runs.size()) - std::ranges::count(runs, 0U);
 
-  std::ostringstream view;
-  view << std::string((weekdays.size() - title.size()) / 2, ' ') << title << '\n'
-       << weekdays << '\n'
-       << weeksOf(month, runs, inColor) << '\n'
-       << highlighted("dd", inColor)
-       << " a day on which copies are due: " << std::accumulate(runs.begin(), runs.end(), 0UL) << " on " << daysWithRuns
-       << (daysWithRuns == 1 ? " day" : " days") << '\n';
-  return view.str();
+  const std::string legend =
+      "a day on which copies are due: " + std::to_string(std::accumulate(runs.begin(), runs.end(), 0UL)) + " on " +
+      std::to_string(daysWithRuns) + (daysWithRuns == 1 ? " day" : " days");
+  const auto columns = std::max(terminal.columns.value_or(80), weekdays.size());
+  auto indent = highlighted("dd", terminal.hasColor) + " ";
+
+  std::string view = std::string((weekdays.size() - title.size()) / 2, ' ') + title + '\n' + weekdays + '\n' +
+                     weeksOf(month, runs, terminal.hasColor) + '\n';
+  for (const auto line : wrapped(legend, columns - 4)) {
+    view.append(std::exchange(indent, "    ")).append(line).append("\n");
+  }
+  return view;
 }
 
 std::string jsonView(std::span<const ScheduleEntry> entries, const Calendar& calendar) {
@@ -134,17 +138,17 @@ std::string jsonView(std::span<const ScheduleEntry> entries, const Calendar& cal
   return array.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
 }
 
-std::string problemsView(std::span<const ScheduleEntry> entries, std::optional<std::size_t> columns) {
-  std::vector<Row> rows = {{"LINE", "COPY", "PROBLEM"}};
-  const auto add = [&](const ScheduleEntry& entry, const std::string& problem) {
-    rows.push_back({std::to_string(entry.number), entry.copy, problem});
+std::string problemsView(std::span<const ScheduleEntry> entries, const platform::Terminal& terminal) {
+  std::vector<Row> rows = {{{"LINE", "COPY", "PROBLEM"}}};
+  const auto add = [&](const ScheduleEntry& entry, const std::string& problem, Style style) {
+    rows.push_back({{std::to_string(entry.number), entry.copy, problem}, style});
   };
   for (const auto& entry : entries) {
     const auto& [error, warning] = entry.diagnostics;
-    if (error) add(entry, *error);
-    if (warning) add(entry, "warning: " + *warning);
+    if (error) add(entry, *error, Style::error);
+    if (warning) add(entry, "warning: " + *warning, Style::warning);
   }
-  return rows.size() > 1 ? table(rows, 1, columns) : std::string();
+  return rows.size() > 1 ? table(rows, 1, terminal) : std::string();
 }
 
 }  // namespace zt

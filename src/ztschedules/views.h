@@ -1,29 +1,29 @@
 #pragma once
 
 #include <cstddef>
-#include <optional>
 #include <span>
 #include <string>
 
 #include "platform/calendar.h"
+#include "platform/terminal.h"
 #include "ztschedules/schedule_entry.h"
 
 namespace zt {
 
-// The ways to show the schedules of a crontab. Each gives whole lines of printable text. Tables fit into `columns`, if
-// these are at least 64; without a limit they are as wide as their texts.
+// The ways to show the schedules of a crontab. Each gives whole lines of printable text, with colours if the terminal
+// has them. They fit into its columns, if it has at least 27; without a limit tables are as wide as their texts.
 
 /// The next run of each schedule, the earliest first.
 std::string nextRunsView(std::span<const ScheduleEntry> entries, Instant now, const Calendar& calendar,
-                         std::optional<std::size_t> columns);
+                         const platform::Terminal& terminal);
 
 /// The next `count` runs of all schedules, in order. A time that comes twice is two runs.
 std::string runsView(std::span<const ScheduleEntry> entries, std::size_t count, Instant now, const Calendar& calendar,
-                     std::optional<std::size_t> columns);
+                     const platform::Terminal& terminal);
 
 /// A calendar of a month in which the days with runs are highlighted: in colour, or else by an asterisk.
 std::string monthView(std::span<const ScheduleEntry> entries, std::chrono::year_month month, const Calendar& calendar,
-                      bool inColor);
+                      const platform::Terminal& terminal);
 
 /// A JSON array (RFC 8259, in ASCII) with an object for each entry: "lineNumber"; "line", its text, with U+FFFD for
 /// what is not UTF-8; "copy", its name; "due"; "next", in seconds since 1970, and "nextLocal", by RFC 3339, or null;
@@ -31,6 +31,6 @@ std::string monthView(std::span<const ScheduleEntry> entries, std::chrono::year_
 std::string jsonView(std::span<const ScheduleEntry> entries, const Calendar& calendar);
 
 /// The errors and warnings; empty if there are none.
-std::string problemsView(std::span<const ScheduleEntry> entries, std::optional<std::size_t> columns);
+std::string problemsView(std::span<const ScheduleEntry> entries, const platform::Terminal& terminal);
 
 }  // namespace zt

@@ -32,6 +32,17 @@ TEST(TerminalText, IsWrappedAtBlanksOrWithinLongWords) {
 }
 
 TEST(TerminalText, IsAlignedInTables) {
-  EXPECT_EQ(table({{"日本", "a"}, {"abcdef", "b"}}, 0, {}), "日本    a\nabcdef  b\n");
-  EXPECT_EQ(table({{"a", "0123456789b", "c"}}, 1, 5), "a  0123456789  c\n   b\n") << "narrower columns";
+  EXPECT_EQ(table({{{"日本", "a"}}, {{"abcdef", "b"}}}, 0, {}), "日本    a\nabcdef  b\n");
+  EXPECT_EQ(table({{{"A", "B", "C"}}, {{"a", "0123456789 123456789", "c"}}}, 1, {.columns = 20}),
+            "A  B               C\na  0123456789      c\n   123456789\n")
+      << "narrower columns";
+}
+
+TEST(TerminalText, IsInBlocksIfATableWouldBeTooWide) {
+  const std::vector<Row> rows = {{{"AB", "日本"}}, {{"a b", "日本 語"}, Style::error}, {{"c", ""}, Style::dueNow}};
+  EXPECT_EQ(table(rows, 1, {.columns = 10}), "AB    a b\n日本  日本\n      語\n\nAB    c\n日本\n");
+  EXPECT_EQ(table(rows, 1, {.columns = 3}), table(rows, 1, {.columns = 8})) << "no character of two columns would fit";
+  EXPECT_EQ(table(rows, 1, {.columns = 10, .hasColor = true}),
+            "\x1b[31mAB    a b\x1b[0m\n\x1b[31m日本  日本\x1b[0m\n\x1b[31m      語\x1b[0m\n\n\x1b[1mAB    c\x1b[0m\n"
+            "\x1b[1m日本\x1b[0m\n");
 }

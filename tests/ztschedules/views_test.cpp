@@ -15,7 +15,7 @@ struct Views : testing::Test {
 };
 
 TEST_F(Views, ShowTables) {
-  EXPECT_EQ(nextRunsView(entries, now, zone.calendar, 72),
+  EXPECT_EQ(nextRunsView(entries, now, zone.calendar, {.columns = 72}),
             "NEXT                      LEFT    SCHEDULE            COPY\n"
             "Sun 2027-11-07 01:30 EDT  now     Mon, Fri and Sun    Documents\n"
             "                                  at 01:30\n"
@@ -26,6 +26,8 @@ TEST_F(Views, ShowTables) {
             "Sun 2027-11-07 01:30 EDT  now    Mon, Fri and Sun at 01:30  Documents\n"
             "Sun 2027-11-07 01:30 EST  59min  Mon, Fri and Sun at 01:30  Documents\n"
             "Mon 2027-11-08 01:30 EST  1 day  Mon, Fri and Sun at 01:30  Documents\n");
+  EXPECT_TRUE(
+      runsView(entries, 1, now, zone.calendar, {.columns = {}, .hasColor = true}).ends_with("Documents\x1b[0m\n"));
   EXPECT_EQ(problemsView(entries, {}),
             "LINE  COPY       PROBLEM\n"
             "4     Documents  warning: day of week 1-5,0 means only Monday, Friday and Sunday: list "
@@ -35,7 +37,7 @@ TEST_F(Views, ShowTables) {
 }
 
 TEST_F(Views, ShowAMonth) {
-  EXPECT_EQ(monthView(entries, std::chrono::year{2027} / 11, zone.calendar, false),
+  EXPECT_EQ(monthView(entries, std::chrono::year{2027} / 11, zone.calendar, {}),
             "       November 2027\n"
             " Mo  Tu  We  Th  Fr  Sa  Su\n"
             "  1*  2   3   4   5*  6   7*\n"
@@ -46,9 +48,11 @@ TEST_F(Views, ShowAMonth) {
             "\n"
             "dd* a day on which copies are due: 15 on 13 days\n");
   const auto skipped = readScheduleEntries(lineText("30 2 8-14 * 0"), now, zone.calendar);
-  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 3, zone.calendar, true).find("due: 0 on 0 days"),
+  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 3, zone.calendar, {.columns = {}, .hasColor = true})
+                .find("due: 0 on 0 days"),
             std::string::npos);
-  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 2, zone.calendar, true).find(" 13  \x1b[1;32m14\x1b[0m\n"),
+  EXPECT_NE(monthView(skipped, std::chrono::year{2027} / 2, zone.calendar, {.columns = {}, .hasColor = true})
+                .find(" 13  \x1b[1;32m14\x1b[0m\n"),
             std::string::npos);
 }
 
