@@ -1,4 +1,6 @@
+#include <fcntl.h>
 #include <signal.h>
+#include <unistd.h>
 
 #include "platform/linux/process_setup.h"
 #include "platform/linux/system_calendar.h"
@@ -8,7 +10,13 @@
 
 int main(int count, char** arguments) {
   using namespace zt::platform;
+  const bool isOutputOpen = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
   setUpProcess();
+  if (!isOutputOpen) {
+    // Nobody reads the /dev/null that it is now: have writing fail.
+    ::close(STDOUT_FILENO);
+    ::open("/dev/null", O_RDONLY);
+  }
   ::signal(SIGPIPE, SIG_DFL);  // whoever reads the output may have seen enough
 
   const SystemClock clock;

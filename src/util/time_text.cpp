@@ -128,17 +128,23 @@ std::string timeLeft(seconds left) {
 
 Instant readTime(const std::string& text, const Calendar& calendar) {
   if (const auto instant = readPosixTime(text)) return *instant;
-  for (const auto* format : {"%Y-%m-%d %H:%M", "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M", "%Y-%m-%dT%H:%M:%S"}) {
+  static constexpr auto* date = "%Y-%m-%d";
+  for (const auto* format : {date, "%Y-%m-%d %H:%M", "%Y-%m-%d %H:%M:%S", "%Y-%m-%dT%H:%M", "%Y-%m-%dT%H:%M:%S"}) {
     const auto fields = fieldsOf(text, format);
     if (!fields) continue;
     const auto local = localTimeOf(*fields);
     if (!local) throw std::invalid_argument("does not exist");
     if (!isInRange(monthOf(*fields).year())) throw std::invalid_argument(outOfRange);
-    const auto instants = calendar.instants(*local);
+    auto instants = calendar.instants(*local);
+    // A day starts later if the clocks skip its midnight.
+    for (auto time = *local; format == date && instants.empty() && time < *local + 24h; time += 1min) {
+      instants = calendar.instants(time);
+    }
     if (instants.empty()) throw std::invalid_argument("is a time that the clocks skip");
     return instants.front();
   }
-  throw std::invalid_argument("is neither seconds since 1970 nor a local date and time such as \"2027-03-14 01:00\"");
+  throw std::invalid_argument(
+      "is neither seconds since 1970 nor a local date, with or without a time, such as \"2027-03-14 01:00\"");
 }
 
 std::optional<LocalTime> readLocalTime(const std::string& text, const char* format) {

@@ -39,8 +39,8 @@ std::optional<LocalTime> readLocalTime(const std::string& text, const char* form
 // Both throw a std::invalid_argument with the rest of a sentence that begins with the text: "is not a month ...".
 
 /// The instant that a text names: seconds since 1970, or a local date and time such as "2027-03-14 01:00", with or
-/// without seconds, and with a blank or a T between them. A repeated time means the first instant. Skipped times are
-/// rejected, and so are years before 1970 and after 9998.
+/// without seconds, and with a blank or a T between them. A date alone is the start of that day. A repeated time means
+/// the first instant. Skipped times are rejected, and so are years before 1970 and after 9998.
 Instant readTime(const std::string& text, const Calendar& calendar);
 
 /// The month that a text such as "2027-03" names, from 1970 to 9998.

@@ -6,12 +6,14 @@
 
 namespace zt {
 
-/// What the command line of ztschedules asks for. At most one of `count`, `month` and `json` is set.
+/// What the command line of ztschedules asks for. At most one of `count`, `month`, `json` and `next` is
+/// set.
 struct Options {
   std::optional<std::string> at;
   std::optional<std::size_t> count;
   std::optional<std::string> month;  ///< empty for the current one
   bool json = false;
+  bool next = false;
   bool check = false;
   std::optional<std::string> file;  ///< "-" for standard input
 };

@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "discovery/crontab_reader.h"
 #include "util/time_text.h"
@@ -19,6 +20,7 @@ namespace {
 
 constexpr int success = 0;
 constexpr int foundProblems = 1;
+constexpr int foundNoRun = 1;
 constexpr int failure = 2;
 
 /// The value that a text from the command line names; `read` throws the rest of a message that begins with the text.
@@ -38,17 +40,31 @@ std::optional<std::chrono::year_month> monthOf(const Options& options, Instant n
   return date.year() / date.month();
 }
 
-int show(const Options& options, const ViewerServices& services) {
+/// What is printed, and the exit status.
+struct Answer {
+  std::string text;
+  int status = success;
+};
+
+Answer answer(const Options& options, const ViewerServices& services) {
   const auto& [clock, calendar, fileManager, terminal] = services;
   const auto readTime = [&](const std::string& text) { return util::readTime(text, services.calendar); };
   const Instant now = options.at ? readArgument(*options.at, readTime) : clock.now();
   const auto month = monthOf(options, now, calendar);
   const auto entries = readScheduleEntries(crontabText(options.file, fileManager), now, calendar);
 
+  if (options.next) {
+    auto view = nextRunView(entries);
+    const int status = view.empty() ? foundNoRun : success;
+    return {std::move(view), status};
+  }
+  const bool hasErrors =
+      std::ranges::any_of(entries, [](const auto& entry) { return entry.diagnostics.error.has_value(); });
+  const int status = options.check && hasErrors ? foundProblems : success;
+  if (options.json) return {jsonView(entries, calendar), status};
+
   std::string view;
-  if (options.json) {
-    view = jsonView(entries, calendar);
-  } else if (month) {
+  if (month) {
     view = monthView(entries, *month, calendar, terminal);
   } else if (entries.empty() && !options.check) {
     view = "No schedules: no line contains " + std::string(marker) + ".\n";
@@ -57,12 +73,8 @@ int show(const Options& options, const ViewerServices& services) {
   } else if (!options.check) {
     view = nextRunsView(entries, now, calendar, terminal);
   }
-  const auto problems = options.json ? std::string() : problemsView(entries, terminal);
-  std::cout << view << (view.empty() || problems.empty() ? "" : "\n") << problems;
-
-  const bool hasErrors =
-      std::ranges::any_of(entries, [](const auto& entry) { return entry.diagnostics.error.has_value(); });
-  return options.check && hasErrors ? foundProblems : success;
+  const auto problems = problemsView(entries, terminal);
+  return {view + (view.empty() || problems.empty() ? "" : "\n") + problems, status};
 }
 
 }  // namespace
@@ -70,7 +82,8 @@ int show(const Options& options, const ViewerServices& services) {
 int runViewer(int count, const char* const* arguments, const ViewerServices& services) {
   try {
     const auto options = readOptions(count, arguments);
-    const int status = options ? show(*options, services) : success;
+    const auto [text, status] = options ? answer(*options, services) : Answer();
+    std::cout << text;
     if (!std::cout.flush()) throw std::system_error(errno, std::generic_category(), "cannot write the output");
     return status;
   } catch (const std::exception& error) {

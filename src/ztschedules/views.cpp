@@ -82,6 +82,12 @@ std::string nextRunsView(std::span<const ScheduleEntry> entries, Instant now, co
   return runsTable(runs, now, calendar, terminal);
 }
 
+std::string nextRunView(std::span<const ScheduleEntry> entries) {
+  const auto runs = nextRuns(entries);
+  if (runs.empty()) return {};
+  return std::to_string(std::ranges::min(runs).first.time_since_epoch().count()) + "\n";
+}
+
 std::string runsView(std::span<const ScheduleEntry> entries, std::size_t count, Instant now, const Calendar& calendar,
                      const platform::Terminal& terminal) {
   std::priority_queue ahead(std::greater<>(), nextRuns(entries));

@@ -17,6 +17,9 @@ namespace zt {
 std::string nextRunsView(std::span<const ScheduleEntry> entries, Instant now, const Calendar& calendar,
                          const platform::Terminal& terminal);
 
+/// The time of the next run in seconds since 1970; empty if there is none.
+std::string nextRunView(std::span<const ScheduleEntry> entries);
+
 /// The next `count` runs of all schedules, in order. A time that comes twice is two runs.
 std::string runsView(std::span<const ScheduleEntry> entries, std::size_t count, Instant now, const Calendar& calendar,
                      const platform::Terminal& terminal);

@@ -25,11 +25,12 @@ TEST_F(Viewer, ShowsTheUsersCrontab) {
 
 TEST_F(Viewer, EndsWithAStatusAndAMessage) {
   const std::vector<std::pair<std::string, Texts>> rows = {
-      {"0", {"", "--check good", "--check --month - < good", "--month 2027-03 good", "--help", "--version"}},
-      {"1", {"--check", "--check --json"}},
+      {"0",
+       {"", "--check good", "--check --month - < good", "--month 2027-03 good", "--next good", "--help", "--version"}},
+      {"1", {"--check", "--check --json", "--next - < /dev/null"}},
       {"2",
        {"--month good --count 3", "--json --count 3", "--count 0", "--count -- -1", "--at tomorrow", "--month 2027-13",
-        "--unknown", "good good", "missing", "/", "/dev/zero", "good > /dev/full"}},
+        "--unknown", "good good", "missing", "/", "/dev/zero", "good > /dev/full", "good >&-", "--version >&-"}},
   };
   for (const auto& [status, all] : rows) {
     for (const auto& arguments : all) {

@@ -9,9 +9,13 @@ TEST(TimeText, IsReadAsALocalTimeOrAsSecondsSince1970) {
   EXPECT_EQ(read("2027-03-14 01:59"), "2027-03-14T01:59:00-05:00");
   EXPECT_EQ(read("2027-03-14T03:00:59"), "2027-03-14T03:00:59-04:00");
   EXPECT_EQ(read("2027-11-07 01:30"), "2027-11-07T01:30:00-04:00") << "the first of a repeated time";
+  EXPECT_EQ(read("2027-03-14"), "2027-03-14T00:00:00-05:00");
+  const Zone santiago("America/Santiago");
+  EXPECT_EQ(rfc3339(readTime("2027-09-05", santiago.calendar), santiago.calendar), "2027-09-05T01:00:00-03:00")
+      << "the clocks skip midnight";
   for (const auto* bad :
-       {"", "now", "-1", "253370764800", "2027-03-14", "2027-03-14 01", "2027-03-14 01:00x", "2027-03-14 02:30",
-        "2027-02-29 01:00", "2027-03-14 24:00", "1969-12-31 01:00", "9999-01-01 00:00", "2027-03-14 01:00:60"}) {
+       {"", "now", "-1", "253370764800", "2027-03-14 01", "2027-03-14 01:00x", "2027-03-14 02:30", "2027-02-29 01:00",
+        "2027-03-14 24:00", "1969-12-31 01:00", "9999-01-01 00:00", "2027-03-14 01:00:60"}) {
     EXPECT_THROW(readTime(bad, newYork.calendar), std::invalid_argument) << bad;
   }
 }
