@@ -6,16 +6,11 @@
 namespace zt {
 
 std::optional<Application> findApplication(const platform::Applications& applications, const Log& log) {
-  static constexpr std::string_view bundleIdentifier = "com.velmorra.Zantrove";
   log.info("Looking for Zantrove!");
 
   std::set<std::string> reasons;
   const auto refused = [&](const std::string& reason) { reasons.insert(reason); };
-  std::optional<std::filesystem::path> location;
-  if (const auto running = applications.running(bundleIdentifier, refused); !running.empty()) {
-    location = running.front();
-  }
-  if (!location) location = applications.installed(bundleIdentifier, refused);
+  const auto location = applications.find(platform::applicationIdentifier, refused);
   if (!location) {
     for (const auto& reason : reasons) log.default_(reason);
     log.error("Couldn't find Zantrove! application");

@@ -9,7 +9,9 @@
 
 namespace zt::platform {
 
-// The programs of the application that are started, by their places in its bundle.
+// The application, and its programs by their places in its bundle.
+inline constexpr auto applicationIdentifier = "com.velmorra.Zantrove";
+inline constexpr auto utilityInBundle = "Contents/Helpers/ZTUtil";
 inline constexpr auto controllerInBundle = "Contents/Helpers/ztautomatedcopycontroller";
 inline constexpr auto agentInBundle = "Contents/MacOS/ZTAgent";
 
@@ -29,6 +31,12 @@ class Applications {
   /// The location of the installed copy, or nullopt if there is none.
   virtual std::optional<std::filesystem::path> installed(std::string_view bundleIdentifier,
                                                          const Refused& refused) const = 0;
+
+  /// The copy to use: the running one that was started first, otherwise the installed one; nullopt if there is none.
+  std::optional<std::filesystem::path> find(std::string_view bundleIdentifier, const Refused& refused) const {
+    const auto copies = running(bundleIdentifier, refused);
+    return !copies.empty() && copies.front() ? copies.front() : installed(bundleIdentifier, refused);
+  }
 };
 
 }  // namespace zt::platform
