@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "platform/linux/process_setup.h"
+#include "platform/linux/system_applications.h"
 #include "platform/linux/system_calendar.h"
 #include "platform/linux/system_clock.h"
 #include "platform/linux/system_file_manager.h"
@@ -21,8 +22,12 @@ int main(int count, char** arguments) {
 
   const SystemClock clock;
   const SystemCalendar calendar;
+  const SystemApplications applications(SystemApplications::defaultFolders());
   const SystemFileManager fileManager;
-  return zt::runViewer(
-      count, arguments,
-      {.clock = clock, .calendar = calendar, .fileManager = fileManager, .terminal = Terminal::ofStandardOutput()});
+  return zt::runViewer(count, arguments,
+                       {.clock = clock,
+                        .calendar = calendar,
+                        .applications = applications,
+                        .fileManager = fileManager,
+                        .terminal = Terminal::ofStandardOutput()});
 }

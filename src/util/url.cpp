@@ -45,6 +45,12 @@ std::optional<URL> URL::parse(std::string_view text) {
   return URL(text, encodedPathOf(uri));
 }
 
+URL URL::ofFile(const std::string& path) {
+  std::string text("file://" + std::string(3 * path.size(), ' ') + '\0');
+  uriUnixFilenameToUriStringA(path.c_str(), text.data());
+  return *parse(text.c_str());
+}
+
 bool URL::hasScheme() const {
   // In a relative reference, no colon comes before the first slash (RFC 3986, section 4.2).
   const auto delimiter = text_.find_first_of(":/?#");

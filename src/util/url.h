@@ -22,6 +22,10 @@ class URL {
   /// example because it contains a character that has to be percent-encoded.
   static std::optional<URL> parse(std::string_view text);
 
+  /// The file URL (RFC 8089) of an absolute path. All bytes but letters, digits, "-._~" and slashes are
+  /// percent-encoded.
+  static URL ofFile(const std::string& path);
+
   /// The text of the whole reference, as it was given.
   const std::string& absoluteString() const { return text_; }
   /// Whether it is a whole URL, and not a relative reference.

@@ -1,7 +1,5 @@
 #include "ztschedules/copy_url.h"
 
-#include <string_view>
-
 #include "platform/task.h"
 #include "ztschedules/echoed_word.h"
 #include "ztschedules/terminal_text.h"
@@ -9,17 +7,17 @@
 namespace zt {
 namespace {
 
-std::string_view lastWord(const CrontabLine& line) {
-  const std::string_view command = line.parts().back();
-  return command.substr(command.rfind(' ') + 1);  // all of a command without a blank
-}
-
 /// Whether bash can be given the command that echoes a word.
 bool canBeEchoed(std::string_view word) {
   return platform::Task::isArgument("echo -n " + std::string(word));
 }
 
 }  // namespace
+
+std::string_view lastWord(const CrontabLine& line) {
+  const std::string_view command = line.parts().back();
+  return command.substr(command.rfind(' ') + 1);
+}
 
 std::optional<util::URL> certainURL(const CrontabLine& line) {
   const auto word = lastWord(line);

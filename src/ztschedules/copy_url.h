@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "schedules/crontab_line.h"
 #include "util/url.h"
@@ -10,6 +11,9 @@ namespace zt {
 
 // The last word of a line's command, from which bash makes the URL of the copy when the line is due. Nothing here asks
 // bash. The line may have any number of fields; the last one counts as the command.
+
+/// The word: all of a command without a blank.
+std::string_view lastWord(const CrontabLine& line);
 
 /// The URL; nullopt if bash makes none, or if that is not certain.
 std::optional<util::URL> certainURL(const CrontabLine& line);

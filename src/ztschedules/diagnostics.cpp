@@ -98,14 +98,9 @@ Diagnostics diagnoseComment(std::string_view text) {
   return {.error = {}, .warning = joined({"commented out: remove " + quote(prefix) + " to enable it", warning})};
 }
 
-std::string nameOf(Field field) {
-  static constexpr std::array names = {"minute", "hour", "day of month", "month", "day of week"};
-  return names.at(field);
-}
-
 /// Why a field is invalid.
 Message fieldError(const CrontabLine& line, const Schedule& schedule, Field field) {
-  const auto text = nameOf(field) + " " + quote(line.part(field));
+  const auto text = fieldName(field) + " " + quote(line.part(field));
   const auto range = std::string("0 to ") + (field == CrontabLine::minute ? "59" : "23");
   switch (schedule.readings[field]) {
     case FieldReading::complete:
@@ -129,7 +124,7 @@ Message fieldError(const CrontabLine& line, const Schedule& schedule, Field fiel
 
 /// What a misleading field means.
 Message fieldWarning(const CrontabLine& line, const Schedule& schedule, Field field) {
-  const auto text = nameOf(field) + " " + quote(line.part(field));
+  const auto text = fieldName(field) + " " + quote(line.part(field));
   const auto reading = schedule.readings[field];
   if (reading == FieldReading::ignored) return text + " is ignored: the schedule runs in every month";
   if (reading != FieldReading::partial) return std::nullopt;

@@ -4,16 +4,20 @@
 #include <optional>
 #include <string>
 
+#include "ztschedules/new_line.h"
+
 namespace zt {
 
-/// What the command line of ztschedules asks for. At most one of `count`, `month`, `json` and `next` is
-/// set.
+/// What the command line of ztschedules asks for. At most one of `count`, `month`, `json`, `next`, `explain` and
+/// `newSchedule` is set.
 struct Options {
   std::optional<std::string> at;
   std::optional<std::size_t> count;
   std::optional<std::string> month;  ///< empty for the current one
   bool json = false;
   bool next = false;
+  std::optional<std::string> explain;  ///< the number of a line, or time fields
+  std::optional<NewSchedule> newSchedule;
   bool check = false;
   std::optional<std::string> file;  ///< "-" for standard input
 };

@@ -29,17 +29,6 @@ std::string describeWeekdays(const Schedule& schedule) {
   return listed(names);
 }
 
-/// "1st, 4th and 5th".
-std::string describeOccurrences(const Schedule& schedule) {
-  static constexpr std::array occurrences = {"1st", "2nd", "3rd", "4th"};
-  Texts texts;
-  for (std::size_t i = 0; i < occurrences.size(); ++i) {
-    if (schedule.ranges[i]) texts.emplace_back(occurrences.at(i));
-  }
-  if (schedule.ranges[3]) texts.emplace_back("5th");  // the last range has both
-  return listed(texts);
-}
-
 std::string describeDays(const Schedule& schedule) {
   if (schedule.weekdays.all() && schedule.ranges.all()) return "every day";
   if (schedule.weekdays.all()) return "days " + listed(rangeTexts(schedule)) + " of the month";
@@ -59,6 +48,11 @@ std::string describe(const Schedule& schedule) {
   return describeDays(schedule) + text.data();
 }
 
+std::string fieldName(CrontabLine::Field field) {
+  static constexpr std::array names = {"minute", "hour", "day of month", "month", "day of week", "command"};
+  return names.at(field);
+}
+
 Texts weekdayNames(const Schedule& schedule) {
   static constexpr std::array names = {"Monday", "Tuesday", "Wednesday", "Thursday", "Friday", "Saturday", "Sunday"};
   Texts result;
@@ -72,6 +66,16 @@ Texts rangeTexts(const Schedule& schedule) {
     if (schedule.ranges[i]) result.emplace_back(dayRanges.at(i));
   }
   return result;
+}
+
+std::string describeOccurrences(const Schedule& schedule) {
+  static constexpr std::array occurrences = {"1st", "2nd", "3rd", "4th"};
+  Texts texts;
+  for (std::size_t i = 0; i < occurrences.size(); ++i) {
+    if (schedule.ranges[i]) texts.emplace_back(occurrences.at(i));
+  }
+  if (schedule.ranges[3]) texts.emplace_back("5th");  // the last range has both
+  return listed(texts);
 }
 
 std::string listed(const Texts& texts) {

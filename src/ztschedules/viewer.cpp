@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <filesystem>
 #include <iostream>
 #include <stdexcept>
 #include <string>
@@ -11,6 +12,8 @@
 #include "discovery/crontab_reader.h"
 #include "util/time_text.h"
 #include "ztschedules/crontab_text.h"
+#include "ztschedules/explanation.h"
+#include "ztschedules/new_line.h"
 #include "ztschedules/options.h"
 #include "ztschedules/terminal_text.h"
 #include "ztschedules/views.h"
@@ -46,12 +49,33 @@ struct Answer {
   int status = success;
 };
 
+/// The application's own program for its lines, if it can be executed.
+std::optional<std::filesystem::path> utility(const ViewerServices& services) {
+  const auto application = services.applications.find(platform::applicationIdentifier, [](const auto&) {});
+  if (!application || !services.fileManager.isExecutableFile(*application / platform::utilityInBundle)) {
+    return std::nullopt;
+  }
+  return *application / platform::utilityInBundle;
+}
+
+Answer answerNew(const NewSchedule& schedule, const ViewerServices& services) {
+  const auto [line, warnings] = newLine(schedule, schedule.command ? std::nullopt : utility(services));
+  for (const auto& warning : warnings) printMessage("warning: " + warning);
+  return {line + '\n'};
+}
+
 Answer answer(const Options& options, const ViewerServices& services) {
-  const auto& [clock, calendar, fileManager, terminal] = services;
+  if (options.newSchedule) return answerNew(*options.newSchedule, services);
+  const auto& [clock, calendar, applications, fileManager, terminal] = services;
   const auto readTime = [&](const std::string& text) { return util::readTime(text, services.calendar); };
   const Instant now = options.at ? readArgument(*options.at, readTime) : clock.now();
+  if (options.explain && !isLineNumber(*options.explain)) {
+    return {explainFields(*options.explain, now, calendar, terminal)};
+  }
   const auto month = monthOf(options, now, calendar);
-  const auto entries = readScheduleEntries(crontabText(options.file, fileManager), now, calendar);
+  const auto text = crontabText(options.file, fileManager);
+  if (options.explain) return {explainLine(text, *options.explain, now, calendar, terminal)};
+  const auto entries = readScheduleEntries(text, now, calendar);
 
   if (options.next) {
     auto view = nextRunView(entries);
@@ -67,7 +91,8 @@ Answer answer(const Options& options, const ViewerServices& services) {
   if (month) {
     view = monthView(entries, *month, calendar, terminal);
   } else if (entries.empty() && !options.check) {
-    view = "No schedules: no line contains " + std::string(marker) + ".\n";
+    view = "No schedules: " + std::string(isMarked(text) ? "only comments contain " : "no line contains ") +
+           std::string(marker) + ".\nWrite one with --new: see --help.\n";
   } else if (options.count) {
     view = runsView(entries, *options.count, now, calendar, terminal);
   } else if (!options.check) {

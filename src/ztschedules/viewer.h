@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/applications.h"
 #include "platform/calendar.h"
 #include "platform/clock.h"
 #include "platform/file_manager.h"
@@ -11,12 +12,13 @@ namespace zt {
 struct ViewerServices {
   const platform::Clock& clock;
   const Calendar& calendar;
+  const platform::Applications& applications;
   const platform::FileManager& fileManager;
   platform::Terminal terminal;
 };
 
-/// The program ztschedules, with the arguments of main(): prints what they ask for. Gives the exit status: 0, or with
-/// --check 1 if there are problems, or 2 after a message on standard error if anything fails.
+/// The program ztschedules, with the arguments of main(): prints what they ask for. Gives the exit status: 0; 1 if
+/// --check finds problems, or --next no run; or 2 after a message on standard error if anything fails.
 int runViewer(int count, const char* const* arguments, const ViewerServices& services);
 
 }  // namespace zt

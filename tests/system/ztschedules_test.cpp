@@ -26,11 +26,13 @@ TEST_F(Viewer, ShowsTheUsersCrontab) {
 TEST_F(Viewer, EndsWithAStatusAndAMessage) {
   const std::vector<std::pair<std::string, Texts>> rows = {
       {"0",
-       {"", "--check good", "--check --month - < good", "--month 2027-03 good", "--next good", "--help", "--version"}},
+       {"", "--check good", "--check --month - < good", "--month 2027-03 good", "--next good", "--explain 1 good",
+        "--explain '0 5 * * *'", "--new a:b --time 9:30", "--help", "--version"}},
       {"1", {"--check", "--check --json", "--next - < /dev/null"}},
       {"2",
        {"--month good --count 3", "--json --count 3", "--count 0", "--count -- -1", "--at tomorrow", "--month 2027-13",
-        "--unknown", "good good", "missing", "/", "/dev/zero", "good > /dev/full", "good >&-", "--version >&-"}},
+        "--unknown", "good good", "missing", "/", "/dev/zero", "good > /dev/full", "good >&-", "--version >&-",
+        "--explain 2 good", "--new a:b --time 9:30 --month 6", "--new a:b", "--days mon"}},
   };
   for (const auto& [status, all] : rows) {
     for (const auto& arguments : all) {
@@ -45,6 +47,26 @@ TEST_F(Viewer, EndsWithAStatusAndAMessage) {
             (Texts{"ztschedules: no crontab for root", "No schedules: no line contains ZTUtil."}));
   EXPECT_EQ(bash("mount --bind /dev/null /usr/bin/crontab;" ZTSCHEDULES "; echo $?; umount /usr/bin/crontab"),
             (Texts{"ztschedules: cannot run /usr/bin/crontab", "2"}));
+}
+
+TEST_F(Viewer, WritesLinesForTheCrontab) {
+  const auto add = [](const std::string& arguments) {
+    bash("(crontab -l; " ZTSCHEDULES " --new " + arguments + ") 2> errors | crontab -");
+    return bash("crontab -l | tail -n 1").at(0);
+  };
+  const auto lines = bash("crontab -l").size();
+  const auto path = home.string();
+  EXPECT_EQ(add(". --time 09:30"), lineText("30 9 * * *", ": ZTUtil file://" + path + "/"));
+  bash("mkdir -p ~/Applications && cp -R " DEMO "/Zantrove.app ~/Applications/'My Zantrove.app'");
+  const std::string utility = "~/Applications/My\\ Zantrove.app/Contents/Helpers/ZTUtil";
+  bash("touch " + utility);
+  EXPECT_EQ(add("b --time 09:30"), lineText("30 9 * * *", ": ZTUtil file://" + path + "/b/")) << "not executable";
+  EXPECT_EQ(bash("cat errors"), Texts{"ztschedules: warning: " + path + "/b/ does not exist"});
+  bash("chmod +x " + utility);
+  EXPECT_EQ(add("b --time 09:30 --days mon --weeks 3"),
+            lineText("30 9 15-21 * 1", path + utility.substr(1) + " file://" + path + "/b/"));
+  EXPECT_EQ(add("b --time 9:30 --command /ZTUtil"), lineText("30 9 * * *", "/ZTUtil file://" + path + "/b/"));
+  EXPECT_EQ(bash("crontab -l").size(), lines + 4) << "no other line is lost";
 }
 
 TEST_F(Viewer, TakesWhatEachCrontabProgramPrints) {

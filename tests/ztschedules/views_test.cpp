@@ -26,6 +26,7 @@ TEST_F(Views, ShowTables) {
             "Sun 2027-11-07 01:30 EDT  now    Mon, Fri and Sun at 01:30  Documents\n"
             "Sun 2027-11-07 01:30 EST  59min  Mon, Fri and Sun at 01:30  Documents\n"
             "Mon 2027-11-08 01:30 EST  1 day  Mon, Fri and Sun at 01:30  Documents\n");
+  EXPECT_EQ(nextRunView(entries), "1825565400\n");
   EXPECT_TRUE(
       runsView(entries, 1, now, zone.calendar, {.columns = {}, .hasColor = true}).ends_with("Documents\x1b[0m\n"));
   EXPECT_EQ(problemsView(entries, {}),
