@@ -91,6 +91,19 @@ TEST_F(Viewer, TakesWhatEachCrontabProgramPrints) {
   EXPECT_EQ(lines.front(), "ztschedules: 1");
 }
 
+TEST_F(Viewer, CompletesItsOptionsAndFiles) {
+  const auto completions = [](const std::string& words) {
+    return bash(". " PACKAGING "/ztschedules.bash-completion; compopt() { :; }; COMP_WORDS=(" + words +
+                "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _ztschedules; printf '%s\\n' \"${COMPREPLY[@]}\" | sort");
+  };
+  EXPECT_EQ(completions("ztschedules --"),
+            bash(ZTSCHEDULES " --help | grep -oE '^ *(-h,)?--[a-z]+' | grep -oE '[-]-.*' | sort"));
+  bash("mkdir 'good folder'");
+  EXPECT_EQ(completions("ztschedules --json go"), (Texts{"good", "good folder"}));
+  EXPECT_EQ(completions("ztschedules --new go"), Texts{"good folder"});
+  EXPECT_EQ(completions("ztschedules --days mon,tue-s"), (Texts{"mon,tue-sat", "mon,tue-sun"}));
+}
+
 TEST_F(Viewer, UsesColorOnlyInATerminal) {
   const std::string month = ZTSCHEDULES " --month 2027-03 good";
   const auto firstDay = [](const std::string& command) {
