@@ -1,12 +1,14 @@
 #include "ztschedules/schedule_entry.h"
 
 #include <algorithm>
+#include <unordered_map>
 #include <utility>
 
 #include "discovery/crontab_reader.h"
 #include "schedules/next_event.h"
 #include "util/text.h"
 #include "ztschedules/copy_url.h"
+#include "ztschedules/schedule_description.h"
 #include "ztschedules/terminal_text.h"
 
 namespace zt {
@@ -33,6 +35,21 @@ ScheduleEntry entryOf(std::size_t number, CrontabLine line, Instant now, const C
   return entry;
 }
 
+/// Gives copies a warning that an earlier line makes at the same times.
+void warnOfRepeatedCopies(std::vector<ScheduleEntry>& entries) {
+  std::unordered_map<std::string, std::size_t> numbers;
+  for (auto& entry : entries) {
+    const auto url = certainURL(entry.line);
+    if (!entry.makesCopies() || !url) continue;
+    const auto [first, isNew] =
+        numbers.try_emplace(describe(entry.schedule) + ' ' + url->absoluteString(), entry.number);
+    if (isNew) continue;
+    auto& warning = entry.diagnostics.warning;
+    warning = (warning ? *warning + "; " : "") + "line " + std::to_string(first->second) +
+              " makes the same copy at the same times: it is made twice";
+  }
+}
+
 }  // namespace
 
 std::vector<ScheduleEntry> readScheduleEntries(std::string_view crontab, Instant now, const Calendar& calendar) {
@@ -51,6 +68,7 @@ std::vector<ScheduleEntry> readScheduleEntries(std::string_view crontab, Instant
     entry.copy = shortened(copyName(entry.line), mostColumns);
     entries.push_back(std::move(entry));
   }
+  warnOfRepeatedCopies(entries);
   return entries;
 }
 

@@ -85,6 +85,15 @@ TEST_F(Views, ShowJson) {
 )json");
 }
 
+TEST_F(Views, ShowWhichCopiesAreMadeTwice) {
+  const auto crontab = lineText("0 5 * * 1,2", "ZTUtil file:///a") + "\n" +
+                       lineText("0 5 * * 1,2", "ZTUtil file:///b") + "\n" + lineText("0 5 * * *", "ZTUtil file:///a") +
+                       "\n" + lineText("+0 5 * * 2,1", "/ZTUtil \"file:///a\"") + "\n";
+  EXPECT_EQ(problemsView(readScheduleEntries(crontab, now, zone.calendar), {}),
+            "LINE  COPY  PROBLEM\n"
+            "4     a     warning: line 1 makes the same copy at the same times: it is made twice\n");
+}
+
 TEST_F(Views, ShowOnlyOneErrorIfTheTextIsNotUtf8) {
   const auto broken = readScheduleEntries(lineText("0 5 * * *") + "\n\n# ZTUtil \xff\n", now, zone.calendar);
   ASSERT_EQ(broken.size(), 1U);
