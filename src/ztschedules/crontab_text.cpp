@@ -56,7 +56,8 @@ std::string usersCrontab(const platform::FileManager& fileManager) {
   if (status != 0 && !isMissing) {
     std::string reasons;
     for (const auto& message : messages) reasons += (reasons.empty() ? ": " : "; ") + message;
-    throw std::runtime_error("crontab failed with status " + std::to_string(status) + reasons);
+    const auto* how = task.wasKilled() ? "was ended by signal " : "failed with status ";
+    throw std::runtime_error(std::string("crontab ") + how + std::to_string(status) + reasons);
   }
   for (const auto& message : messages) printMessage(message);
   return isMissing ? std::string() : text;

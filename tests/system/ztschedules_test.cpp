@@ -81,6 +81,7 @@ TEST_F(Viewer, TakesWhatEachCrontabProgramPrints) {
     return rest;
   };
   EXPECT_EQ(withCrontab("echo refused\nexit 7"), (Texts{"ztschedules: crontab failed with status 7: refused", "2"}));
+  EXPECT_EQ(withCrontab("kill -PIPE $$"), (Texts{"ztschedules: crontab was ended by signal 13", "2"}));
   EXPECT_EQ(withCrontab("echo no crontab for me >&2; exit 2"), after("ztschedules: no crontab for me", none));
   EXPECT_EQ(withCrontab("echo bcrontab: Fatal: Crontab does not exist >&2; exit 111"),
             after("ztschedules: bcrontab: Fatal: Crontab does not exist", none));
