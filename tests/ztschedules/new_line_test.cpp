@@ -68,7 +68,7 @@ TEST(NewLine, HasAWordThatShellsReadAsTheUrl) {
   Texts urls;
   std::ofstream forBash(testing::TempDir() + "new_line.bash");
   std::ofstream forCron(testing::TempDir() + "new_line.sh");
-  while (urls.size() < 10'000) {
+  while (urls.size() < 20'000) {
     const bool isFolder = urls.size() % 2 == 0;
     std::string copy = isFolder ? "/copies/" : "https://host/";
     for (auto length = random() % 12; length > 0; --length) {
