@@ -61,9 +61,11 @@ std::string meaningOf(const ScheduleEntry& entry, Field field) {
   return {};
 }
 
+/// The fields of a line and what each means; empty if it is no schedule. `hasCommand` is false for time fields alone.
 std::string fieldsTable(const ScheduleEntry& entry, bool hasCommand, const platform::Terminal& terminal) {
   using enum CrontabLine::Field;
   const auto& line = entry.line;
+  if (line.parts().size() != CrontabLine::fieldCount || isComment(line.crontabLine())) return {};
   std::vector<Row> rows = {{{"FIELD", "TEXT", "MEANING"}}};
   const auto add = [&](const std::string& name, std::string_view text, const std::string& meaning) {
     rows.push_back({{name, cell(text), meaning}});
@@ -105,13 +107,11 @@ std::string paragraph(const std::string& text, Style style, const platform::Term
   return result;
 }
 
-/// `hasCommand` is false if the line was made from its time fields alone. `isRead` is whether the tool reads it at all.
-std::string explain(const ScheduleEntry& entry, const std::string& title, bool hasCommand, bool isRead, Instant now,
+std::string explain(const ScheduleEntry& entry, const std::string& title, const std::string& fields, Instant now,
                     const Calendar& calendar, const platform::Terminal& terminal) {
   const auto& [error, warning] = entry.diagnostics;
   auto result = paragraph(title + describe(entry.schedule), Style::plain, terminal);
-  const bool isSchedule = entry.line.parts().size() == CrontabLine::fieldCount && !isComment(entry.line.crontabLine());
-  if (isRead && isSchedule) result += '\n' + fieldsTable(entry, hasCommand, terminal);
+  if (!fields.empty()) result += '\n' + fields;
   if (error || warning) result += '\n';
   if (error) result += paragraph("problem: " + *error, Style::error, terminal);
   if (warning) result += paragraph("warning: " + *warning, Style::warning, terminal);
@@ -146,7 +146,9 @@ std::string explainLine(std::string_view crontab, std::string_view number, Insta
   const auto entries = readScheduleEntries(crontab, now, calendar);
   const auto entry = std::ranges::find(entries, wanted, &ScheduleEntry::number);
   if (entry != entries.end()) {
-    return explain(*entry, title + ": ", true, util::isValidUtf8(crontab), now, calendar, terminal);
+    // Of a crontab that is not UTF-8 no field is read.
+    const auto fields = util::isValidUtf8(crontab) ? fieldsTable(*entry, true, terminal) : std::string();
+    return explain(*entry, title + ": ", fields, now, calendar, terminal);
   }
   return paragraph(title + " is no schedule: it " + reasonWhyUnread(lines[wanted - 1]) + ".", Style::plain, terminal);
 }
@@ -162,8 +164,8 @@ std::string explainFields(std::string_view fields, Instant now, const Calendar& 
                                 " is neither the number of a line nor five time fields such as \"30 9 15-21 * 1\"");
   }
   const auto entries = readScheduleEntries(line + std::string(marker) + " file:///", now, calendar);
-  if (entries.empty()) throw std::invalid_argument(quote(fields) + " is a comment");
-  return explain(entries.front(), "", false, util::isValidUtf8(fields), now, calendar, terminal);
+  if (entries.empty() || !util::isValidUtf8(fields)) throw std::invalid_argument(quote(fields) + " are no time fields");
+  return explain(entries.front(), "", fieldsTable(entries.front(), false, terminal), now, calendar, terminal);
 }
 
 }  // namespace zt
