@@ -44,7 +44,9 @@ int answer(std::string_view argument, bool isOnlyOne) {
     std::cerr << "ztbackupbytime: takes no arguments but --help or --version. Nothing was started.\n";
     return 2;
   }
-  return std::cout.flush() ? 0 : 2;
+  if (std::cout.flush()) return 0;
+  std::cerr << "ztbackupbytime: cannot write the output\n";
+  return 2;
 }
 
 }  // namespace

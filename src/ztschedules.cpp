@@ -11,13 +11,10 @@
 
 int main(int count, char** arguments) {
   using namespace zt::platform;
-  const bool isOutputOpen = ::fcntl(STDOUT_FILENO, F_GETFD) >= 0;
+  // A closed stream would become a /dev/null that works.
+  if (::fcntl(STDIN_FILENO, F_GETFD) < 0) ::open("/dev/null", O_WRONLY);
+  if (::fcntl(STDOUT_FILENO, F_GETFD) < 0) ::open("/dev/null", O_RDONLY);
   setUpProcess();
-  if (!isOutputOpen) {
-    // Nobody reads the /dev/null that it is now: have writing fail.
-    ::close(STDOUT_FILENO);
-    ::open("/dev/null", O_RDONLY);
-  }
   ::signal(SIGPIPE, SIG_DFL);  // whoever reads the output may have seen enough
 
   const SystemClock clock;

@@ -28,6 +28,11 @@ enum class FieldReading : std::uint8_t {
   noDay           ///< a day field that names no day
 };
 
+/// Whether it is one of the invalid ones.
+constexpr bool isInvalid(FieldReading reading) {
+  return reading >= FieldReading::hasBlank;
+}
+
 /// What the time fields of a crontab line mean: the local minutes at which it fires.
 struct Schedule {
   std::optional<std::chrono::minutes> timeOfDay;  ///< since midnight on the wall clock

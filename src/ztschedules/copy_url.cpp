@@ -12,6 +12,15 @@ bool canBeEchoed(std::string_view word) {
   return platform::Task::isArgument("echo -n " + std::string(word));
 }
 
+/// Whether a URL is a file URL (RFC 8089) without an absolute path, or of another machine.
+bool namesNoPath(std::string_view url) {
+  static constexpr std::string_view scheme = "file:";
+  if (!util::isSame(url.substr(0, scheme.size()), scheme, {.caseInsensitive = true})) return false;
+  const auto rest = url.substr(scheme.size());
+  const bool hasHost = rest.starts_with("//") && !rest.starts_with("///") && !rest.starts_with("//localhost/");
+  return hasHost || !rest.starts_with('/');
+}
+
 }  // namespace
 
 std::string_view lastWord(const CrontabLine& line) {
@@ -68,8 +77,11 @@ std::optional<std::string> urlWarning(const CrontabLine& line) {
     return "the URL ends in an r that stands for a CR: use LF alone to end the line";
   }
   const auto url = certainURL(line);
-  if (!url || url->hasScheme()) return std::nullopt;
-  return quote(url->absoluteString()) + " is not an absolute URL: write that of a folder as file:// and its path";
+  if (!url) return std::nullopt;
+  const auto& text = url->absoluteString();
+  if (!url->hasScheme()) return quote(text) + " is not an absolute URL: write that of a folder as file:// and its path";
+  if (namesNoPath(text)) return quote(text) + " does not name a folder here: its path has to begin after file://";
+  return std::nullopt;
 }
 
 }  // namespace zt

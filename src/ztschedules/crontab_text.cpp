@@ -46,7 +46,7 @@ std::string usersCrontab(const platform::FileManager& fileManager) {
     handle.setReadabilityHandler(nullptr);
     endOfErrors.set_value();
   });
-  auto text = fileContents(output->fileHandleForReading().fileDescriptor(), crontabProgram);
+  auto text = fileContents(output->fileHandleForReading().fileDescriptor(), "the output of crontab");
   task.waitUntilExit();
   endOfErrors.get_future().wait();
 

@@ -5,6 +5,7 @@
 #include <initializer_list>
 #include <string_view>
 
+#include "discovery/crontab_reader.h"
 #include "util/text.h"
 #include "ztschedules/copy_url.h"
 #include "ztschedules/schedule_description.h"
@@ -90,23 +91,25 @@ Message explained(Message error, std::string_view text) {
   return error && explanation ? explanation : error;
 }
 
+/// Whether a comment that ends in CR LF includes a line that is none, and that could be a schedule.
+bool swallowsSchedules(std::string_view comment) {
+  return std::ranges::any_of(util::split(comment, '\n'), [](auto line) { return !isComment(line) && isMarked(line); });
+}
+
 /// The rest of the line, which is diagnosed as well, does not begin with a #.
 Diagnostics diagnoseComment(std::string_view text) {
   const auto prefix = text.substr(0, text.find_first_not_of("# \t"));
   const auto [error, warning] = diagnose(CrontabLine(std::string(text.substr(prefix.size()))));
-  if (error) return {.error = lineEndError(text), .warning = {}};  // of the lines that it includes by that
+  if (error) return {.error = swallowsSchedules(text) ? lineEndError(text) : Message(), .warning = {}};
   return {.error = {}, .warning = joined({"commented out: remove " + quote(prefix) + " to enable it", warning})};
 }
 
 /// Why a field is invalid.
 Message fieldError(const CrontabLine& line, const Schedule& schedule, Field field) {
+  if (!isInvalid(schedule.readings[field])) return std::nullopt;
   const auto text = fieldName(field) + " " + quote(line.part(field));
   const auto range = std::string("0 to ") + (field == CrontabLine::minute ? "59" : "23");
   switch (schedule.readings[field]) {
-    case FieldReading::complete:
-    case FieldReading::partial:
-    case FieldReading::ignored:
-      return std::nullopt;
     case FieldReading::outOfRange:
       return text + " is not in the range " + range;
     case FieldReading::hasBlank:
@@ -118,8 +121,9 @@ Message fieldError(const CrontabLine& line, const Schedule& schedule, Field fiel
     case FieldReading::noDay:
       return text + " matches no day: use " +
              (field == CrontabLine::dayOfWeek ? "0 (Sunday) to 6 (Saturday)" : "1-7, 8-14, 15-21 or 22-31");
+    default:
+      return std::nullopt;
   }
-  return std::nullopt;
 }
 
 /// What a misleading field means.
@@ -127,7 +131,8 @@ Message fieldWarning(const CrontabLine& line, const Schedule& schedule, Field fi
   const auto text = fieldName(field) + " " + quote(line.part(field));
   const auto reading = schedule.readings[field];
   if (reading == FieldReading::ignored) return text + " is ignored: the schedule runs in every month";
-  if (reading != FieldReading::partial) return std::nullopt;
+  const bool isEveryDay = field == CrontabLine::dayOfWeek && schedule.weekdays.all();
+  if (reading != FieldReading::partial || isEveryDay) return std::nullopt;
   if (field == CrontabLine::dayOfMonth) return text + " means only days " + listed(rangeTexts(schedule));
   return text + " means only " + listed(weekdayNames(schedule)) + ": list each day, as in 1,2,3 (Sunday is 0)";
 }

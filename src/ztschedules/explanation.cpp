@@ -26,28 +26,15 @@ namespace {
 
 using Field = CrontabLine::Field;
 
-/// A text of the crontab as a cell. The longest ones are URLs.
-std::string cell(std::string_view text) {
-  constexpr std::size_t mostColumns = 500;
-  return shortened(text, mostColumns);
-}
-
 std::string meaningOf(const ScheduleEntry& entry, Field field) {
   const auto& schedule = entry.schedule;
-  switch (schedule.readings.at(field)) {
-    case FieldReading::complete:
-    case FieldReading::partial:
-    case FieldReading::ignored:
-      break;
-    default:
-      return "invalid";
-  }
-  const auto text = cell(entry.line.part(field));
+  if (isInvalid(schedule.readings.at(field))) return "invalid";
+  const auto number = [&] { return std::to_string(std::stoi(std::string(entry.line.part(field)))); };
   switch (field) {
     case CrontabLine::minute:
-      return "minute " + text + " of the hour";
+      return "minute " + number() + " of the hour";
     case CrontabLine::hour:
-      return "hour " + text + " of the day";
+      return "hour " + number() + " of the day";
     case CrontabLine::dayOfMonth:
       if (schedule.ranges.all()) return "any day";
       return "days " + listed(rangeTexts(schedule)) + ": the " + describeOccurrences(schedule) + " of each weekday";
@@ -68,7 +55,7 @@ std::string fieldsTable(const ScheduleEntry& entry, bool hasCommand, const platf
   if (line.parts().size() != CrontabLine::fieldCount || isComment(line.crontabLine())) return {};
   std::vector<Row> rows = {{{"FIELD", "TEXT", "MEANING"}}};
   const auto add = [&](const std::string& name, std::string_view text, const std::string& meaning) {
-    rows.push_back({{name, cell(text), meaning}});
+    rows.push_back({{name, printable(text), meaning}});
   };
   for (const auto field : {minute, hour, dayOfMonth, month, dayOfWeek}) {
     add(fieldName(field), line.part(field), meaningOf(entry, field));
@@ -79,7 +66,7 @@ std::string fieldsTable(const ScheduleEntry& entry, bool hasCommand, const platf
     const auto commandText = line.part(command);
     add("command", commandText.substr(0, commandText.size() - word.size()), "not run, except by cron's daemon");
     add("URL", word,
-        url              ? cell(url->absoluteString())
+        url              ? printable(url->absoluteString())
         : urlError(line) ? "none"
                          : "what bash makes of it when the line is due");
   }
@@ -95,16 +82,7 @@ std::string runsTable(const ScheduleEntry& entry, Instant now, const Calendar& c
     rows.push_back({{printable(util::timeText(*next, calendar)), util::timeLeft(*next - now)},
                     *next <= now ? Style::dueNow : Style::plain});
   }
-  return table(rows, 0, terminal);
-}
-
-/// A text of any length, broken into lines.
-std::string paragraph(const std::string& text, Style style, const platform::Terminal& terminal) {
-  std::string result;
-  for (const auto line : wrapped(text, std::max<std::size_t>(terminal.columns.value_or(text.size()), 2))) {
-    result += styled(line, style, terminal.hasColor) + '\n';
-  }
-  return result;
+  return table(rows, 1, terminal);
 }
 
 std::string explain(const ScheduleEntry& entry, const std::string& title, const std::string& fields, Instant now,

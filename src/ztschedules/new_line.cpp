@@ -4,6 +4,7 @@
 #include <array>
 #include <bitset>
 #include <cctype>
+#include <charconv>
 #include <chrono>
 #include <cstddef>
 #include <stdexcept>
@@ -27,18 +28,19 @@ namespace fs = std::filesystem;
   throw std::invalid_argument(quote(text) + " " + reason);
 }
 
-std::optional<int> readNumber(std::string_view digits, std::size_t most, int limit) {
-  const bool isNumber = !digits.empty() && digits.size() <= most &&
-                        std::ranges::all_of(digits, [](unsigned char c) { return std::isdigit(c) != 0; });
-  const int number = isNumber ? std::stoi(std::string(digits)) : limit;
-  return number < limit ? std::optional(number) : std::nullopt;
+/// The number that one or two digits name, if it is below `limit`.
+std::optional<int> readNumber(std::string_view digits, int limit) {
+  int number{};
+  const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  const bool isNumber = error == std::errc{} && end == digits.data() + digits.size() && digits.size() <= 2;
+  return isNumber && number >= 0 && number < limit ? std::optional(number) : std::nullopt;
 }
 
 std::chrono::minutes readTimeOfDay(std::string_view text) {
   const auto colon = std::min(text.find(':'), text.size());
-  const auto hour = readNumber(text.substr(0, colon), 2, 24);
-  const auto minute = colon + 3 == text.size() ? readNumber(text.substr(colon + 1), 2, 60) : std::nullopt;
-  if (!hour || !minute) reject(text, "is not one time from 00:00 to 23:59: each time needs its own line");
+  const auto hour = readNumber(text.substr(0, colon), 24);
+  const auto minute = colon + 3 == text.size() ? readNumber(text.substr(colon + 1), 60) : std::nullopt;
+  if (!hour || !minute) reject(text, "is not a time such as 09:30, up to 23:59; each time needs its own line");
   return std::chrono::hours{*hour} + std::chrono::minutes{*minute};
 }
 
@@ -49,9 +51,8 @@ std::bitset<count> readList(std::string_view list, const std::string& possible, 
   std::bitset<count> result;
   for (const auto item : util::split(list, ',')) {
     const auto dash = item.find('-');
-    const bool isRange = !indexOf(item) && dash != item.npos;
-    const auto first = indexOf(isRange ? item.substr(0, dash) : item);
-    const auto last = isRange ? indexOf(item.substr(dash + 1)) : first;
+    const auto first = indexOf(item.substr(0, dash));
+    const auto last = dash == item.npos ? first : indexOf(item.substr(dash + 1));
     if (!first || !last) reject(item, possible);
     result.set(*last);
     for (auto i = *first; i != *last; i = (i + 1) % count) result.set(i);
@@ -69,27 +70,31 @@ std::optional<std::size_t> weekdayOf(std::string_view name) {
   return static_cast<std::size_t>(found - names.begin());
 }
 
-std::optional<std::size_t> rangeOf(std::string_view week) {
-  if (week == "last-two") return 3;
-  const auto number = readNumber(week, 1, 5);
-  return number && *number > 0 ? std::optional<std::size_t>(*number - 1) : std::nullopt;
+std::bitset<7> readDays(std::string_view days) {
+  return readList<7>(days, "is not a day: use names without blanks, as in mon or mon,wed-fri", weekdayOf);
 }
 
-Schedule readSchedule(const NewSchedule& asked) {
+/// The ranges of days for weeks of the month. The last range has two of these.
+std::bitset<dayRanges.size()> readWeeks(std::string weeks, std::vector<std::string>& warnings) {
+  static constexpr std::string_view lastTwo = "last-two";
+  for (auto start = weeks.find(lastTwo); start != weeks.npos; start = weeks.find(lastTwo)) {
+    weeks.replace(start, lastTwo.size(), "4-5");
+  }
+  const auto indexOf = [](std::string_view week) {
+    const auto number = readNumber(week, 6);
+    return number && *number > 0 ? std::optional<std::size_t>(*number - 1) : std::nullopt;
+  };
+  const auto read = readList<5>(weeks, "is not a week of the month: use 1, 2, 3 or last-two, as in 1 or 1,3", indexOf);
+  if (read[4] && !read[3]) reject("5", "cannot be without 4: use last-two for the fourth and the fifth week together");
+  if (read[3] && !read[4]) warnings.emplace_back("week 4 is the fourth and the fifth: a line cannot tell them apart");
+  return std::bitset<dayRanges.size()>(read.to_ulong() & 0xF);
+}
+
+Schedule readSchedule(const NewSchedule& asked, std::vector<std::string>& warnings) {
   Schedule schedule;
   schedule.timeOfDay = readTimeOfDay(asked.time);
-  schedule.weekdays.set();
-  schedule.ranges.set();
-  if (asked.days) {
-    schedule.weekdays = readList<7>(*asked.days, "is not a day: use names, as in mon or mon,wed-fri", weekdayOf);
-  }
-  if (asked.weeks) {
-    schedule.ranges =
-        readList<4>(*asked.weeks,
-                    "is not a week of the month that a line can have: use 1, 2, 3 or last-two (the fourth "
-                    "and the fifth, as does 4), or a list such as 1,3",
-                    rangeOf);
-  }
+  schedule.weekdays = asked.days ? readDays(*asked.days) : schedule.weekdays.set();
+  schedule.ranges = asked.weeks ? readWeeks(*asked.weeks, warnings) : schedule.ranges.set();
   return schedule;
 }
 
@@ -118,7 +123,9 @@ std::string absolutePath(const fs::path& path) {
   const auto absolute = goesUp ? fs::weakly_canonical(fs::absolute(path)) : fs::absolute(path).lexically_normal();
   std::error_code unknown;
   const bool isFolder = fs::is_directory(absolute, unknown) || !fs::exists(absolute, unknown);
-  return isFolder ? (absolute / "").string() : absolute.string();
+  auto text = isFolder ? (absolute / "").string() : absolute.string();
+  while (text.starts_with("//")) text.erase(0, 1);
+  return text;
 }
 
 /// Whether a text begins as a whole URL does (RFC 3986, section 3.1).
@@ -132,16 +139,20 @@ bool beginsWithScheme(std::string_view text) {
 
 util::URL urlOf(const std::string& copy, std::vector<std::string>& warnings) {
   if (copy.empty() || copy.find('\n') != copy.npos) reject(copy, "is neither a URL nor the path of a folder");
-  if (beginsWithScheme(copy)) {
-    if (auto url = util::URL::parse(copy)) return *std::move(url);
-    reject(copy, "is not a URL: percent-encode what a URL cannot contain, or begin the path of a folder with ./");
-  }
-  const auto path = absolutePath(copy);
   std::error_code error;
-  if (!fs::exists(path, error)) {
-    warnings.push_back(quote(path) + (error ? " cannot be found: " + error.message() : " does not exist"));
+  if (beginsWithScheme(copy) && !fs::exists(copy, error)) {
+    if (auto url = util::URL::parse(copy)) return *std::move(url);
+    reject(copy, "is not a URL, and there is no such folder: percent-encode what a URL cannot contain");
   }
-  return util::URL::ofFile(path);
+  try {
+    const auto path = absolutePath(copy);
+    if (!fs::exists(path, error)) {
+      warnings.push_back(quote(path) + (error ? " cannot be found: " + error.message() : " does not exist"));
+    }
+    return util::URL::ofFile(path);
+  } catch (const fs::filesystem_error& failure) {
+    reject(copy, "cannot be found: " + failure.code().message());
+  }
 }
 
 /// A text as one word for bash, and for cron, which takes a plain percent sign for a line end.
@@ -156,40 +167,50 @@ std::string escaped(std::string_view text) {
   return result;
 }
 
+/// What stands before the URL. Throws a std::invalid_argument if that would break the line, or the crontab.
 std::string commandOf(const NewSchedule& asked, const std::optional<fs::path>& program) {
-  if (!asked.command) return program ? escaped(program->string()) : ": " + std::string(marker);
-  const std::string_view command = *asked.command;
+  const auto command = asked.command ? *asked.command
+                       : program     ? escaped(program->string())
+                                     : ": " + std::string(marker);
   if (!isMarked(command)) reject(command, "does not contain " + std::string(marker) + ", which marks a schedule");
-  if (command.find_first_of("\t\n") != command.npos) reject(command, "contains a TAB or a line end");
-  for (auto sign = command.find('%'); sign != command.npos; sign = command.find('%', sign + 1)) {
-    if (sign == 0 || command[sign - 1] != '\\')
-      reject(command, "contains a plain %, which ends a line for cron: write \\%");
+  if (command.find_first_of("\t\r\n") != command.npos || !util::isValidUtf8(command)) {
+    reject(command, "cannot be in a line: it contains a TAB, a line end, or bytes that are not UTF-8");
   }
-  return std::string(command);
+  bool isEscaped = false;
+  for (const char c : command) {
+    if (c == '%' && !isEscaped) reject(command, "contains a plain %, which ends a line for cron: write \\%");
+    isEscaped = c == '\\' && !isEscaped;
+  }
+  return command;
 }
 
-/// Throws unless a line means what it was made from.
-void readBack(const CrontabLine& line, const Schedule& schedule, const util::URL& url) {
-  if (const auto error = diagnose(line).error) reject(url.absoluteString(), "cannot be scheduled: " + *error);
+/// Throws a std::invalid_argument unless a line means what it was made from. Gives what is to be said about it.
+std::optional<std::string> readBack(const CrontabLine& line, const Schedule& schedule, const util::URL& url) {
+  const auto [error, warning] = diagnose(line);
+  if (error) reject(url.absoluteString(), "cannot be scheduled: " + *error);
   const auto read = parse(line);
   const auto readURL = certainURL(line);
   if (!isMarked(line.crontabLine()) || read.timeOfDay != schedule.timeOfDay || read.weekdays != schedule.weekdays ||
       read.ranges != schedule.ranges || !readURL || readURL->absoluteString() != url.absoluteString()) {
     reject(url.absoluteString(), "cannot be scheduled: the line would not be read as it was meant");
   }
+  return warning;
 }
 
 }  // namespace
 
 NewLine newLine(const NewSchedule& asked, const std::optional<fs::path>& program) {
+  constexpr std::size_t mostForCron = 998;  // MAX_COMMAND of Vixie cron, without the ends of line and text
   NewLine result;
-  const auto schedule = readSchedule(asked);
-  const bool namesFourthWeek = asked.weeks && asked.weeks->find('4') != asked.weeks->npos;
-  if (namesFourthWeek)
-    result.warnings.emplace_back("week 4 is the fourth and the fifth: a line cannot tell them apart");
+  const auto schedule = readSchedule(asked, result.warnings);
   const auto url = urlOf(asked.copy, result.warnings);
-  result.line = timeFields(schedule) + commandOf(asked, program) + ' ' + escaped(url.absoluteString());
-  readBack(CrontabLine(result.line), schedule, url);
+  const auto command = commandOf(asked, program) + ' ' + escaped(url.absoluteString());
+  result.line = timeFields(schedule) + command;
+  if (const auto warning = readBack(CrontabLine(result.line), schedule, url)) result.warnings.push_back(*warning);
+  if (command.size() > mostForCron) {
+    result.warnings.push_back("Debian's cron takes no command of more than " + std::to_string(mostForCron) +
+                              " bytes, and this has " + std::to_string(command.size()));
+  }
   return result;
 }
 

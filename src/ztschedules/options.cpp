@@ -6,13 +6,15 @@
 #include <utility>
 #include <vector>
 
+#include "ztschedules/terminal_text.h"
+
 namespace zt {
 namespace {
 
 constexpr auto* examples = R"(Examples:
-  the next ten copies          ztschedules --count 10
-  what five time fields mean   ztschedules --explain "30 9 15-21 * 1"
-  schedule a folder's copy     (crontab -l; ztschedules --new ~/Photos --time 09:30 --days mon,fri) | crontab -
+  ztschedules --count 10
+  ztschedules --explain "30 9 15-21 * 1"
+  (crontab -l; ztschedules --new ~/Photos --time 09:30) | crontab -
 )";
 
 /// Leaves out which options an option needs and excludes.
@@ -28,50 +30,53 @@ void define(CLI::App& app, Options& options, NewSchedule& schedule) {
     return app.add_option(name, value, description)->type_name(type);
   };
   auto* at = option("--at", options.at, "TIME",
-                    "Start from TIME instead of now: seconds since 1970, or \"2027-03-14 01:00\", or a date");
+                    "Start from then instead of now: a date, \"2027-03-14 01:00\", or seconds since 1970");
   auto* count = option("--count", options.count, "N", "Show the next N runs of all schedules, up to 100000");
   count->check(CLI::Range(1, 100'000).description(""));
-  auto* month = option("--month", options.month, "[YYYY-MM]", "Show the current month, or another one, as a calendar");
+  auto* month = option("--month", options.month, "[YYYY-MM]", "Show a month as a calendar; default: the current one");
   month->expected(0, 1);
   auto* json = app.add_flag("--json", options.json, "Show the next run of each schedule as JSON");
   auto* next =
-      app.add_flag("--next", options.next, "Print only the next run, in seconds since 1970; status 1 if there is none");
-  auto* explain = option("--explain", options.explain, "LINE|FIELDS",
-                         "Explain the line with that number, or five time fields in quotes");
-  auto* check = app.add_flag("--check", options.check, "Show only problems, and exit with status 1 if there are any");
-  auto* file = option("FILE", options.file, "", "Read this crontab instead of yours; - is standard input");
-  auto* isNew = option("--new", schedule.copy, "URL|FOLDER", "Print a new line for the crontab; see below");
+      app.add_flag("--next", options.next, "Print the next run in seconds since 1970; status 1 if there is none");
+  auto* explain =
+      option("--explain", options.explain, "LINE|FIELDS", "Explain the line with that number, or five time fields");
+  auto* check = app.add_flag("--check", options.check, "Show only what is wrong; status 1 if there are problems");
+  option("FILE", options.file, "", "Read this crontab instead of yours; - is standard input");
+  auto* isNew = option("--new", schedule.copy, "URL|FOLDER", "Print a new line for the crontab, and change nothing");
 
   const std::vector views = {count, month, json, next, explain};
   for (std::size_t i = 0; i < views.size(); ++i) {
     for (std::size_t j = 0; j < i; ++j) views[i]->excludes(views[j]);
   }
   check->excludes(next)->excludes(explain);
-  for (auto* other : {at, count, json, next, explain, check, file}) isNew->excludes(other);
+  for (auto* other : {at, count, json, next, explain, check}) isNew->excludes(other);
   app.set_version_flag("--version", "ztschedules " VERSION);
 
-  constexpr auto* group = "For a new line";
-  auto* time = option("--time", schedule.time, "HH:MM", "When the copy is made")->needs(isNew)->group(group);
+  const auto newOption = [&](const char* name, auto& value, const char* type, const char* description) {
+    return option(name, value, type, description)->needs(isNew)->group("For a new line");
+  };
+  auto* time = newOption("--time", schedule.time, "HH:MM", "When the copy is made");
   isNew->needs(time);
-  option("--days", schedule.days, "DAYS", "On these days only, such as mon or mon,wed-fri")->needs(isNew)->group(group);
-  option("--weeks", schedule.weeks, "WEEKS", "Only the 1st, 2nd, 3rd or last-two of these days in a month, as in 1,3")
-      ->needs(isNew)
-      ->group(group);
-  option("--command", schedule.command, "COMMAND", "What stands before the URL; by default the application's ZTUtil")
-      ->needs(isNew)
-      ->group(group);
+  auto* days = newOption("--days", schedule.days, "DAYS", "On these days only, such as mon or mon,wed-fri");
+  auto* weeks = newOption("--weeks", schedule.weeks, "WEEKS", "Only these weeks of each month: 1, 2, 3, last-two");
+  for (auto* list : {time, days, weeks}) list->join(',');  // two times get the same error in both forms
+  newOption("--command", schedule.command, "COMMAND", "What stands before the URL; default: the application's ZTUtil");
   app.formatter(std::make_shared<HelpFormatter>());
   app.footer(examples);
 }
 
-/// Does what CLI11 cannot: an argument after --month that cannot be a month is FILE, and --month with --new may be
-/// meant as a part of the schedule.
+/// Does what CLI11 cannot: an argument after --month that cannot be a month is FILE, and what a new line cannot have
+/// gets an error that says why.
 void complete(Options& options) {
   const bool isFile =
       options.month && (options.month == "-" || options.month->find_first_not_of("0123456789-") != std::string::npos);
   if (isFile && !options.file) options.file = std::exchange(*options.month, {});
-  if (options.month && options.newSchedule) {
-    throw std::invalid_argument("a line is for every month: choose its days with --days and --weeks");
+  if (!options.newSchedule) return;
+  if (options.month) throw std::invalid_argument("a line is for every month: choose its days with --days and --weeks");
+  if (options.file) {
+    throw std::invalid_argument(
+        quote(*options.file) +
+        " is one word too many: put a name with blanks in quotes, and write lists as in mon,fri");
   }
 }
 

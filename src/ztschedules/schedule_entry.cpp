@@ -9,7 +9,6 @@
 #include "util/text.h"
 #include "ztschedules/copy_url.h"
 #include "ztschedules/schedule_description.h"
-#include "ztschedules/terminal_text.h"
 
 namespace zt {
 namespace {
@@ -53,7 +52,6 @@ void warnOfRepeatedCopies(std::vector<ScheduleEntry>& entries) {
 }  // namespace
 
 std::vector<ScheduleEntry> readScheduleEntries(std::string_view crontab, Instant now, const Calendar& calendar) {
-  constexpr std::size_t mostColumns = 60;
   const auto error = textError(crontab);
   std::vector<ScheduleEntry> entries;
   std::size_t number = 1;
@@ -65,7 +63,7 @@ std::vector<ScheduleEntry> readScheduleEntries(std::string_view crontab, Instant
     auto entry = entryOf(number, CrontabLine{std::string(text)}, now, calendar);
     if (isComment(text) && !entry.diagnostics.error && !entry.diagnostics.warning) continue;
     if (error) entry = {.number = number, .line = entry.line, .diagnostics = {error, {}}};
-    entry.copy = shortened(copyName(entry.line), mostColumns);
+    entry.copy = copyName(entry.line);
     entries.push_back(std::move(entry));
   }
   warnOfRepeatedCopies(entries);

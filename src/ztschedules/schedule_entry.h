@@ -15,7 +15,7 @@ namespace zt {
 struct ScheduleEntry {
   std::size_t number;   ///< of the line, from 1; empty lines count
   CrontabLine line;     ///< with any number of fields
-  std::string copy{};   ///< the name of the copy, printable and shortened
+  std::string copy{};   ///< the name of the copy
   Schedule schedule{};  ///< cannot fire if the tool drops the line
   Diagnostics diagnostics{};
   bool due = false;               ///< whether it fires in the current minute

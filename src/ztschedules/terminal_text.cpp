@@ -166,6 +166,14 @@ std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns
   return lines;
 }
 
+std::string paragraph(std::string_view text, Style style, const platform::Terminal& terminal) {
+  std::string result;
+  for (const auto line : wrapped(text, std::max<std::size_t>(terminal.columns.value_or(text.size()), 2))) {
+    result += styled(line, style, terminal.hasColor) + '\n';
+  }
+  return result;
+}
+
 void printMessage(std::string_view text) {
   std::cerr << "ztschedules: " << printable(text) << '\n';
 }

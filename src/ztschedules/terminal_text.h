@@ -28,14 +28,17 @@ std::string quote(std::string_view text);
 /// wider, and point into `text`.
 std::vector<std::string_view> wrapped(std::string_view text, std::size_t columns);
 
-/// Writes a message, made printable, to standard error as a line of ztschedules.
-void printMessage(std::string_view text);
-
 /// What a text stands for, which its colour shows.
 enum class Style : std::uint8_t { plain, dueNow, dueDay, error, warning };
 
 /// A printable text in the colour of a style; unchanged without colour.
 std::string styled(std::string_view text, Style style, bool hasColor);
+
+/// A printable text of any length in lines that fit the terminal.
+std::string paragraph(std::string_view text, Style style, const platform::Terminal& terminal);
+
+/// Writes a message, made printable, to standard error as a line of ztschedules.
+void printMessage(std::string_view text);
 
 struct Row {
   std::vector<std::string> cells;  ///< printable

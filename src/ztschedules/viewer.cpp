@@ -7,9 +7,9 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
-#include <utility>
 
 #include "discovery/crontab_reader.h"
+#include "platform/trust.h"
 #include "util/time_text.h"
 #include "ztschedules/crontab_text.h"
 #include "ztschedules/explanation.h"
@@ -49,13 +49,14 @@ struct Answer {
   int status = success;
 };
 
-/// The application's own program for its lines, if it can be executed.
+/// The application's own program for its lines, if that can be executed, and nobody else can have put it there.
 std::optional<std::filesystem::path> utility(const ViewerServices& services) {
   const auto application = services.applications.find(platform::applicationIdentifier, [](const auto&) {});
-  if (!application || !services.fileManager.isExecutableFile(*application / platform::utilityInBundle)) {
-    return std::nullopt;
-  }
-  return *application / platform::utilityInBundle;
+  if (!application) return std::nullopt;
+  const auto program = *application / platform::utilityInBundle;
+  // cron's daemon would run it in the name of this user.
+  const bool isUsable = services.fileManager.isExecutableFile(program) && !platform::distrust(program);
+  return isUsable ? std::optional(program) : std::nullopt;
 }
 
 Answer answerNew(const NewSchedule& schedule, const ViewerServices& services) {
@@ -70,6 +71,7 @@ Answer answer(const Options& options, const ViewerServices& services) {
   const auto readTime = [&](const std::string& text) { return util::readTime(text, services.calendar); };
   const Instant now = options.at ? readArgument(*options.at, readTime) : clock.now();
   if (options.explain && !isLineNumber(*options.explain)) {
+    if (options.file) throw std::invalid_argument("five time fields are explained without a crontab, not with FILE");
     return {explainFields(*options.explain, now, calendar, terminal)};
   }
   const auto month = monthOf(options, now, calendar);
@@ -78,9 +80,8 @@ Answer answer(const Options& options, const ViewerServices& services) {
   const auto entries = readScheduleEntries(text, now, calendar);
 
   if (options.next) {
-    auto view = nextRunView(entries);
-    const int status = view.empty() ? foundNoRun : success;
-    return {std::move(view), status};
+    const auto view = nextRunView(entries);
+    return {view, view.empty() ? foundNoRun : success};
   }
   const bool hasErrors =
       std::ranges::any_of(entries, [](const auto& entry) { return entry.diagnostics.error.has_value(); });
@@ -91,8 +92,9 @@ Answer answer(const Options& options, const ViewerServices& services) {
   if (month) {
     view = monthView(entries, *month, calendar, terminal);
   } else if (entries.empty() && !options.check) {
-    view = "No schedules: " + std::string(isMarked(text) ? "only comments contain " : "no line contains ") +
-           std::string(marker) + ".\nWrite one with --new: see --help.\n";
+    const std::string found = isMarked(text) ? "only comments contain " : "no line contains ";
+    view = paragraph("No schedules: " + found + std::string(marker) + ".", Style::plain, terminal) +
+           paragraph("Write one with --new: see --help.", Style::plain, terminal);
   } else if (options.count) {
     view = runsView(entries, *options.count, now, calendar, terminal);
   } else if (!options.check) {

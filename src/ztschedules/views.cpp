@@ -22,6 +22,12 @@ namespace {
 using Run =
     std::pair<Instant, const ScheduleEntry*>;  // of two at the same time, the upper one in the crontab comes first
 
+/// The name of a copy as a cell.
+std::string nameOf(const ScheduleEntry& entry) {
+  constexpr std::size_t mostColumns = 60;
+  return shortened(entry.copy, mostColumns);
+}
+
 std::vector<Run> nextRuns(std::span<const ScheduleEntry> entries) {
   std::vector<Run> runs;
   for (const auto& entry : entries) {
@@ -36,7 +42,7 @@ std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar&
   std::vector<Row> rows = {{{"NEXT", "LEFT", "SCHEDULE", "COPY"}}};
   for (const auto& [time, entry] : runs) {
     rows.push_back({{printable(util::timeText(time, calendar)), util::timeLeft(time - now), describe(entry->schedule),
-                     entry->copy},
+                     nameOf(*entry)},
                     time <= now ? Style::dueNow : Style::plain});
   }
   return table(rows, 2, terminal);
@@ -147,7 +153,7 @@ std::string jsonView(std::span<const ScheduleEntry> entries, const Calendar& cal
 std::string problemsView(std::span<const ScheduleEntry> entries, const platform::Terminal& terminal) {
   std::vector<Row> rows = {{{"LINE", "COPY", "PROBLEM"}}};
   const auto add = [&](const ScheduleEntry& entry, const std::string& problem, Style style) {
-    rows.push_back({{std::to_string(entry.number), entry.copy, problem}, style});
+    rows.push_back({{std::to_string(entry.number), nameOf(entry), problem}, style});
   };
   for (const auto& entry : entries) {
     const auto& [error, warning] = entry.diagnostics;

@@ -30,9 +30,27 @@ TEST_F(Viewer, EndsWithAStatusAndAMessage) {
         "--explain '0 5 * * *'", "--new a:b --time 9:30", "--help", "--version"}},
       {"1", {"--check", "--check --json", "--next - < /dev/null"}},
       {"2",
-       {"--month good --count 3", "--json --count 3", "--count 0", "--count -- -1", "--at tomorrow", "--month 2027-13",
-        "--unknown", "good good", "missing", "/", "/dev/zero", "good > /dev/full", "good >&-", "--version >&-",
-        "--explain 2 good", "--new a:b --time 9:30 --month 6", "--new a:b", "--days mon"}},
+       {"--month good --count 3",
+        "--json --count 3",
+        "--count 0",
+        "--count -- -1",
+        "--at tomorrow",
+        "--month 2027-13",
+        "--unknown",
+        "good good",
+        "missing",
+        "/",
+        "/dev/zero",
+        "good > /dev/full",
+        "good >&-",
+        "- <&-",
+        "--version >&-",
+        "--explain 2 good",
+        "--new a:b --time 9:30 --month 6",
+        "--new a:b",
+        "--new a:b --time 9:30 c",
+        "--explain '0 5 * * *' good",
+        "--days mon"}},
   };
   for (const auto& [status, all] : rows) {
     for (const auto& arguments : all) {
@@ -61,12 +79,16 @@ TEST_F(Viewer, WritesLinesForTheCrontab) {
   const std::string utility = "~/Applications/My\\ Zantrove.app/Contents/Helpers/ZTUtil";
   bash("touch " + utility);
   EXPECT_EQ(add("b --time 09:30"), lineText("30 9 * * *", ": ZTUtil file://" + path + "/b/")) << "not executable";
+  bash("chmod 777 " + utility);
+  EXPECT_EQ(add("b --time 09:30"), lineText("30 9 * * *", ": ZTUtil file://" + path + "/b/")) << "others can write it";
   EXPECT_EQ(bash("cat errors"), Texts{"ztschedules: warning: " + path + "/b/ does not exist"});
-  bash("chmod +x " + utility);
+  bash("chmod 755 " + utility);
   EXPECT_EQ(add("b --time 09:30 --days mon --weeks 3"),
             lineText("30 9 15-21 * 1", path + utility.substr(1) + " file://" + path + "/b/"));
   EXPECT_EQ(add("b --time 9:30 --command /ZTUtil"), lineText("30 9 * * *", "/ZTUtil file://" + path + "/b/"));
-  EXPECT_EQ(bash("crontab -l").size(), lines + 4) << "no other line is lost";
+  bash("mkdir 'a:b'");
+  EXPECT_EQ(add("a:b --time 9:30 --command ZTUtil"), lineText("30 9 * * *", "ZTUtil file://" + path + "/a\\%3Ab/"));
+  EXPECT_EQ(bash("crontab -l").size(), lines + 6) << "no other line is lost";
 }
 
 TEST_F(Viewer, TakesWhatEachCrontabProgramPrints) {
@@ -103,6 +125,7 @@ TEST_F(Viewer, CompletesItsOptionsAndFiles) {
   EXPECT_EQ(completions("ztschedules --json go"), (Texts{"good", "good folder"}));
   EXPECT_EQ(completions("ztschedules --new go"), Texts{"good folder"});
   EXPECT_EQ(completions("ztschedules --days mon,tue-s"), (Texts{"mon,tue-sat", "mon,tue-sun"}));
+  EXPECT_EQ(completions("ztschedules --weeks = 1,l"), Texts{"1,last-two"});
 }
 
 TEST_F(Viewer, UsesColorOnlyInATerminal) {

@@ -72,8 +72,12 @@ TEST(CopyUrl, HasAnErrorOnlyIfBashMakesNoUrlOfIt) {
 TEST(CopyUrl, HasAWarningIfItIsProbablyNotWhatWasMeant) {
   const auto warning = [](const char* url) { return urlWarning(lineOf("0 5 * * *", url)); };
   EXPECT_EQ(warning("file:///letter"), std::nullopt);
+  EXPECT_EQ(warning("FILE://localhost/letter"), std::nullopt);
   EXPECT_EQ(warning("/$letter"), std::nullopt) << "only bash knows";
   EXPECT_EQ(warning(R"(a\r)"), "the URL ends in an r that stands for a CR: use LF alone to end the line");
   EXPECT_EQ(warning("/Copy\\%20Plan#a:b"),
             "/Copy%20Plan#a:b is not an absolute URL: write that of a folder as file:// and its path");
+  for (const std::string url : {"file://Photos/2026", "File:Photos", "file:", "file://localhost"}) {
+    EXPECT_EQ(warning(url.c_str()), url + " does not name a folder here: its path has to begin after file://");
+  }
 }

@@ -14,7 +14,7 @@ TEST(Diagnostics, SayWhatIsWrongWithAField) {
   expect(lineOf("99999999999 5 * * *"), "minute 99999999999 is not in the range 0 to 59");
   expect(lineOf("*/5 5 * * *"), "minute */5 is not a single number from 0 to 59: each time needs its own line");
   expect(lineOf("0  * * *"), "hour \"\" is not a single number from 0 to 23");
-  expect(CrontabLine("1, 5\t24\t*\t*\t*\tZTUtil file:a"),
+  expect(CrontabLine("1, 5\t24\t*\t*\t*\tZTUtil x:a"),
          "minute \"1, 5\" is not a single number from 0 to 59: remove the blanks; hour 24 is not in the range 0 to 23");
   expect(lineOf("\x1b[1m 5 * * *"), "minute \"\\x1b[1m\" is not a single number from 0 to 59");
   expect(lineOf("0 5 15 * *"), "day of month 15 matches no day: use 1-7, 8-14, 15-21 or 22-31");
@@ -47,11 +47,11 @@ TEST(Diagnostics, SayWhyALineIsNoSchedule) {
   expect(lineOf("0 5 * * *", "/ZTUtil x\r\n"), "the line ends in CR LF: use LF alone");
   expect(CrontabLine(" # " + lineText("0 5 * * *")), "", "commented out: remove \" # \" to enable it");
   expect(CrontabLine("#" + lineText("0 5 * * 7")), "");
-  expect(CrontabLine("# ZTUtil\r\n"), "the line ends in CR LF: use LF alone");
+  expect(CrontabLine("# ZTUtil\r\n# ZTUtil\r\n"), "");
   expect(CrontabLine("#\r\n" + lineText("0 5 * * *")), "the line ends in CR LF: use LF alone");
   expect(CrontabLine("A=b\r\n" + lineText("0 24 * * *", "ZTUtil a\r\n")),
          "the line ends in CR LF: use LF alone; hour 24 is not in the range 0 to 23");
-  expect(CrontabLine("#" + lineText("0 5 * \r\n *", "A\r\n ZTUtil file:a")), "",
+  expect(CrontabLine("#" + lineText("0 5 * \r\n *", "A\r\n ZTUtil x:a")), "",
          "commented out: remove # to enable it; month \"\\x0d\\x0a\" is ignored: the schedule runs in every month");
-  expect(lineOf("0 5 * * *", "ZTUtil file:a;#\r\n"), "");
+  expect(lineOf("0 5 * * *", "ZTUtil x:a;#\r\n"), "");
 }

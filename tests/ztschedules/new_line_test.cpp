@@ -13,15 +13,21 @@ TEST(NewLine, SaysWhatWasAskedFor) {
       {{.copy = "x:a?b=c*", .time = "0:05", .command = "ZTUtil\\%d -c"}, "5\t0\t*\t*\t*\tZTUtil\\%d -c x:a\\?b=c\\*"},
       {{.copy = "/no/../é 1%/", .time = "23:59", .days = "SAT,fri-Sunday,mond"},
        "59\t23\t*\t*\t0,1,5,6\t: ZTUtil file:///\\%C3\\%A9\\%201\\%25/"},
-      {{.copy = "/usr", .time = "00:00", .days = "tue-mon", .weeks = "1-4"}, "0\t0\t*\t*\t*\t: ZTUtil file:///usr/"},
+      {{.copy = "/usr", .time = "00:00", .days = "tue-mon", .weeks = "1-5"}, "0\t0\t*\t*\t*\t: ZTUtil file:///usr/"},
       {{.copy = "/etc/passwd", .time = "1:00", .weeks = "3"}, "0\t1\t15-21\t*\t*\t: ZTUtil file:///etc/passwd"},
-      {{.copy = "/", .time = "1:00", .days = "wednesday", .weeks = "last-two,1-2"},
+      {{.copy = "//", .time = "1:00", .days = "wednesday", .weeks = "last-two,1-2"},
        "0\t1\t1-7,8-14,22-31\t*\t3\t: ZTUtil file:///"},
   };
   for (const auto& [schedule, line] : rows) EXPECT_EQ(newLine(schedule, std::nullopt).line, line);
   EXPECT_EQ(newLine(rows[0].first, "/My 100% App/ZTUtil").line, "30\t9\t*\t*\t*\t/My\\ 100\\%\\ App/ZTUtil file:///a");
-  EXPECT_EQ(newLine({.copy = "/none/../none2", .time = "1:00", .weeks = "4"}, {}).warnings,
+  const auto warnings = [](const NewSchedule& schedule) { return newLine(schedule, std::nullopt).warnings; };
+  EXPECT_EQ(warnings({.copy = "/none/../none2", .time = "1:00", .weeks = "4"}),
             (Texts{"week 4 is the fourth and the fifth: a line cannot tell them apart", "/none2/ does not exist"}));
+  EXPECT_EQ(warnings({.copy = "file://Photos/", .time = "1:00", .weeks = "5,4"}),
+            Texts{"file://Photos/ does not name a folder here: its path has to begin after file://"});
+  EXPECT_EQ(warnings({.copy = "file:///" + std::string(981, 'a'), .time = "1:00"}), Texts{}) << "998 bytes";
+  EXPECT_EQ(warnings({.copy = "file:///" + std::string(982, 'a'), .time = "1:00"}),
+            Texts{"Debian's cron takes no command of more than 998 bytes, and this has 999"});
 }
 
 TEST(NewLine, IsRefusedIfALineCannotSayThat) {
@@ -32,30 +38,33 @@ TEST(NewLine, IsRefusedIfALineCannotSayThat) {
       return reason.what();
     }
   };
-  for (const auto* time : {"", "9", "9:3", "24:00", "09:60", "+9:30", "9:30,18:00", "9:300", "*:00", "009:30"}) {
+  for (const auto* time :
+       {"", "9", "9:3", "9:-3", "24:00", "09:60", "+9:30", "9:30,18:00", "9:300", "*:00", "009:30"}) {
     EXPECT_TRUE(error({.copy = "/a", .time = time}).ends_with("each time needs its own line")) << time;
   }
   for (const auto* days : {"", "mo", "mon,", "1", "mon-", "mon--fri", "mons"}) {
-    EXPECT_TRUE(error({.copy = "/a", .time = "1:00", .days = days})
-                    .ends_with(" is not a day: use names, as in mon or "
-                               "mon,wed-fri"))
-        << days;
+    EXPECT_TRUE(error({.copy = "/a", .time = "1:00", .days = days}).ends_with("as in mon or mon,wed-fri")) << days;
   }
-  for (const auto* weeks : {"", "0", "5", "last", "1-5", "1,"}) {
-    EXPECT_NE(error({.copy = "/a", .time = "1:00", .weeks = weeks}).find("use 1, 2, 3 or last-two"), std::string::npos)
-        << weeks;
+  for (const auto* weeks : {"", "0", "5", "last", "1-6", "1,"}) {
+    EXPECT_NE(error({.copy = "/a", .time = "1:00", .weeks = weeks}).find("last-two"), std::string::npos) << weeks;
   }
   EXPECT_EQ(error({.copy = "", .time = "1:00"}), "\"\" is neither a URL nor the path of a folder");
   EXPECT_EQ(error({.copy = "/a\nb", .time = "1:00"}), "\"/a\\x0ab\" is neither a URL nor the path of a folder");
   EXPECT_EQ(error({.copy = "My: b", .time = "1:00"}),
-            "\"My: b\" is not a URL: percent-encode what a URL cannot contain, or begin the path of a folder with ./");
+            "\"My: b\" is not a URL, and there is no such folder: percent-encode what a URL cannot contain");
+  EXPECT_EQ(error({.copy = "../" + std::string(300, 'a'), .time = "1:00"}),
+            "../aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa… cannot be found: File name too long");
   EXPECT_EQ(error({.copy = "a:" + std::string(131'064, 'a'), .time = "1:00"}),
             "a:aaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaaa… cannot be scheduled: the URL is too long, or contains a NUL");
   const auto commandError = [&](const char* command) {
     return error({.copy = "/a", .time = "1:00", .command = command});
   };
   EXPECT_EQ(commandError("/ztutil"), "/ztutil does not contain ZTUtil, which marks a schedule");
-  EXPECT_EQ(commandError("ZTUtil\t-x"), "\"ZTUtil\\x09-x\" contains a TAB or a line end");
+  EXPECT_EQ(commandError("ZTUtil\t-x"),
+            "\"ZTUtil\\x09-x\" cannot be in a line: it contains a TAB, a line end, or bytes "
+            "that are not UTF-8");
+  EXPECT_EQ(commandError("ZTUtil\xff").substr(0, 30), "\"ZTUtil\\xff\" cannot be in a li");
+  EXPECT_EQ(commandError("ZTUtil \\\\%"), "\"ZTUtil \\\\%\" contains a plain %, which ends a line for cron: write \\%");
   EXPECT_EQ(commandError("%ZTUtil"), "%ZTUtil contains a plain %, which ends a line for cron: write \\%");
 }
 
