@@ -86,7 +86,7 @@ Message lineEndError(std::string_view text) {
 }
 
 /// The error of a text, explained by its line end if that is wrong.
-Message explained(Message error, std::string_view text) {
+Message explained(const Message& error, std::string_view text) {
   const auto explanation = lineEndError(text);
   return error && explanation ? explanation : error;
 }

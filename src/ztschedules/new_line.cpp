@@ -87,7 +87,7 @@ std::bitset<dayRanges.size()> readWeeks(std::string weeks, std::vector<std::stri
   const auto read = readList<5>(weeks, "is not a week of the month: use 1, 2, 3 or last-two, as in 1 or 1,3", indexOf);
   if (read[4] && !read[3]) reject("5", "cannot be without 4: use last-two for the fourth and the fifth week together");
   if (read[3] && !read[4]) warnings.emplace_back("week 4 is the fourth and the fifth: a line cannot tell them apart");
-  return std::bitset<dayRanges.size()>(read.to_ulong() & 0xF);
+  return {read.to_ulong() & 0xF};
 }
 
 Schedule readSchedule(const NewSchedule& asked, std::vector<std::string>& warnings) {
@@ -169,9 +169,7 @@ std::string escaped(std::string_view text) {
 
 /// What stands before the URL. Throws a std::invalid_argument if that would break the line, or the crontab.
 std::string commandOf(const NewSchedule& asked, const std::optional<fs::path>& program) {
-  const auto command = asked.command ? *asked.command
-                       : program     ? escaped(program->string())
-                                     : ": " + std::string(marker);
+  auto command = asked.command ? *asked.command : program ? escaped(program->string()) : ": " + std::string(marker);
   if (!isMarked(command)) reject(command, "does not contain " + std::string(marker) + ", which marks a schedule");
   if (command.find_first_of("\t\r\n") != command.npos || !util::isValidUtf8(command)) {
     reject(command, "cannot be in a line: it contains a TAB, a line end, or bytes that are not UTF-8");
