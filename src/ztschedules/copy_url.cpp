@@ -79,7 +79,9 @@ std::optional<std::string> urlWarning(const CrontabLine& line) {
   const auto url = certainURL(line);
   if (!url) return std::nullopt;
   const auto& text = url->absoluteString();
-  if (!url->hasScheme()) return quote(text) + " is not an absolute URL: write that of a folder as file:// and its path";
+  if (!url->hasScheme())
+    return quote(text) +
+           ", the last word, is not an absolute URL: write a folder as file:// and its path, a blank as %20";
   if (namesNoPath(text)) return quote(text) + " does not name a folder here: its path has to begin after file://";
   return std::nullopt;
 }

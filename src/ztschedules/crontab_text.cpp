@@ -2,6 +2,7 @@
 
 #include <unistd.h>
 
+#include <chrono>
 #include <future>
 #include <memory>
 #include <stdexcept>
@@ -17,6 +18,7 @@
 namespace zt {
 namespace {
 
+using namespace std::chrono_literals;
 using platform::fileContents;
 
 /// Whether this is what crontab prints for a user who has none: Vixie cron and systemd-cron, or bcron.
@@ -30,6 +32,7 @@ std::string usersCrontab(const platform::FileManager& fileManager) {
   if (!fileManager.isExecutableFile(crontabProgram)) {
     throw std::runtime_error(std::string("cannot run ") + crontabProgram);
   }
+  constexpr std::size_t mostErrors = 65'536;  // bytes, about
   std::string errorText;
   std::promise<void> endOfErrors;
   platform::Task task(crontabProgram, std::vector<std::string>{crontabArgument});
@@ -41,14 +44,14 @@ std::string usersCrontab(const platform::FileManager& fileManager) {
   // Both are read at once: crontab would wait for ever to write into a full pipe.
   errors->fileHandleForReading().setReadabilityHandler([&](platform::FileHandle& handle) {
     const auto data = handle.availableData();
-    errorText += data;
-    if (!data.empty()) return;
-    handle.setReadabilityHandler(nullptr);
-    endOfErrors.set_value();
+    if (errorText.size() < mostErrors) errorText += data;
+    if (data.empty()) endOfErrors.set_value();
   });
   auto text = fileContents(output->fileHandleForReading().fileDescriptor(), "the output of crontab");
   task.waitUntilExit();
-  endOfErrors.get_future().wait();
+  // A process that it has left behind may hold its standard error for long.
+  endOfErrors.get_future().wait_for(1s);
+  errors->fileHandleForReading().setReadabilityHandler(nullptr);
 
   const int status = task.terminationStatus();
   const bool isMissing = status != 0 && saysThereIsNone(errorText);

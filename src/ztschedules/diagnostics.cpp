@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <initializer_list>
 #include <string_view>
 
@@ -31,15 +32,17 @@ Message joined(std::initializer_list<Message> messages) {
 
 /// Whether a word could be a time field of crontab(5): numbers, names, and the characters between them.
 bool looksLikeTimeField(std::string_view word) {
-  static constexpr std::array names = {"sun", "mon", "tue", "wed", "thu", "fri", "sat", "jan", "feb", "mar",
-                                       "apr", "may", "jun", "jul", "aug", "sep", "oct", "nov", "dec"};
+  static constexpr std::array<std::string_view, 19> names = {"sun", "mon", "tue", "wed", "thu", "fri", "sat",
+                                                             "jan", "feb", "mar", "apr", "may", "jun", "jul",
+                                                             "aug", "sep", "oct", "nov", "dec"};
   static constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
   static constexpr std::string_view otherCharacters = "0123456789*,-/+?#:";
   if (word.empty()) return false;
   while (!word.empty()) {
     const auto start = word.substr(0, 3);
-    const bool isName =
-        std::ranges::any_of(names, [&](auto name) { return util::isSame(start, name, {.caseInsensitive = true}); });
+    const bool isName = std::ranges::any_of(names, [&](auto name) {
+      return std::ranges::equal(start, name, [](unsigned char c, char letter) { return std::tolower(c) == letter; });
+    });
     const auto end = std::min(word.find_first_not_of(isName ? letters : otherCharacters), word.size());
     if (end == 0) return false;
     word.remove_prefix(end);

@@ -75,16 +75,16 @@ std::bitset<7> readDays(std::string_view days) {
 }
 
 /// The ranges of days for weeks of the month. The last range has two of these.
-std::bitset<dayRanges.size()> readWeeks(std::string weeks, std::vector<std::string>& warnings) {
-  static constexpr std::string_view lastTwo = "last-two";
-  for (auto start = weeks.find(lastTwo); start != weeks.npos; start = weeks.find(lastTwo)) {
-    weeks.replace(start, lastTwo.size(), "4-5");
-  }
+std::bitset<dayRanges.size()> readWeeks(std::string_view weeks, std::vector<std::string>& warnings) {
+  static constexpr auto* possible = "is not a week of the month: use 1, 2, 3 or last-two, as in 1 or 1,3";
   const auto indexOf = [](std::string_view week) {
     const auto number = readNumber(week, 6);
     return number && *number > 0 ? std::optional<std::size_t>(*number - 1) : std::nullopt;
   };
-  const auto read = readList<5>(weeks, "is not a week of the month: use 1, 2, 3 or last-two, as in 1 or 1,3", indexOf);
+  std::bitset<5> read;
+  for (const auto item : util::split(weeks, ',')) {
+    read |= item == "last-two" ? std::bitset<5>(0b11000) : readList<5>(item, possible, indexOf);
+  }
   if (read[4] && !read[3]) reject("5", "cannot be without 4: use last-two for the fourth and the fifth week together");
   if (read[3] && !read[4]) warnings.emplace_back("week 4 is the fourth and the fifth: a line cannot tell them apart");
   return {read.to_ulong() & 0xF};
@@ -137,22 +137,30 @@ bool beginsWithScheme(std::string_view text) {
          });
 }
 
-util::URL urlOf(const std::string& copy, std::vector<std::string>& warnings) {
+util::URL urlOf(const std::string& copy) {
   if (copy.empty() || copy.find('\n') != copy.npos) reject(copy, "is neither a URL nor the path of a folder");
-  std::error_code error;
-  if (beginsWithScheme(copy) && !fs::exists(copy, error)) {
+  std::error_code unknown;
+  if (beginsWithScheme(copy) && !fs::exists(copy, unknown)) {
     if (auto url = util::URL::parse(copy)) return *std::move(url);
     reject(copy, "is not a URL, and there is no such folder: percent-encode what a URL cannot contain");
   }
   try {
-    const auto path = absolutePath(copy);
-    if (!fs::exists(path, error)) {
-      warnings.push_back(quote(path) + (error ? " cannot be found: " + error.message() : " does not exist"));
-    }
-    return util::URL::ofFile(path);
-  } catch (const fs::filesystem_error& failure) {
-    reject(copy, "cannot be found: " + failure.code().message());
+    return util::URL::ofFile(absolutePath(copy));
+  } catch (const fs::filesystem_error& error) {
+    reject(copy, "cannot be found: " + error.code().message());
   }
+}
+
+/// What is probably wrong with a URL that a line can have.
+std::optional<std::string> warningOf(const util::URL& url) {
+  const auto& text = url.absoluteString();
+  if (!text.starts_with("file:///")) {
+    if (text.find(":/") != text.npos) return std::nullopt;
+    return quote(text) + " is taken for a URL: if it is a folder, write " + quote("./" + text);
+  }
+  std::error_code error;
+  if (fs::exists(url.path(), error)) return std::nullopt;
+  return quote(url.path()) + (error ? " cannot be found: " + error.message() : " does not exist");
 }
 
 /// A text as one word for bash, and for cron, which takes a plain percent sign for a line end.
@@ -188,8 +196,8 @@ std::optional<std::string> readBack(const CrontabLine& line, const Schedule& sch
   if (error) reject(url.absoluteString(), "cannot be scheduled: " + *error);
   const auto read = parse(line);
   const auto readURL = certainURL(line);
-  if (!isMarked(line.crontabLine()) || read.timeOfDay != schedule.timeOfDay || read.weekdays != schedule.weekdays ||
-      read.ranges != schedule.ranges || !readURL || readURL->absoluteString() != url.absoluteString()) {
+  if (read.timeOfDay != schedule.timeOfDay || read.weekdays != schedule.weekdays || read.ranges != schedule.ranges ||
+      !readURL || readURL->absoluteString() != url.absoluteString()) {
     reject(url.absoluteString(), "cannot be scheduled: the line would not be read as it was meant");
   }
   return warning;
@@ -201,7 +209,8 @@ NewLine newLine(const NewSchedule& asked, const std::optional<fs::path>& program
   constexpr std::size_t mostForCron = 998;  // MAX_COMMAND of Vixie cron, without the ends of line and text
   NewLine result;
   const auto schedule = readSchedule(asked, result.warnings);
-  const auto url = urlOf(asked.copy, result.warnings);
+  const auto url = urlOf(asked.copy);
+  if (const auto warning = warningOf(url)) result.warnings.push_back(*warning);
   const auto command = commandOf(asked, program) + ' ' + escaped(url.absoluteString());
   result.line = timeFields(schedule) + command;
   if (const auto warning = readBack(CrontabLine(result.line), schedule, url)) result.warnings.push_back(*warning);

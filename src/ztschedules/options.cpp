@@ -6,8 +6,6 @@
 #include <utility>
 #include <vector>
 
-#include "ztschedules/terminal_text.h"
-
 namespace zt {
 namespace {
 
@@ -16,6 +14,9 @@ constexpr auto* examples = R"(Examples:
   ztschedules --explain "30 9 15-21 * 1"
   (crontab -l; ztschedules --new ~/Photos --time 09:30) | crontab -
 )";
+
+constexpr auto* tooManyWords =
+    "too many words: put a name with blanks, or five time fields, in quotes, and write lists as in mon,fri";
 
 /// Leaves out which options an option needs and excludes.
 struct HelpFormatter : CLI::Formatter {
@@ -43,6 +44,7 @@ void define(CLI::App& app, Options& options, NewSchedule& schedule) {
   auto* check = app.add_flag("--check", options.check, "Show only what is wrong; status 1 if there are problems");
   option("FILE", options.file, "", "Read this crontab instead of yours; - is standard input");
   auto* isNew = option("--new", schedule.copy, "URL|FOLDER", "Print a new line for the crontab, and change nothing");
+  isNew->check([](const std::string& text) { return text.starts_with("--") ? "a URL or a folder is missing" : ""; });
 
   const std::vector views = {count, month, json, next, explain};
   for (std::size_t i = 0; i < views.size(); ++i) {
@@ -73,11 +75,7 @@ void complete(Options& options) {
   if (isFile && !options.file) options.file = std::exchange(*options.month, {});
   if (!options.newSchedule) return;
   if (options.month) throw std::invalid_argument("a line is for every month: choose its days with --days and --weeks");
-  if (options.file) {
-    throw std::invalid_argument(
-        quote(*options.file) +
-        " is one word too many: put a name with blanks in quotes, and write lists as in mon,fri");
-  }
+  if (options.file) throw std::invalid_argument(tooManyWords);
 }
 
 }  // namespace
@@ -92,6 +90,9 @@ std::optional<Options> readOptions(int count, const char* const* arguments) {
   } catch (const CLI::Success& answer) {
     app.exit(answer);
     return std::nullopt;
+  } catch (const CLI::ExtrasError&) {
+    if (app.count("--new") + app.count("--explain") > 0) throw std::invalid_argument(tooManyWords);
+    throw;
   }
   if (app.count("--new") > 0) options.newSchedule = std::move(schedule);
   complete(options);

@@ -40,8 +40,9 @@ void warnOfRepeatedCopies(std::vector<ScheduleEntry>& entries) {
   for (auto& entry : entries) {
     const auto url = certainURL(entry.line);
     if (!entry.makesCopies() || !url) continue;
-    const auto [first, isNew] =
-        numbers.try_emplace(describe(entry.schedule) + ' ' + url->absoluteString(), entry.number);
+    auto copy = describe(entry.schedule) + ' ' + url->absoluteString();
+    while (copy.ends_with('/')) copy.pop_back();
+    const auto [first, isNew] = numbers.try_emplace(std::move(copy), entry.number);
     if (isNew) continue;
     auto& warning = entry.diagnostics.warning;
     warning = (warning ? *warning + "; " : "") + "line " + std::to_string(first->second) +

@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 
 #include "discovery/crontab_reader.h"
 #include "platform/trust.h"
@@ -71,8 +72,9 @@ Answer answer(const Options& options, const ViewerServices& services) {
   const auto readTime = [&](const std::string& text) { return util::readTime(text, services.calendar); };
   const Instant now = options.at ? readArgument(*options.at, readTime) : clock.now();
   if (options.explain && !isLineNumber(*options.explain)) {
+    auto text = explainFields(*options.explain, now, calendar, terminal);
     if (options.file) throw std::invalid_argument("five time fields are explained without a crontab, not with FILE");
-    return {explainFields(*options.explain, now, calendar, terminal)};
+    return {std::move(text)};
   }
   const auto month = monthOf(options, now, calendar);
   const auto text = crontabText(options.file, fileManager);

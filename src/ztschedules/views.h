@@ -11,7 +11,7 @@
 namespace zt {
 
 // The ways to show the schedules of a crontab. Each gives whole lines of printable text, with colours if the terminal
-// has them. They fit into its columns, if it has at least 27; without a limit tables are as wide as their texts.
+// has them. They fit into its columns, if it has at least 28; without a limit tables are as wide as their texts.
 
 /// The next run of each schedule, the earliest first.
 std::string nextRunsView(std::span<const ScheduleEntry> entries, Instant now, const Calendar& calendar,

@@ -27,7 +27,7 @@ TEST_F(Viewer, EndsWithAStatusAndAMessage) {
   const std::vector<std::pair<std::string, Texts>> rows = {
       {"0",
        {"", "--check good", "--check --month - < good", "--month 2027-03 good", "--next good", "--explain 1 good",
-        "--explain '0 5 * * *'", "--new a:b --time 9:30", "--help", "--version"}},
+        "--explain '0 5 * * *'", "--new a://b --time 9:30", "--help", "--version"}},
       {"1", {"--check", "--check --json", "--next - < /dev/null"}},
       {"2",
        {"--month good --count 3",
@@ -37,6 +37,9 @@ TEST_F(Viewer, EndsWithAStatusAndAMessage) {
         "--at tomorrow",
         "--month 2027-13",
         "--unknown",
+        "--month march good",
+        "--check --next good",
+        "--new a:b --time 9:30 --at 1",
         "good good",
         "missing",
         "/",
@@ -61,10 +64,32 @@ TEST_F(Viewer, EndsWithAStatusAndAMessage) {
   EXPECT_EQ(bash(ZTSCHEDULES " --check good"), Texts{});
   EXPECT_EQ(bash(ZTSCHEDULES " --month 2027-03 good | sed 1q"), Texts{"        March 2027"});
   EXPECT_EQ(bash(ZTSCHEDULES " --month good | sed 1q"), bash(ZTSCHEDULES " --month $(date +%Y-%m) - < good | sed 1q"));
+  EXPECT_EQ(bash(ZTSCHEDULES " --check /dev/null"), Texts{});
+  EXPECT_EQ(bash("echo '# ZTUtil' | " ZTSCHEDULES " -").at(0), "No schedules: only comments contain ZTUtil.");
   EXPECT_EQ(bash("crontab -r; " ZTSCHEDULES " | sed 1q"),
             (Texts{"ztschedules: no crontab for root", "No schedules: no line contains ZTUtil."}));
   EXPECT_EQ(bash("mount --bind /dev/null /usr/bin/crontab;" ZTSCHEDULES "; echo $?; umount /usr/bin/crontab"),
             (Texts{"ztschedules: cannot run /usr/bin/crontab", "2"}));
+}
+
+TEST_F(Viewer, NamesMistakesOnTheCommandLine) {
+  const std::string tooMany =
+      "too many words: put a name with blanks, or five time fields, in quotes, and write lists as in mon,fri";
+  const std::vector<std::pair<std::string, std::string>> rows = {
+      {"--new a:b", "--new requires --time"},
+      {"--new --time 9:30", "--new: a URL or a folder is missing"},
+      {"--new My Work --time 9:30", tooMany},
+      {"--new a:b --time 9:30 --days mon wed fri", tooMany},
+      {"--explain 30 9 15-21 x 1", tooMany},
+      {"--explain x good", "x is neither the number of a line nor five time fields such as \"30 9 15-21 * 1\""},
+      {"--new a:b --time 1:00 --time 2:00",
+       "1:00,2:00 is not a time such as 09:30, up to 23:59; each time needs its own line"},
+      {"--new a:b --time 1:00 --month 6", "a line is for every month: choose its days with --days and --weeks"},
+      {"--json --explain 1 good", "--json excludes --explain"},
+  };
+  for (const auto& [arguments, message] : rows) {
+    EXPECT_EQ(bash(ZTSCHEDULES " " + arguments), Texts{"ztschedules: " + message}) << arguments;
+  }
 }
 
 TEST_F(Viewer, WritesLinesForTheCrontab) {
@@ -103,12 +128,16 @@ TEST_F(Viewer, TakesWhatEachCrontabProgramPrints) {
     return rest;
   };
   EXPECT_EQ(withCrontab("echo refused\nexit 7"), (Texts{"ztschedules: crontab failed with status 7: refused", "2"}));
+  EXPECT_EQ(withCrontab("echo no crontab for me >&2; cat good").size() > 5, true);
+  EXPECT_EQ(withCrontab("echo ZTUtil; echo no crontab for me >&2; exit 1"),
+            after("ztschedules: no crontab for me", none));
   EXPECT_EQ(withCrontab("kill -PIPE $$"), (Texts{"ztschedules: crontab was ended by signal 13", "2"}));
   EXPECT_EQ(withCrontab("echo no crontab for me >&2; exit 2"), after("ztschedules: no crontab for me", none));
   EXPECT_EQ(withCrontab("echo bcrontab: Fatal: Crontab does not exist >&2; exit 111"),
             after("ztschedules: bcrontab: Fatal: Crontab does not exist", none));
   EXPECT_EQ(withCrontab("printf 'not allowed\n\\033see crontab(1)\n' >&2; exit 1"),
             (Texts{"ztschedules: crontab failed with status 1: not allowed; \\x1bsee crontab(1)", "2"}));
+  EXPECT_EQ(withCrontab("sleep 100 > /dev/null & echo left >&2").front(), "ztschedules: left") << "it does not wait";
   const auto lines = withCrontab("seq 20000 >&2; cat good; echo >&2");
   EXPECT_EQ(std::ranges::count(lines, "    \"lineNumber\": 1,"), 1) << "messages are no lines";
   EXPECT_EQ(lines.front(), "ztschedules: 1");

@@ -18,6 +18,9 @@ TEST(CopyUrl, HasTheNameOfTheCopy) {
   EXPECT_EQ(name("/ZTUtil 'file:///a/b/'"), "b");
   EXPECT_EQ(name("/ZTUtil https://host"), "https://host");
   EXPECT_EQ(name(R"(/ZTUtil "file://$HOME/Copy%20Plan/")"), "Copy%20Plan") << "only bash knows the URL";
+  EXPECT_EQ(name("/ZTUtil $a/b//"), "b");
+  EXPECT_EQ(name("/ZTUtil $a:/"), "$a:/");
+  EXPECT_EQ(certainURL(lineOf("0 5 * * *", "/ZTUtil a:" + std::string(131'064, 'a'))), std::nullopt);
   EXPECT_EQ(name("/ZTUtil "), "");
 }
 
@@ -75,8 +78,10 @@ TEST(CopyUrl, HasAWarningIfItIsProbablyNotWhatWasMeant) {
   EXPECT_EQ(warning("FILE://localhost/letter"), std::nullopt);
   EXPECT_EQ(warning("/$letter"), std::nullopt) << "only bash knows";
   EXPECT_EQ(warning(R"(a\r)"), "the URL ends in an r that stands for a CR: use LF alone to end the line");
-  EXPECT_EQ(warning("/Copy\\%20Plan#a:b"),
-            "/Copy%20Plan#a:b is not an absolute URL: write that of a folder as file:// and its path");
+  EXPECT_EQ(
+      warning("/Copy\\%20Plan#a:b"),
+      "/Copy%20Plan#a:b, the last word, is not an absolute URL: write a folder as file:// and its path, a blank as "
+      "%20");
   for (const std::string url : {"file://Photos/2026", "File:Photos", "file:", "file://localhost"}) {
     EXPECT_EQ(warning(url.c_str()), url + " does not name a folder here: its path has to begin after file://");
   }

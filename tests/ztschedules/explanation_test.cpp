@@ -43,6 +43,9 @@ TEST_F(Explanation, SaysWhyALineIsNoSchedule) {
   EXPECT_EQ(line("3", crontab), "Line 3: never\n\nwarning: commented out: remove # to enable it\n");
   EXPECT_EQ(line("4", crontab).substr(0, 32), "Line 4: never\n\nproblem: 1 field:");
   EXPECT_EQ(line("6", crontab), "Line 6 is no schedule: it continues the one above, which ends in CR LF.\n");
+  EXPECT_NE(line("1", lineText("0 5 * * *", "ZTUtil a(") + "\n").find("a(       none\n"), std::string::npos);
+  EXPECT_NE(line("1", lineText("0 5 * * *", "ZTUtil a(") + "\n").find("day of week   *        any day\n"),
+            std::string::npos);
   EXPECT_EQ(line("1", lineText("0 5 * * *") + "\xff"),
             "Line 1: never\n\nproblem: line 1 is not UTF-8, so no line is read\n");
   for (const auto* number : {"0", "7", "99999999999999999999"}) {
@@ -61,7 +64,10 @@ TEST_F(Explanation, TakesFieldsWithoutALine) {
             "FIELD    day of week\nTEXT     7\nMEANING  invalid\n\n"
             "problem: minute 60 is not in\nthe range 0 to 59; day of week\n7 matches no day: use 0\n(Sunday) to 6 "
             "(Saturday)\n");
-  for (const auto* bad : {"", "x", "0 5 * *", "0 5 * * * ZTUtil", "# 0 5 * *"}) {
+  EXPECT_NE(explainFields("30 1 * * *", now, zone.calendar, {.columns = {}, .hasColor = true})
+                .find("\x1b[1mSun 2027-11-07 01:30 EDT"),
+            std::string::npos);
+  for (const auto* bad : {"", "x", "0 5 * *", "0 5 * * * ZTUtil", "0 5 * * \xff", "# 0 5 * *"}) {
     EXPECT_THROW(fields(bad), std::invalid_argument) << bad;
   }
 }

@@ -20,13 +20,22 @@ TEST(NewLine, SaysWhatWasAskedFor) {
   };
   for (const auto& [schedule, line] : rows) EXPECT_EQ(newLine(schedule, std::nullopt).line, line);
   EXPECT_EQ(newLine(rows[0].first, "/My 100% App/ZTUtil").line, "30\t9\t*\t*\t*\t/My\\ 100\\%\\ App/ZTUtil file:///a");
+  EXPECT_EQ(newLine(rows[0].first, "/é/ZTUtil").line, "30\t9\t*\t*\t*\t/é/ZTUtil file:///a");
+  EXPECT_EQ(newLine({.copy = "/proc/self", .time = "1:00"}, std::nullopt).line,
+            "0\t1\t*\t*\t*\t: ZTUtil file:///proc/self/");
+  EXPECT_TRUE(newLine({.copy = "1:b", .time = "1:00"}, std::nullopt).line.ends_with("/1\\%3Ab/"));
+  EXPECT_TRUE(newLine({.copy = "a-b.c:d", .time = "1:00"}, std::nullopt).line.ends_with(" a-b.c:d"));
   const auto warnings = [](const NewSchedule& schedule) { return newLine(schedule, std::nullopt).warnings; };
   EXPECT_EQ(warnings({.copy = "/none/../none2", .time = "1:00", .weeks = "4"}),
             (Texts{"week 4 is the fourth and the fifth: a line cannot tell them apart", "/none2/ does not exist"}));
+  EXPECT_TRUE(warnings({.copy = "/" + std::string(300, 'a'), .time = "1:00"}).at(0).ends_with("File name too long"));
+  EXPECT_EQ(warnings({.copy = "file:///none/a%20b", .time = "1:00"}), Texts{"\"/none/a b\" does not exist"});
+  EXPECT_EQ(warnings({.copy = "Foto:2026", .time = "1:00"}),
+            Texts{"Foto:2026 is taken for a URL: if it is a folder, write ./Foto:2026"});
   EXPECT_EQ(warnings({.copy = "file://Photos/", .time = "1:00", .weeks = "5,4"}),
             Texts{"file://Photos/ does not name a folder here: its path has to begin after file://"});
-  EXPECT_EQ(warnings({.copy = "file:///" + std::string(981, 'a'), .time = "1:00"}), Texts{}) << "998 bytes";
-  EXPECT_EQ(warnings({.copy = "file:///" + std::string(982, 'a'), .time = "1:00"}),
+  EXPECT_EQ(warnings({.copy = "https://" + std::string(981, 'a'), .time = "1:00"}), Texts{}) << "998 bytes";
+  EXPECT_EQ(warnings({.copy = "https://" + std::string(982, 'a'), .time = "1:00"}),
             Texts{"Debian's cron takes no command of more than 998 bytes, and this has 999"});
 }
 
@@ -45,7 +54,7 @@ TEST(NewLine, IsRefusedIfALineCannotSayThat) {
   for (const auto* days : {"", "mo", "mon,", "1", "mon-", "mon--fri", "mons"}) {
     EXPECT_TRUE(error({.copy = "/a", .time = "1:00", .days = days}).ends_with("as in mon or mon,wed-fri")) << days;
   }
-  for (const auto* weeks : {"", "0", "5", "last", "1-6", "1,"}) {
+  for (const auto* weeks : {"", "0", "5", "last", "3-last-two", "1-6", "1,"}) {
     EXPECT_NE(error({.copy = "/a", .time = "1:00", .weeks = weeks}).find("last-two"), std::string::npos) << weeks;
   }
   EXPECT_EQ(error({.copy = "", .time = "1:00"}), "\"\" is neither a URL nor the path of a folder");
@@ -63,6 +72,7 @@ TEST(NewLine, IsRefusedIfALineCannotSayThat) {
   EXPECT_EQ(commandError("ZTUtil\t-x"),
             "\"ZTUtil\\x09-x\" cannot be in a line: it contains a TAB, a line end, or bytes "
             "that are not UTF-8");
+  EXPECT_NE(commandError("ZTUtil\r").find("a line end"), std::string::npos);
   EXPECT_EQ(commandError("ZTUtil\xff").substr(0, 30), "\"ZTUtil\\xff\" cannot be in a li");
   EXPECT_EQ(commandError("ZTUtil \\\\%"), "\"ZTUtil \\\\%\" contains a plain %, which ends a line for cron: write \\%");
   EXPECT_EQ(commandError("%ZTUtil"), "%ZTUtil contains a plain %, which ends a line for cron: write \\%");

@@ -36,6 +36,8 @@ TEST(TerminalText, IsAlignedInTables) {
   EXPECT_EQ(table({{{"A", "B", "C"}}, {{"a", "0123456789 123456789", "c"}}}, 1, {.columns = 20}),
             "A  B               C\na  0123456789      c\n   123456789\n")
       << "narrower columns";
+  EXPECT_EQ(table({{{"A"}}, {{"0123456789 12345"}}}, 0, {.columns = 14}), "A\n0123456789\n12345\n") << "the narrowest";
+  EXPECT_EQ(paragraph("日本", Style::plain, {.columns = 1}), "日\n本\n");
 }
 
 TEST(TerminalText, IsInBlocksIfATableWouldBeTooWide) {

@@ -92,6 +92,22 @@ TEST_F(Views, ShowWhichCopiesAreMadeTwice) {
   EXPECT_EQ(problemsView(readScheduleEntries(crontab, now, zone.calendar), {}),
             "LINE  COPY  PROBLEM\n"
             "4     a     warning: line 1 makes the same copy at the same times: it is made twice\n");
+  const auto twice = lineText("0 5 * 6 *", "ZTUtil file:///a") + "\n" + lineText("0 5 * 6 *", "ZTUtil file:///a/");
+  EXPECT_EQ(readScheduleEntries(twice, now, zone.calendar).at(1).diagnostics.warning,
+            "month 6 is ignored: the schedule runs in every month; line 1 makes the same copy at the same times: it is "
+            "made twice");
+}
+
+TEST_F(Views, LeaveOutWhatMakesNoCopy) {
+  const auto line = lineText("0 5 * * *", "ZTUtil a(") + "\n";
+  const auto bad = readScheduleEntries(line + line, now, zone.calendar);
+  EXPECT_EQ(nextRunsView(bad, now, zone.calendar, {}), "No schedule makes a copy.\n");
+  EXPECT_EQ(nextRunView(bad), "");
+  EXPECT_NE(
+      monthView(bad, std::chrono::year{2027} / 11, zone.calendar, {.columns = 3}).find(" copies\n    are due: 0 on"),
+      std::string::npos);
+  EXPECT_NE(problemsView(bad, {.columns = {}, .hasColor = true}).find("\x1b[31m1 "), std::string::npos);
+  EXPECT_FALSE(bad.at(1).diagnostics.warning);
 }
 
 TEST_F(Views, ShowOnlyOneErrorIfTheTextIsNotUtf8) {
@@ -100,4 +116,5 @@ TEST_F(Views, ShowOnlyOneErrorIfTheTextIsNotUtf8) {
   EXPECT_EQ(broken[0].diagnostics.error, "line 3 is not UTF-8, so no line is read");
   EXPECT_FALSE(broken[0].schedule.canFire());
   EXPECT_FALSE(broken[0].next);
+  EXPECT_EQ(readScheduleEntries("# x\r\n" + lineText("0 5 * * *"), now, zone.calendar).size(), 1U) << "CR LF";
 }
