@@ -83,7 +83,7 @@ void check(std::string_view input) {
     require(entry.line.crontabLine().starts_with(all.at(entry.number - 1)), "an entry has the number of its line");
   }
   checkJson(entries, zone.calendar);
-  const auto columns = 27 + input.size() % 64;
+  const auto columns = 28 + input.size() % 64;
   checkView(nextRunsView(entries, now, zone.calendar, {columns}), columns);
   checkView(problemsView(entries, {columns}), columns);
   checkView(runsView(entries, 20, now, zone.calendar, {}));
