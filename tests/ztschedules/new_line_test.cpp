@@ -112,4 +112,5 @@ TEST(NewLine, HasAWordThatShellsReadAsTheUrl) {
   forCron.close();
   EXPECT_EQ(shell(Task("/bin/bash", Texts{testing::TempDir() + "new_line.bash"})), urls);
   EXPECT_EQ(shell(Task("/bin/sh", Texts{testing::TempDir() + "new_line.sh"})), urls);
+  for (const auto* script : {"new_line.bash", "new_line.sh"}) fs::remove(testing::TempDir() + script);
 }
