@@ -21,9 +21,9 @@ struct NewLine {
   std::vector<std::string> warnings;  ///< where the line may not be what was meant
 };
 
-/// The line of a crontab for a schedule. Its command is a program by default, or a command that does nothing if that is
-/// nullopt. The line has been read back: it has exactly the times that were asked for, and bash gives exactly the URL.
-/// Throws a std::invalid_argument that tells what a line cannot say, and what it can.
+/// The line of a crontab for a schedule. If that has no command, the line gets `program`, or a command that does
+/// nothing if that is nullopt. The line has been read back: it has exactly the times that were asked for, and bash
+/// gives exactly the URL. Throws a std::invalid_argument that tells what a line cannot say, and what it can.
 NewLine newLine(const NewSchedule& asked, const std::optional<std::filesystem::path>& program);
 
 }  // namespace zt
