@@ -37,7 +37,7 @@ void checkView(std::string_view view, std::optional<std::size_t> columns = {}) {
 }
 
 void checkJson(const std::vector<ScheduleEntry>& entries, const Calendar& calendar) {
-  const auto text = jsonView(entries, calendar);
+  const auto text = jsonView(entries, {}, calendar);
   checkView(text);
   require(std::ranges::all_of(text, [](char c) { return c == '\n' || (c >= ' ' && c <= '~'); }), "JSON is ASCII");
   const auto array = nlohmann::json::parse(text);
@@ -84,7 +84,7 @@ void check(std::string_view input) {
   }
   checkJson(entries, zone.calendar);
   const auto columns = 28 + input.size() % 64;
-  checkView(nextRunsView(entries, now, zone.calendar, {columns}), columns);
+  checkView(nextRunsView(entries, {}, now, zone.calendar, {columns}), columns);
   checkView(problemsView(entries, {columns}), columns);
   checkView(runsView(entries, 20, now, zone.calendar, {}));
   const std::chrono::year_month_day date{std::chrono::floor<std::chrono::days>(zone.calendar.localTime(now))};

@@ -7,6 +7,7 @@
 #include "platform/linux/system_calendar.h"
 #include "platform/linux/system_clock.h"
 #include "platform/linux/system_file_manager.h"
+#include "platform/linux/systemd_journal.h"
 #include "ztschedules/viewer.h"
 
 int main(int count, char** arguments) {
@@ -21,10 +22,12 @@ int main(int count, char** arguments) {
   const SystemCalendar calendar;
   const SystemApplications applications(SystemApplications::defaultFolders());
   const SystemFileManager fileManager;
+  const SystemdJournal journal;
   return zt::runViewer(count, arguments,
                        {.clock = clock,
                         .calendar = calendar,
                         .applications = applications,
                         .fileManager = fileManager,
+                        .journal = journal,
                         .terminal = Terminal::ofStandardOutput()});
 }

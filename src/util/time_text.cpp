@@ -100,6 +100,14 @@ std::string dateText(Instant instant, const Calendar& calendar) {
   return formatted(calendar.localTime(instant), "%F %T ") + offsetText(offsetAt(instant, calendar), "");
 }
 
+std::optional<Date> readDateText(const std::string& text) {
+  const auto fields = fieldsOf(text, "%Y-%m-%d %H:%M:%S %z");
+  const auto local = fields ? localTimeOf(*fields) : std::nullopt;
+  if (!local) return std::nullopt;
+  const seconds offset{fields->tm_gmtoff};
+  return Date{Instant{local->time_since_epoch() - offset}, offset};
+}
+
 std::string wakeTimeText(Instant instant, const Calendar& calendar) {
   return formatted(calendar.localTime(instant), "%-m/%-d/%Y %-H:%-M:00");
 }

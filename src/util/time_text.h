@@ -18,6 +18,13 @@ std::string formatted(LocalTime local, const char* format);
 /// Local date and time with the offset from UTC, as messages of the log show it: "2027-03-05 07:03:00 +0100".
 std::string dateText(Instant instant, const Calendar& calendar);
 
+/// What dateText() shows, and the offset of the local time from UTC; nullopt for other texts.
+struct Date {
+  Instant instant;
+  std::chrono::seconds offset;
+};
+std::optional<Date> readDateText(const std::string& text);
+
 /// Local date and time as the agent takes it, without zero padding and seconds: "3/5/2027 7:3:00".
 std::string wakeTimeText(Instant instant, const Calendar& calendar);
 

@@ -41,6 +41,7 @@ void define(CLI::App& app, Options& options, NewSchedule& schedule) {
       app.add_flag("--next", options.next, "Print the next run in seconds since 1970; status 1 if there is none");
   auto* explain =
       option("--explain", options.explain, "LINE|FIELDS", "Explain the line with that number, or five time fields");
+  auto* history = app.add_flag("--history", options.history, "Show what became of the copies of the last seven days");
   auto* check = app.add_flag("--check", options.check, "Show only what is wrong; status 1 if there are problems");
   option("FILE", options.file, "", "Read this crontab instead of yours; - is standard input");
   auto* isNew = option("--new", schedule.copy, "URL|FOLDER", "Print a new line for the crontab, and change nothing");
@@ -51,7 +52,8 @@ void define(CLI::App& app, Options& options, NewSchedule& schedule) {
     for (std::size_t j = 0; j < i; ++j) views[i]->excludes(views[j]);
   }
   check->excludes(next)->excludes(explain);
-  for (auto* other : {at, count, json, next, explain, check}) isNew->excludes(other);
+  for (auto* other : {at, count, month, next, explain}) history->excludes(other);
+  for (auto* other : {at, count, json, next, explain, check, history}) isNew->excludes(other);
   app.set_version_flag("--version", "ztschedules " VERSION);
 
   const auto newOption = [&](const char* name, auto& value, const char* type, const char* description) {
@@ -63,6 +65,11 @@ void define(CLI::App& app, Options& options, NewSchedule& schedule) {
   auto* weeks = newOption("--weeks", schedule.weeks, "WEEKS", "Only these weeks of each month: 1, 2, 3, last-two");
   for (auto* list : {time, days, weeks}) list->join(',');  // two times get the same error in both forms
   newOption("--command", schedule.command, "COMMAND", "What stands before the URL; default: the application's ZTUtil");
+
+  const auto historyOption = [&](CLI::Option* added) { added->needs(history)->group("For the history"); };
+  historyOption(option("--since", options.since, "TIME", "Begin then; default: seven days before its end"));
+  historyOption(option("--until", options.until, "TIME", "End then; default: now"));
+  historyOption(app.add_flag("--all", options.all, "Show each run, not only problems and the last ones"));
   app.formatter(std::make_shared<HelpFormatter>());
   app.footer(examples);
 }

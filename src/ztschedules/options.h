@@ -8,8 +8,8 @@
 
 namespace zt {
 
-/// What the command line of ztschedules asks for. At most one of `count`, `month`, `json`, `next`, `explain` and
-/// `newSchedule` is set.
+/// What the command line of ztschedules asks for. At most one of `count`, `month`, `json`, `next`, `explain`, `history`
+/// and `newSchedule` is set, but `json` and `history` can be set together.
 struct Options {
   std::optional<std::string> at;
   std::optional<std::size_t> count;
@@ -17,6 +17,9 @@ struct Options {
   bool json = false;
   bool next = false;
   std::optional<std::string> explain;  ///< the number of a line, or time fields
+  bool history = false;
+  std::optional<std::string> since, until;  ///< of the history
+  bool all = false;                         ///< of it
   std::optional<NewSchedule> newSchedule;
   bool check = false;
   std::optional<std::string> file;  ///< "-" for standard input

@@ -95,7 +95,9 @@ std::string wrappedRow(const Row& row, const Widths& widths, bool hasColor) {
     std::string line;
     for (std::size_t column = 0; column < cells.size(); ++column) {
       const auto text = i < cells[column].size() ? cells[column][i] : std::string_view();
-      line.append(text).append(widths[column] - displayWidth(text) + gap, ' ');
+      const bool isError = row.style == Style::plain && column == row.errorCell;
+      line += styled(text, isError && !text.empty() ? Style::error : Style::plain, hasColor);
+      line.append(widths[column] - displayWidth(text) + gap, ' ');
     }
     line.resize(line.find_last_not_of(' ') + 1);
     result += styled(line, row.style, hasColor) + '\n';
@@ -113,7 +115,8 @@ std::string blocks(const std::vector<Row>& rows, const platform::Terminal& termi
   for (const auto& row : std::span(rows).subspan(1)) {
     if (!result.empty()) result += '\n';
     for (std::size_t i = 0; i < header.size(); ++i) {
-      result += wrappedRow({{header[i], row.cells[i]}, row.style}, widths, terminal.hasColor);
+      const auto errorCell = i == row.errorCell ? std::optional<std::size_t>(1) : std::nullopt;
+      result += wrappedRow({{header[i], row.cells[i]}, row.style, errorCell}, widths, terminal.hasColor);
     }
   }
   return result;

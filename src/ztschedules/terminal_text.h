@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -43,6 +44,7 @@ void printMessage(std::string_view text);
 struct Row {
   std::vector<std::string> cells;  ///< printable
   Style style = Style::plain;
+  std::optional<std::size_t> errorCell{};  ///< shown as an error, in a row that is plain
 };
 
 /// A table with two blanks between columns. The first row is its header; all rows have the same number of cells. If the

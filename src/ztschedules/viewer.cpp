@@ -8,12 +8,14 @@
 #include <string>
 #include <system_error>
 #include <utility>
+#include <vector>
 
 #include "discovery/crontab_reader.h"
 #include "platform/trust.h"
 #include "util/time_text.h"
 #include "ztschedules/crontab_text.h"
 #include "ztschedules/explanation.h"
+#include "ztschedules/history.h"
 #include "ztschedules/new_line.h"
 #include "ztschedules/options.h"
 #include "ztschedules/terminal_text.h"
@@ -66,9 +68,53 @@ Answer answerNew(const NewSchedule& schedule, const ViewerServices& services) {
   return {line + '\n'};
 }
 
+/// What the journal cannot tell, and what to do about it, as lines of text.
+std::string journalNotes(std::optional<Instant> begin, Instant since, const ViewerServices& services) {
+  const auto& [clock, calendar, applications, fileManager, journal, terminal] = services;
+  const auto [hasSystem, isPersistent] = journal.scope();
+  std::vector<std::string> notes;
+  if (!begin) {
+    notes.emplace_back("The journal has no entry of ztbackupbytime that you may read.");
+  } else if (*begin > since) {
+    notes.push_back("The journal has entries of ztbackupbytime from " + printable(util::timeText(*begin, calendar)) +
+                    " on. What was due before that is not known.");
+  }
+  if (!hasSystem) {
+    notes.emplace_back(
+        "You may not read the system's journal, which tells sleep from other reasons. Join the group that may, and log "
+        "in again: sudo usermod -aG systemd-journal NAME");
+  }
+  if (!isPersistent) {
+    notes.emplace_back(
+        "The journal is lost when the machine is switched off. To keep it: sudo mkdir -p /var/log/journal && sudo "
+        "systemctl restart systemd-journald");
+  }
+  std::string text;
+  for (const auto& note : notes) text += paragraph(note, Style::plain, terminal);
+  return text;
+}
+
+Answer answerHistory(const Options& options, const ViewerServices& services) {
+  const auto& [clock, calendar, applications, fileManager, journal, terminal] = services;
+  const auto readTime = [&](const std::string& text) { return util::readTime(text, services.calendar); };
+  const Instant now = clock.now();
+  const Instant until = options.until ? readArgument(*options.until, readTime) : now;
+  const Instant since = options.since ? readArgument(*options.since, readTime) : until - std::chrono::days{7};
+  if (since > until) throw std::invalid_argument("the history ends before it begins: --since is later than --until");
+  const auto entries = readScheduleEntries(crontabText(options.file, fileManager), now, calendar);
+  const auto runs = pastRuns(entries, since, until, now, journal, calendar);
+  const bool isLost = std::ranges::any_of(
+      runs, [](const auto& run) { return run.outcome == Outcome::missed || run.outcome == Outcome::failed; });
+  const int status = options.check && isLost ? foundProblems : success;
+  if (options.json) return {historyJson(runs, calendar), status};
+  const auto notes = journalNotes(historyBegin(journal), since, services);
+  return {historyView(runs, options.all, calendar, terminal) + (notes.empty() ? "" : "\n") + notes, status};
+}
+
 Answer answer(const Options& options, const ViewerServices& services) {
   if (options.newSchedule) return answerNew(*options.newSchedule, services);
-  const auto& [clock, calendar, applications, fileManager, terminal] = services;
+  if (options.history) return answerHistory(options, services);
+  const auto& [clock, calendar, applications, fileManager, journal, terminal] = services;
   const auto readTime = [&](const std::string& text) { return util::readTime(text, services.calendar); };
   const Instant now = options.at ? readArgument(*options.at, readTime) : clock.now();
   if (options.explain && !isLineNumber(*options.explain)) {
@@ -88,7 +134,11 @@ Answer answer(const Options& options, const ViewerServices& services) {
   const bool hasErrors =
       std::ranges::any_of(entries, [](const auto& entry) { return entry.diagnostics.error.has_value(); });
   const int status = options.check && hasErrors ? foundProblems : success;
-  if (options.json) return {jsonView(entries, calendar), status};
+  // The journal tells about this user's crontab, and until now.
+  const auto last = !options.file && !options.at && historyBegin(journal)
+                        ? std::optional(lastRuns(entries, now, journal, calendar))
+                        : std::nullopt;
+  if (options.json) return {jsonView(entries, last.value_or(std::vector<PastRun>()), calendar), status};
 
   std::string view;
   if (month) {
@@ -100,7 +150,7 @@ Answer answer(const Options& options, const ViewerServices& services) {
   } else if (options.count) {
     view = runsView(entries, *options.count, now, calendar, terminal);
   } else if (!options.check) {
-    view = nextRunsView(entries, now, calendar, terminal);
+    view = nextRunsView(entries, last, now, calendar, terminal);
   }
   const auto problems = problemsView(entries, terminal);
   return {view + (view.empty() || problems.empty() ? "" : "\n") + problems, status};

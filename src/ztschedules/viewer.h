@@ -4,6 +4,7 @@
 #include "platform/calendar.h"
 #include "platform/clock.h"
 #include "platform/file_manager.h"
+#include "platform/journal.h"
 #include "platform/terminal.h"
 
 namespace zt {
@@ -14,6 +15,7 @@ struct ViewerServices {
   const Calendar& calendar;
   const platform::Applications& applications;
   const platform::FileManager& fileManager;
+  const platform::Journal& journal;
   platform::Terminal terminal;
 };
 

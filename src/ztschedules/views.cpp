@@ -1,10 +1,13 @@
 #include "ztschedules/views.h"
 
 #include <algorithm>
+#include <array>
 #include <functional>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <numeric>
 #include <queue>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -36,8 +39,27 @@ std::vector<Run> nextRuns(std::span<const ScheduleEntry> entries) {
   return runs;
 }
 
-std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar& calendar,
-                      const platform::Terminal& terminal) {
+constexpr std::array<std::string_view, 5> outcomeNames = {"started", "failed", "missed", "not known", "not due"};
+
+std::string nameOf(Outcome outcome) {
+  return std::string(outcomeNames.at(static_cast<std::size_t>(outcome)));
+}
+
+/// The run of an entry, or null.
+const PastRun* runOf(const ScheduleEntry& entry, std::span<const PastRun> runs) {
+  const auto run = std::ranges::find(runs, &entry, &PastRun::entry);
+  return run == runs.end() || run->outcome == Outcome::notDue ? nullptr : &*run;
+}
+
+/// A cell about a last run.
+std::string lastCell(const PastRun* run, Instant now) {
+  if (run == nullptr) return "-";
+  return run->outcome == Outcome::started ? util::timeLeft(now - run->due) + " ago" : nameOf(run->outcome);
+}
+
+std::string runsTable(const std::vector<Run>& runs, const std::optional<std::vector<PastRun>>& last, Instant now,
+                      const Calendar& calendar, const platform::Terminal& terminal) {
+  constexpr std::size_t lastColumn = 2;
   if (runs.empty()) return "No schedule makes a copy.\n";
   std::vector<Row> rows = {{{"NEXT", "LEFT", "SCHEDULE", "COPY"}}};
   for (const auto& [time, entry] : runs) {
@@ -45,7 +67,35 @@ std::string runsTable(const std::vector<Run>& runs, Instant now, const Calendar&
                      nameOf(*entry)},
                     time <= now ? Style::dueNow : Style::plain});
   }
-  return table(rows, 2, terminal);
+  if (!last) return table(rows, lastColumn, terminal);
+  rows.front().cells.insert(rows.front().cells.begin() + lastColumn, "LAST");
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    const auto* const run = runOf(*runs[i].second, *last);
+    auto& row = rows[i + 1];
+    row.cells.insert(row.cells.begin() + lastColumn, lastCell(run, now));
+    if (run != nullptr && (run->outcome == Outcome::failed || run->outcome == Outcome::missed))
+      row.errorCell = lastColumn;
+  }
+  return table(rows, lastColumn + 1, terminal);
+}
+
+using Json = nlohmann::ordered_json;
+
+Json secondsSince1970(Instant instant) {
+  return instant.time_since_epoch().count();
+}
+
+Json textOrNull(const std::optional<std::string>& text) {
+  return text ? Json(*text) : Json();
+}
+
+/// ASCII only, so that control characters beyond ASCII are escaped as well.
+std::string jsonText(const Json& json) {
+  return json.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
+}
+
+std::string delayText(std::chrono::seconds delay) {
+  return delay > 0s ? util::timeLeft(delay) : "0s";
 }
 
 /// How many runs there are on a local day.
@@ -81,11 +131,11 @@ std::string weeksOf(std::chrono::year_month month, const std::vector<std::size_t
 
 }  // namespace
 
-std::string nextRunsView(std::span<const ScheduleEntry> entries, Instant now, const Calendar& calendar,
-                         const platform::Terminal& terminal) {
+std::string nextRunsView(std::span<const ScheduleEntry> entries, const std::optional<std::vector<PastRun>>& last,
+                         Instant now, const Calendar& calendar, const platform::Terminal& terminal) {
   auto runs = nextRuns(entries);
   std::ranges::sort(runs);
-  return runsTable(runs, now, calendar, terminal);
+  return runsTable(runs, last, now, calendar, terminal);
 }
 
 std::string nextRunView(std::span<const ScheduleEntry> entries) {
@@ -103,7 +153,7 @@ std::string runsView(std::span<const ScheduleEntry> entries, std::size_t count, 
     ahead.pop();
     if (const auto next = nextRunDate(entry->schedule, time + 1min, calendar)) ahead.emplace(*next, entry);
   }
-  return runsTable(runs, now, calendar, terminal);
+  return runsTable(runs, std::nullopt, now, calendar, terminal);
 }
 
 std::string monthView(std::span<const ScheduleEntry> entries, std::chrono::year_month month, const Calendar& calendar,
@@ -130,24 +180,63 @@ std::string monthView(std::span<const ScheduleEntry> entries, std::chrono::year_
   return view;
 }
 
-std::string jsonView(std::span<const ScheduleEntry> entries, const Calendar& calendar) {
-  using Json = nlohmann::ordered_json;
+std::string jsonView(std::span<const ScheduleEntry> entries, std::span<const PastRun> last, const Calendar& calendar) {
   auto array = Json::array();
   for (const auto& entry : entries) {
     const auto& next = entry.next;
-    const auto text = [](const auto& message) { return message ? Json(*message) : Json(); };
+    const auto* const run = runOf(entry, last);
     array.push_back({{"lineNumber", entry.number},
                      {"line", entry.line.crontabLine()},
                      {"copy", entry.copy},
                      {"due", entry.due},
-                     {"next", next ? Json(next->time_since_epoch().count()) : Json()},
+                     {"next", next ? secondsSince1970(*next) : Json()},
                      {"nextLocal", next ? Json(util::rfc3339(*next, calendar)) : Json()},
                      {"schedule", describe(entry.schedule)},
-                     {"problem", text(entry.diagnostics.error)},
-                     {"warning", text(entry.diagnostics.warning)}});
+                     {"last", run != nullptr ? secondsSince1970(run->due) : Json()},
+                     {"lastResult", run != nullptr ? Json(nameOf(run->outcome)) : Json()},
+                     {"problem", textOrNull(entry.diagnostics.error)},
+                     {"warning", textOrNull(entry.diagnostics.warning)}});
   }
-  // ASCII only, so that control characters beyond ASCII are escaped as well.
-  return array.dump(2, ' ', true, Json::error_handler_t::replace) + "\n";
+  return jsonText(array);
+}
+
+std::string historyView(std::span<const PastRun> runs, bool all, const Calendar& calendar,
+                        const platform::Terminal& terminal) {
+  std::map<const ScheduleEntry*, const PastRun*> last;
+  for (const auto& run : runs) last[run.entry] = &run;
+  std::vector<Row> rows = {{{"DUE", "RESULT", "DELAY", "COPY", "REASON"}}};
+  std::array<std::size_t, outcomeNames.size()> counts{};
+  for (const auto& run : runs) {
+    ++counts.at(static_cast<std::size_t>(run.outcome));
+    if (!all && !isProblem(run) && last[run.entry] != &run) continue;
+    const bool isLost = run.outcome == Outcome::failed || run.outcome == Outcome::missed;
+    rows.push_back({{printable(util::timeText(run.due, calendar)), nameOf(run.outcome),
+                     run.delay ? delayText(*run.delay) : "-", nameOf(*run.entry), printable(run.reason)},
+                    isLost           ? Style::error
+                    : isProblem(run) ? Style::warning
+                                     : Style::plain});
+  }
+  std::string sums;
+  for (std::size_t i = 0; i < counts.size(); ++i) {
+    if (counts.at(i) == 0) continue;
+    sums += (sums.empty() ? "" : ", ") + std::to_string(counts.at(i)) + " " + std::string(outcomeNames.at(i));
+  }
+  const auto summary = paragraph(sums.empty() ? "No copy was due." : sums, Style::plain, terminal);
+  return rows.size() > 1 ? table(rows, 3, terminal) + '\n' + summary : summary;
+}
+
+std::string historyJson(std::span<const PastRun> runs, const Calendar& calendar) {
+  auto array = Json::array();
+  for (const auto& run : runs) {
+    array.push_back({{"due", secondsSince1970(run.due)},
+                     {"dueLocal", util::rfc3339(run.due, calendar)},
+                     {"lineNumber", run.entry->number},
+                     {"copy", run.entry->copy},
+                     {"result", nameOf(run.outcome)},
+                     {"delay", run.delay ? Json(run.delay->count()) : Json()},
+                     {"reason", run.reason.empty() ? Json() : Json(run.reason)}});
+  }
+  return jsonText(array);
 }
 
 std::string problemsView(std::span<const ScheduleEntry> entries, const platform::Terminal& terminal) {

@@ -1,11 +1,14 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "platform/calendar.h"
 #include "platform/terminal.h"
+#include "ztschedules/history.h"
 #include "ztschedules/schedule_entry.h"
 
 namespace zt {
@@ -13,9 +16,9 @@ namespace zt {
 // The ways to show the schedules of a crontab. Each gives whole lines of printable text, with colours if the terminal
 // has them. They fit into its columns, if it has at least 28; without a limit tables are as wide as their texts.
 
-/// The next run of each schedule, the earliest first.
-std::string nextRunsView(std::span<const ScheduleEntry> entries, Instant now, const Calendar& calendar,
-                         const platform::Terminal& terminal);
+/// The next run of each schedule, the earliest first, and what became of its last one if `last` is given.
+std::string nextRunsView(std::span<const ScheduleEntry> entries, const std::optional<std::vector<PastRun>>& last,
+                         Instant now, const Calendar& calendar, const platform::Terminal& terminal);
 
 /// The time of the next run in seconds since 1970; empty if there is none.
 std::string nextRunView(std::span<const ScheduleEntry> entries);
@@ -30,8 +33,19 @@ std::string monthView(std::span<const ScheduleEntry> entries, std::chrono::year_
 
 /// A JSON array (RFC 8259, in ASCII) with an object for each entry: "lineNumber"; "line", its text, with U+FFFD for
 /// what is not UTF-8; "copy", its name; "due"; "next", in seconds since 1970, and "nextLocal", by RFC 3339, or null;
-/// "schedule"; "problem", the error, and "warning", or null.
-std::string jsonView(std::span<const ScheduleEntry> entries, const Calendar& calendar);
+/// "schedule"; "last", when its last run was due, in seconds since 1970, and "lastResult", as in historyJson(), or
+/// null; "problem", the error, and "warning", or null.
+std::string jsonView(std::span<const ScheduleEntry> entries, std::span<const PastRun> last, const Calendar& calendar);
+
+/// What became of the runs, and a last line with how many of each there are. Unless `all` is set, shows those that are
+/// a problem, and the last one of each schedule.
+std::string historyView(std::span<const PastRun> runs, bool all, const Calendar& calendar,
+                        const platform::Terminal& terminal);
+
+/// The same as a JSON array with an object for each run: "due", in seconds since 1970; "dueLocal", by RFC 3339;
+/// "lineNumber"; "copy", its name; "result", which is "started", "failed", "missed", "not known" or "not due"; "delay",
+/// in seconds, and "reason", or null.
+std::string historyJson(std::span<const PastRun> runs, const Calendar& calendar);
 
 /// The errors and warnings; empty if there are none.
 std::string problemsView(std::span<const ScheduleEntry> entries, const platform::Terminal& terminal);

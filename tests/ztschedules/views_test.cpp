@@ -15,7 +15,7 @@ struct Views : testing::Test {
 };
 
 TEST_F(Views, ShowTables) {
-  EXPECT_EQ(nextRunsView(entries, now, zone.calendar, {.columns = 72}),
+  EXPECT_EQ(nextRunsView(entries, {}, now, zone.calendar, {.columns = 72}),
             "NEXT                      LEFT    SCHEDULE            COPY\n"
             "Sun 2027-11-07 01:30 EDT  now     Mon, Fri and Sun    Documents\n"
             "                                  at 01:30\n"
@@ -58,7 +58,7 @@ TEST_F(Views, ShowAMonth) {
 }
 
 TEST_F(Views, ShowJson) {
-  EXPECT_EQ(jsonView(std::span(entries).subspan(1), zone.calendar), R"json([
+  EXPECT_EQ(jsonView(std::span(entries).subspan(1), {}, zone.calendar), R"json([
   {
     "lineNumber": 4,
     "line": "30\t1\t*\t*\t1-5,0\t/ZTUtil file:///Documents",
@@ -67,6 +67,8 @@ TEST_F(Views, ShowJson) {
     "next": 1825565400,
     "nextLocal": "2027-11-07T01:30:00-04:00",
     "schedule": "Mon, Fri and Sun at 01:30",
+    "last": null,
+    "lastResult": null,
     "problem": null,
     "warning": "day of week 1-5,0 means only Monday, Friday and Sunday: list each day, as in 1,2,3 (Sunday is 0)"
   },
@@ -78,6 +80,8 @@ TEST_F(Views, ShowJson) {
     "next": null,
     "nextLocal": null,
     "schedule": "never",
+    "last": null,
+    "lastResult": null,
     "problem": "day of month 15 matches no day: use 1-7, 8-14, 15-21 or 22-31",
     "warning": "month 6 is ignored: the schedule runs in every month"
   }
@@ -101,7 +105,7 @@ TEST_F(Views, ShowWhichCopiesAreMadeTwice) {
 TEST_F(Views, LeaveOutWhatMakesNoCopy) {
   const auto line = lineText("0 5 * * *", "ZTUtil a(") + "\n";
   const auto bad = readScheduleEntries(line + line, now, zone.calendar);
-  EXPECT_EQ(nextRunsView(bad, now, zone.calendar, {}), "No schedule makes a copy.\n");
+  EXPECT_EQ(nextRunsView(bad, {}, now, zone.calendar, {}), "No schedule makes a copy.\n");
   EXPECT_EQ(nextRunView(bad), "");
   EXPECT_NE(
       monthView(bad, std::chrono::year{2027} / 11, zone.calendar, {.columns = 3}).find(" copies\n    are due: 0 on"),

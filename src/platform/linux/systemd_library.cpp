@@ -36,6 +36,17 @@ std::optional<SystemdLibrary> open() {
   find(functions.sd_bus_slot_unref, "sd_bus_slot_unref");
   find(functions.sd_bus_start, "sd_bus_start");
   find(functions.sd_bus_wait, "sd_bus_wait");
+  find(functions.sd_journal_add_disjunction, "sd_journal_add_disjunction");
+  find(functions.sd_journal_add_match, "sd_journal_add_match");
+  find(functions.sd_journal_close, "sd_journal_close");
+  find(functions.sd_journal_flush_matches, "sd_journal_flush_matches");
+  find(functions.sd_journal_get_data, "sd_journal_get_data");
+  find(functions.sd_journal_get_monotonic_usec, "sd_journal_get_monotonic_usec");
+  find(functions.sd_journal_get_realtime_usec, "sd_journal_get_realtime_usec");
+  find(functions.sd_journal_next, "sd_journal_next");
+  find(functions.sd_journal_open, "sd_journal_open");
+  find(functions.sd_journal_previous, "sd_journal_previous");
+  find(functions.sd_journal_seek_realtime_usec, "sd_journal_seek_realtime_usec");
   find(functions.sd_notify, "sd_notify");
   find(functions.sd_pid_get_user_unit, "sd_pid_get_user_unit");
   return complete ? std::optional(functions) : std::nullopt;

@@ -2,6 +2,7 @@
 
 #include <systemd/sd-bus.h>
 #include <systemd/sd-daemon.h>
+#include <systemd/sd-journal.h>
 #include <systemd/sd-login.h>
 
 #include <string>
@@ -30,6 +31,17 @@ struct SystemdLibrary {
   decltype(&::sd_bus_slot_unref) sd_bus_slot_unref;
   decltype(&::sd_bus_start) sd_bus_start;
   decltype(&::sd_bus_wait) sd_bus_wait;
+  decltype(&::sd_journal_add_disjunction) sd_journal_add_disjunction;
+  decltype(&::sd_journal_add_match) sd_journal_add_match;
+  decltype(&::sd_journal_close) sd_journal_close;
+  decltype(&::sd_journal_flush_matches) sd_journal_flush_matches;
+  decltype(&::sd_journal_get_data) sd_journal_get_data;
+  decltype(&::sd_journal_get_monotonic_usec) sd_journal_get_monotonic_usec;
+  decltype(&::sd_journal_get_realtime_usec) sd_journal_get_realtime_usec;
+  decltype(&::sd_journal_next) sd_journal_next;
+  decltype(&::sd_journal_open) sd_journal_open;
+  decltype(&::sd_journal_previous) sd_journal_previous;
+  decltype(&::sd_journal_seek_realtime_usec) sd_journal_seek_realtime_usec;
   decltype(&::sd_notify) sd_notify;
   decltype(&::sd_pid_get_user_unit) sd_pid_get_user_unit;
 };

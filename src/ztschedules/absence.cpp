@@ -1,0 +1,198 @@
+#include "ztschedules/absence.h"
+
+#include <algorithm>
+#include <chrono>
+#include <optional>
+#include <utility>
+
+#include "util/time_text.h"
+
+namespace zt {
+namespace {
+
+using namespace std::chrono_literals;
+using platform::Journal;
+using platform::JournalEntry;
+using platform::JournalEvent;
+using Selection = Journal::Selection;
+
+/// Two entries with nothing between them.
+struct Gap {
+  JournalEntry before, after;
+
+  bool isRestart() const { return before.boot != after.boot; }
+  /// How far the wall clock has moved while the machine was not awake.
+  auto jump() const { return (after.time - before.time) - (after.awake - before.awake); }
+};
+
+class Search {
+ public:
+  Search(Instant minute, const Journal& journal, const Calendar& calendar)
+      : start_(minute), end_(minute + 60s), journal_(journal), calendar_(calendar) {}
+
+  Absence reason() {
+    const auto before = latest(Selection::all);
+    if (!before) return {"the journal does not go back so far", false};
+    boot_ = before->boot;
+    const auto gap = gapAfter(*before);
+    if (gap && gap->isRestart()) return {whileOff(*gap)};
+    // Whoever stops the timer, or logs out, does not want to be woken, so that comes before sleep.
+    if (const auto reason = whileStopped()) return {*reason};
+    if (gap) return {whileAsleep(*gap)};
+    if (const auto reason = whileHeldUp()) return {*reason};
+    if (const auto reason = failure()) return {*reason};
+    return withoutReason();
+  }
+
+ private:
+  std::optional<JournalEntry> latest(Selection selection) const {
+    std::optional<JournalEntry> found;
+    journal_.readBackward(selection, start_, [&](const JournalEntry& entry) {
+      found = entry;
+      return false;
+    });
+    return found;
+  }
+
+  /// The first entry at or after `from` of which `matches` holds.
+  std::optional<JournalEntry> next(Selection selection, JournalEntry::Time from, auto matches) const {
+    std::optional<JournalEntry> found;
+    journal_.readForward(selection, from, [&](const JournalEntry& entry) {
+      if (matches(entry)) found = entry;
+      return !found;
+    });
+    return found;
+  }
+
+  /// The first time within the minute in which the machine was not awake, or its clock was set forward.
+  std::optional<Gap> gapAfter(JournalEntry before) const {
+    std::optional<Gap> found;
+    journal_.readForward(Selection::all, start_, [&](const JournalEntry& after) {
+      const Gap gap{std::exchange(before, after), after};
+      if (gap.before.time >= end_) return false;
+      if (gap.isRestart() || gap.jump() > 2s) found = gap;
+      return !found;
+    });
+    return found;
+  }
+
+  std::string whileOff(const Gap& gap) const {
+    // Without the system's entries, nothing tells how long the machine was on before somebody logged in.
+    const auto* const what = journal_.scope().hasSystem ? "switched off" : "switched off, or logged out,";
+    return period(what, gap.before.time, gap.after.time);
+  }
+
+  std::string whileAsleep(const Gap& gap) const {
+    const auto isHere = [&](const JournalEntry& entry) { return entry.time <= gap.after.time; };
+    const auto sleep = next(Selection::sleep, gap.before.time - 1min, [](const auto&) { return true; });
+    const auto* const what = sleep && isHere(*sleep)      ? "asleep"
+                             : journal_.scope().hasSystem ? "the clock was set forward"
+                                                          : "asleep, or the clock was set forward,";
+    return period(what, gap.before.time, gap.after.time);
+  }
+
+  /// If the timer or the user's service manager was stopped.
+  std::optional<std::string> whileStopped() const {
+    std::optional<JournalEntry> last;
+    bool managerHasStarted = false;
+    journal_.readBackward(Selection::timer, start_, [&](const JournalEntry& entry) {
+      if (entry.boot != boot_) return false;
+      // It starts the timer before it has started itself, so the entries before that tell about the timer.
+      const bool isManagersStart = entry.event == JournalEvent::managerStarts;
+      managerHasStarted = managerHasStarted || isManagersStart;
+      if (!isManagersStart && entry.event != JournalEvent::other) last = entry;
+      return !last;
+    });
+    if (!last) {
+      const auto run = latest(Selection::tool);
+      if (run && run->boot == boot_) return std::nullopt;  // the journal does not go back to the start of the timer
+    } else if (last->event == JournalEvent::timerStarts) {
+      return std::nullopt;
+    }
+    const bool isTimer = managerHasStarted || (last && last->event == JournalEvent::timerStops);
+    const auto started = isTimer ? JournalEvent::timerStarts : JournalEvent::managerStarts;
+    const auto until = next(Selection::timer, start_, [&](const JournalEntry& entry) {
+      return entry.event == started || entry.event == JournalEvent::timerStarts;
+    });
+    const std::string what = isTimer ? "the timer was stopped" : "the user's service manager was not running";
+    return period(what, last && !(isTimer && managerHasStarted) ? std::optional(last->time) : std::nullopt,
+                  until ? std::optional(until->time) : std::nullopt);
+  }
+
+  static bool endsRun(const JournalEntry& entry) {
+    return entry.event == JournalEvent::runEnds || entry.event == JournalEvent::runFails ||
+           (entry.event == JournalEvent::message && entry.text.starts_with("Heading out"));
+  }
+
+  /// If a run that had begun earlier did not come to this minute.
+  std::optional<std::string> whileHeldUp() const {
+    std::optional<JournalEntry> last;
+    journal_.readBackward(Selection::tool, start_, [&](const JournalEntry& entry) {
+      if (endsRun(entry) || entry.event == JournalEvent::message) last = entry;
+      return !last;
+    });
+    if (!last || last->boot != boot_ || endsRun(*last)) return std::nullopt;
+    const auto goesOn = next(Selection::tool, start_, [&](const JournalEntry& entry) {
+      return endsRun(entry) || (entry.event == JournalEvent::message && entry.process == last->process);
+    });
+    if (goesOn && goesOn->time < end_) return std::nullopt;
+    auto reason = period("a run was held up", last->time, goesOn ? std::optional(goesOn->time) : std::nullopt);
+    if (goesOn && goesOn->text.starts_with("Killed ")) reason += ": " + goesOn->text;
+    return reason;
+  }
+
+  /// If a run has failed in this minute, or so shortly before it that the next one came too late.
+  std::optional<std::string> failure() const {
+    std::optional<std::string> found;
+    journal_.readForward(Selection::tool, start_ - 60s, [&](const JournalEntry& entry) {
+      if (entry.time >= end_) return false;
+      constexpr std::string_view name = "ztbackupbytime: ";
+      if (entry.event == JournalEvent::output && entry.text.starts_with(name)) {
+        found = entry.text.substr(name.size());
+      } else if (entry.event == JournalEvent::message && entry.text.starts_with("Couldn't find")) {
+        found = entry.text;
+      } else if (entry.event == JournalEvent::runFails && !found) {
+        found = entry.text;
+      }
+      return true;
+    });
+    return found ? std::optional("a run failed: " + *found) : std::nullopt;
+  }
+
+  Absence withoutReason() const {
+    // While the timer is active, there are entries at least every 70 seconds, if nothing is held up.
+    const auto before = latest(Selection::tool);
+    const auto after = next(Selection::tool, start_, [](const auto&) { return true; });
+    if (before && after && after->time - before->time < 5min) return {"for no reason that the journal tells"};
+    return {period("the journal has no entries", before ? std::optional(before->time) : std::nullopt,
+                   after ? std::optional(after->time) : std::nullopt),
+            false};
+  }
+
+  std::string period(std::string text, std::optional<JournalEntry::Time> from,
+                     std::optional<JournalEntry::Time> until) const {
+    if (from) text += " from " + shortTime(*from, start_, calendar_);
+    if (until) text += (from ? " to " : " until ") + shortTime(*until, start_, calendar_);
+    return text;
+  }
+
+  Instant start_, end_;
+  const Journal& journal_;
+  const Calendar& calendar_;
+  std::string boot_{};  ///< the one that the minute began in
+};
+
+}  // namespace
+
+Absence absenceIn(Instant minute, const Journal& journal, const Calendar& calendar) {
+  return Search(minute, journal, calendar).reason();
+}
+
+std::string shortTime(JournalEntry::Time time, Instant day, const Calendar& calendar) {
+  const auto local = calendar.localTime(std::chrono::floor<std::chrono::seconds>(time));
+  const bool isSameDay =
+      std::chrono::floor<std::chrono::days>(local) == std::chrono::floor<std::chrono::days>(calendar.localTime(day));
+  return util::formatted(local, isSameDay ? "%R" : "%a %F %R");
+}
+
+}  // namespace zt

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <string>
+
+#include "platform/calendar.h"
+#include "platform/journal.h"
+
+namespace zt {
+
+/// Why the tool has made no pass for a minute.
+struct Absence {
+  std::string reason;     ///< such as "asleep from 22:10 to Tue 07:03"
+  bool isCertain = true;  ///< that there was none; otherwise the journal has nothing about that time
+};
+
+/// Why there was no pass for the minute that begins at `minute`, as far as the journal tells.
+Absence absenceIn(Instant minute, const platform::Journal& journal, const Calendar& calendar);
+
+/// A time for people: without its date if it is on the local day of `day`.
+std::string shortTime(platform::JournalEntry::Time time, Instant day, const Calendar& calendar);
+
+}  // namespace zt

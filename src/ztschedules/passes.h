@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+#include "platform/instant.h"
+#include "platform/journal.h"
+
+namespace zt {
+
+using platform::Journal;
+using platform::JournalEntry;
+using platform::JournalEvent;
+
+/// What the journal tells about a pass of the tool, which starts the copies of one minute.
+struct Pass {
+  Instant time;                       ///< when it looked at the clock
+  std::chrono::seconds offset;        ///< of its local time from UTC
+  bool hasReadCrontab = false;        ///< and knows what is due
+  std::vector<std::string> errors{};  ///< why there are copies that it could not start
+
+  struct Start {
+    JournalEntry::Time time;
+    std::string path;   ///< of what is copied
+    std::string error;  ///< why it has failed; empty if it has not
+  };
+  std::vector<Start> starts{};  ///< in the order of the crontab
+};
+
+/// The passes for the minute that begins at `minute`, in order.
+std::vector<Pass> passesOf(Instant minute, const Journal& journal);
+
+}  // namespace zt
