@@ -83,9 +83,10 @@ class Search {
   }
 
   std::string whileAsleep(const Gap& gap) const {
-    const auto isHere = [&](const JournalEntry& entry) { return entry.time <= gap.after.time; };
+    // What the machine tells last before it sleeps can be taken into the journal when it is awake again.
     const auto sleep = next(Selection::sleep, gap.before.time - 1min, [](const auto&) { return true; });
-    const auto* const what = sleep && isHere(*sleep)      ? "asleep"
+    const bool wasAsleep = sleep && sleep->time <= gap.after.time + 10s;
+    const auto* const what = wasAsleep                    ? "asleep"
                              : journal_.scope().hasSystem ? "the clock was set forward"
                                                           : "asleep, or the clock was set forward,";
     return period(what, gap.before.time, gap.after.time);

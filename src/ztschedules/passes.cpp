@@ -73,7 +73,7 @@ class Collector {
       pass->starts.push_back({entry.time, *path, {}});
     } else if (entry.text.starts_with("Not starting ") && !pass->starts.empty()) {
       pass->starts.back().error = entry.text;
-    } else if (entry.text.starts_with("Canceling any ")) {
+    } else if (entry.text.starts_with("Canceling any ") || entry.text.starts_with("Heading out")) {
       found->end = entry.time;
     } else {
       pass->errors.push_back(entry.text);  // about a program that hangs, or was killed
