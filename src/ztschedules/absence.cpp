@@ -164,7 +164,7 @@ class Search {
     // While the timer is active, there are entries at least every 70 seconds, if nothing is held up.
     const auto before = latest(Selection::tool);
     const auto after = next(Selection::tool, start_, [](const auto&) { return true; });
-    if (before && after && after->time - before->time < 5min) return {"for no reason that the journal tells"};
+    if (before && after && after->time - before->time < 5min) return {"the journal does not tell why"};
     return {period("the journal has no entries", before ? std::optional(before->time) : std::nullopt,
                    after ? std::optional(after->time) : std::nullopt),
             false};

@@ -210,7 +210,7 @@ TEST_F(History, TellsWhatBecameOfACopy) {
        "missed: a run failed: Couldn't find Zantrove! application"},
       {"no tool", before + "08:00:20 begins; fails Failed with result 'exit-code'.; " + after,
        "missed: a run failed: Failed with result 'exit-code'."},
-      {"awake, and no run", before + after, "missed: for no reason that the journal tells"},
+      {"awake, and no run", before + after, "missed: the journal does not tell why"},
       {"entries are lost", before + "09:00:00 look; found 0; cancel",
        "not known: the journal has no entries from 07:58 to 09:00"},
       {"not seen in other passes: the crontab has been changed, but when?",
