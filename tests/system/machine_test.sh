@@ -244,6 +244,8 @@ for message in "Found 1 matching schedules." "Power asssertion created - created
     '"SUBSYSTEM":"com.velmorra.Zantrove.Helpers"' '"CATEGORY":"ztbackupbytime"' '"SYSLOG_IDENTIFIER":"ztbackupbytime"' \
     '"_SYSTEMD_USER_UNIT":"ztbackupbytime.service"'
 done
+history() { journalctl --sync; as_user ztschedules --history --all --json; }
+check "the history has both copies" same "started started" "$(history | sed -n 's/^ *"result": "\(.*\)",$/\1/p' | xargs)"
 check "no process is reported as left over" same 0 "$(entries cat | grep -c left-over)"
 check "there were at least three pauses between runs" within 3 "$(pauses | wc -l)" 20
 check "the longest was a minute" within 58 "$(pauses | sort -n | tail -n 1)" 63
@@ -291,6 +293,7 @@ go_to_sleep() {  # go_to_sleep rests|waits|stays|changed: between two runs, in o
     check "the wake event started it" within "$due" "$(starts "file:///asleep/$1")" $((due + 30))
   else
     check "nothing woke the machine for the copy: it did not start" same "" "$(starts "file:///asleep/$1")"
+    check "the history knows why" grep -q '"reason": "asleep' <(history)
   fi
   wait_until $((after + 30))
   check "the next copy started once, in its minute" starts_once_at "$after" "file:///after/$1"
