@@ -66,19 +66,26 @@ class Historian {
     }
   }
 
-  /// A schedule of now may not have been in the crontab in a minute without a pass. The other runs of that schedule can
-  /// tell: whether it was there in the passes before and after. `runs` is oldest first.
+  /// A schedule of now may not have been in the crontab in a minute without a pass. What the pass before it expected
+  /// tells, or else whether the schedule was there in other passes. `runs` is of one schedule, oldest first.
   void adjust(std::span<PastRun*> runs) const {
     const PastRun* before = nullptr;
     for (auto i = runs.begin(); i != runs.end(); ++i) {
       auto& run = **i;
-      if (hadPass(run)) before = &run;
-      if (hadPass(run) || (before != nullptr && before->outcome != Outcome::notDue)) continue;
+      if (hadPass(run)) {
+        before = &run;
+        continue;
+      }
       const auto after = std::find_if(i, runs.end(), [](const auto* one) { return hadPass(*one); });
-      if (after != runs.end() && (*after)->outcome == Outcome::notDue) {
+      const bool wasThereBefore = before != nullptr && before->outcome != Outcome::notDue;
+      const bool isNotThereAfter = after != runs.end() && (*after)->outcome == Outcome::notDue;
+      const auto change = crontabChange(run.due);
+      const auto expected = wasExpected(run.due, journal_);
+      if (expected.value_or(wasThereBefore)) continue;
+      if (expected || isNotThereAfter) {
         run.outcome = Outcome::notDue;
-        run.reason = (*after)->reason;
-      } else if (const auto change = crontabChange(run.due); change) {
+        run.reason = whyAnotherCrontab(change);
+      } else if (change) {
         run.outcome = Outcome::unknown;
         run.reason += "; the crontab was changed after that, " + *change;
       }
@@ -125,7 +132,10 @@ class Historian {
       return "the tool's time zone was another: UTC" + std::string(date.is_negative() ? "-" : "+") +
              util::formatted(LocalTime{abs(pass.offset)}, "%R");
     }
-    const auto change = crontabChange(pass.time);
+    return whyAnotherCrontab(crontabChange(pass.time));
+  }
+
+  static std::string whyAnotherCrontab(const std::optional<std::string>& change) {
     return "the crontab was another then" + (change ? ": it was changed after that, " + *change : std::string());
   }
 

@@ -12,6 +12,8 @@ namespace {
 
 using namespace std::chrono_literals;
 
+constexpr std::string_view checkingOne = "Checking one ";
+
 /// What follows `start` in a text that begins with it.
 std::optional<std::string> after(std::string_view start, const std::string& text) {
   return text.starts_with(start) ? std::optional(text.substr(start.size())) : std::nullopt;
@@ -100,6 +102,30 @@ std::vector<Pass> passesOf(Instant minute, const Journal& journal) {
   journal.readForward(Journal::Selection::tool, minute - Collector::lateness,
                       [&](const JournalEntry& entry) { return collector.take(entry); });
   return std::move(collector).passes();
+}
+
+std::optional<bool> wasExpected(Instant minute, const Journal& journal) {
+  // A pass logs the next time at which a schedule is due, and the next one from a minute later on.
+  std::optional<JournalEntry> pass;
+  journal.readBackward(Journal::Selection::tool, minute, [&](const JournalEntry& entry) {
+    if (entry.event == JournalEvent::message && entry.text.starts_with(checkingOne)) pass = entry;
+    return !pass;
+  });
+  if (!pass) return std::nullopt;
+  bool hasChanged = false;
+  journal.readForward(Journal::Selection::crontab, pass->time, [&](const JournalEntry& entry) {
+    hasChanged = entry.time < minute;
+    return false;
+  });
+  constexpr std::string_view separator = " and two ";
+  constexpr std::string_view dateForm = "2027-03-05 07:03:00 +0100";
+  const auto dates = pass->text.substr(checkingOne.size());
+  if (hasChanged || dates.size() < 2 * dateForm.size() + separator.size()) return std::nullopt;
+  const auto one = util::readDateText(dates.substr(0, dateForm.size()));
+  const auto two = util::readDateText(dates.substr(dateForm.size() + separator.size(), dateForm.size()));
+  if (!one || !two) return std::nullopt;
+  if (one->instant == minute || two->instant == minute) return true;
+  return one->instant > minute ? std::optional(false) : std::nullopt;
 }
 
 }  // namespace zt

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -30,5 +31,9 @@ struct Pass {
 
 /// The passes for the minute that begins at `minute`, in order.
 std::vector<Pass> passesOf(Instant minute, const Journal& journal);
+
+/// Whether a schedule was to be due in that minute, by the crontab that the last pass before it has read; nullopt if
+/// the journal does not tell.
+std::optional<bool> wasExpected(Instant minute, const Journal& journal);
 
 }  // namespace zt

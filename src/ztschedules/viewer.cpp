@@ -82,7 +82,7 @@ std::string journalNotes(std::optional<Instant> begin, Instant since, const View
   if (!hasSystem) {
     notes.emplace_back(
         "You may not read the system's journal, which tells sleep from other reasons. Join the group that may, and log "
-        "in again: sudo usermod -aG systemd-journal NAME");
+        "in again: sudo usermod -aG systemd-journal $USER");
   }
   if (!isPersistent) {
     notes.emplace_back(

@@ -80,7 +80,8 @@ struct WrittenJournal : Journal {
                                                          {"found", "Found "},
                                                          {"spawn", "Spawning "},
                                                          {"cancel", "Canceling any existing wake events."},
-                                                         {"out", "Heading out, canceling power assertion."}};
+                                                         {"out", "Heading out, canceling power assertion."},
+                                                         {"next", "Checking one 2027-03-"}};
     if (const auto event = events.find(word); event != events.end()) {
       entry.event = event->second;
       entry.text = rest;
@@ -213,6 +214,20 @@ TEST_F(History, TellsWhatBecameOfACopy) {
       {"awake, and no run", before + after, "missed: the journal does not tell why"},
       {"entries are lost", before + "09:00:00 look; found 0; cancel",
        "not known: the journal has no entries from 07:58 to 09:00"},
+      {"the run before it was to set the wake event for it",
+       before +
+           "07:58:50 next 15 08:00:00 +0000 and two 2027-03-15 08:00:00 +0000 minute events.; sleep; 09:00:00 asleep "
+           "3600; crontab",
+       "missed: asleep from 07:58 to 09:00"},
+      {"the run before it knew nothing of it",
+       before +
+           "07:58:50 next 16 08:00:00 +0000 and two 2027-03-16 08:00:00 +0000 minute events.; sleep; 09:00:00 asleep "
+           "3600; crontab",
+       "not due: the crontab was another then: it was changed after that, at 09:00"},
+      {"but then the crontab was changed",
+       before + "07:58:50 next 16 08:00:00 +0000 and two 2027-03-16 08:00:00 +0000 minute events.; crontab; sleep; "
+                "09:00:00 asleep 3600",
+       "missed: asleep from 07:58 to 09:00"},
       {"not seen in other passes: the crontab has been changed, but when?",
        before + "07:59:30 sleep; 09:00:00 asleep 3600; begins; look; crontab",
        "not known: asleep from 07:59 to 09:00; the crontab was changed after that, at 09:00"},
