@@ -26,6 +26,7 @@ constexpr auto* usage = R"(usage: ZTAgent wake "MONTH/DAY/YEAR HOUR:MINUTE:SECON
        ZTAgent cancel "MONTH/DAY/YEAR HOUR:MINUTE:SECOND"
        ZTAgent sched
        ZTAgent arm [--until-asleep]
+       ZTAgent --version
 
   wake    has the machine wake at that local time and start ztbackupbytime.service
   cancel  takes that back
@@ -85,6 +86,8 @@ bool carryOut(zt::Agent& agent, std::span<char*> arguments) {
     armUntilAsleep(agent);
   } else if (arguments.size() == 1 && (verb == "--help" || verb == "-h")) {
     std::cout << usage;
+  } else if (arguments.size() == 1 && verb == "--version") {
+    std::cout << "ZTAgent " VERSION "\n";
   } else {
     return false;
   }

@@ -36,6 +36,8 @@ TEST_F(AgentProgram, AsksTheServiceManager) {
             none + ": systemd could not arm the timer. Not " + timer + ".");
   bash("rm ~/run/refuse");
 
+  EXPECT_TRUE(run("--version").front().starts_with("ZTAgent "));
+
   const std::string unreachable =
       "ZTAgent: systemd does not list its timers. The user's service manager cannot be reached: ";
   EXPECT_EQ(run("sched", "XDG_RUNTIME_DIR=/none"), (Texts{unreachable + "No such file or directory.", "1"}));
