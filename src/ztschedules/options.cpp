@@ -43,7 +43,9 @@ void define(CLI::App& app, Options& options, NewSchedule& schedule) {
       option("--explain", options.explain, "LINE|FIELDS", "Explain the line with that number, or five time fields");
   auto* history = app.add_flag("--history", options.history, "Show what became of the copies of the last seven days");
   auto* check = app.add_flag("--check", options.check, "Show only what is wrong; status 1 if there are problems");
-  option("FILE", options.file, "", "Read this crontab instead of yours; - is standard input");
+  auto* doctor =
+      app.add_flag("--doctor", options.doctor, "Look at all that a copy needs; status 1 if there is a problem");
+  auto* file = option("FILE", options.file, "", "Read this crontab instead of yours; - is standard input");
   auto* isNew = option("--new", schedule.copy, "URL|FOLDER", "Print a new line for the crontab, and change nothing");
   isNew->check([](const std::string& text) { return text.starts_with("--") ? "a URL or a folder is missing" : ""; });
 
@@ -54,6 +56,7 @@ void define(CLI::App& app, Options& options, NewSchedule& schedule) {
   check->excludes(next)->excludes(explain);
   for (auto* other : {at, count, month, next, explain}) history->excludes(other);
   for (auto* other : {at, count, json, next, explain, check, history}) isNew->excludes(other);
+  for (auto* other : {at, count, month, next, explain, check, history, isNew, file}) doctor->excludes(other);
   app.set_version_flag("--version", "ztschedules " VERSION);
 
   const auto newOption = [&](const char* name, auto& value, const char* type, const char* description) {

@@ -8,8 +8,8 @@
 
 namespace zt {
 
-/// What the command line of ztschedules asks for. At most one of `count`, `month`, `json`, `next`, `explain`, `history`
-/// and `newSchedule` is set, but `json` and `history` can be set together.
+/// What the command line of ztschedules asks for. At most one of `count`, `month`, `json`, `next`, `explain`, `history`,
+/// `newSchedule` and `doctor` is set, but `json` can be set together with `history` or `doctor`.
 struct Options {
   std::optional<std::string> at;
   std::optional<std::size_t> count;
@@ -22,6 +22,7 @@ struct Options {
   bool all = false;                         ///< of it
   std::optional<NewSchedule> newSchedule;
   bool check = false;
+  bool doctor = false;
   std::optional<std::string> file;  ///< "-" for standard input
 };
 

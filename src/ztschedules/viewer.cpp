@@ -14,6 +14,7 @@
 #include "platform/trust.h"
 #include "util/time_text.h"
 #include "ztschedules/crontab_text.h"
+#include "ztschedules/doctor.h"
 #include "ztschedules/explanation.h"
 #include "ztschedules/history.h"
 #include "ztschedules/new_line.h"
@@ -70,8 +71,9 @@ Answer answerNew(const NewSchedule& schedule, const ViewerServices& services) {
 
 /// What the journal cannot tell, and what to do about it, as lines of text.
 std::string journalNotes(std::optional<Instant> begin, Instant since, const ViewerServices& services) {
-  const auto& [clock, calendar, applications, fileManager, journal, terminal] = services;
-  const auto [hasSystem, isPersistent] = journal.scope();
+  const auto& calendar = services.calendar;
+  const auto& terminal = services.terminal;
+  const auto [hasSystem, isPersistent] = services.journal.scope();
   std::vector<std::string> notes;
   if (!begin) {
     notes.emplace_back("The journal has no entry of ztbackupbytime that you may read.");
@@ -95,35 +97,59 @@ std::string journalNotes(std::optional<Instant> begin, Instant since, const View
 }
 
 Answer answerHistory(const Options& options, const ViewerServices& services) {
-  const auto& [clock, calendar, applications, fileManager, journal, terminal] = services;
+  const auto& calendar = services.calendar;
+  const auto& journal = services.journal;
   const auto readTime = [&](const std::string& text) { return util::readTime(text, services.calendar); };
-  const Instant now = clock.now();
+  const Instant now = services.clock.now();
   const Instant until = options.until ? readArgument(*options.until, readTime) : now;
   const Instant since = options.since ? readArgument(*options.since, readTime) : until - std::chrono::days{7};
   if (since > until) throw std::invalid_argument("the history ends before it begins: --since is later than --until");
-  const auto entries = readScheduleEntries(crontabText(options.file, fileManager), now, calendar);
+  const auto entries = readScheduleEntries(crontabText(options.file, services.fileManager), now, calendar);
   const auto runs = pastRuns(entries, since, until, now, journal, calendar);
   const bool isLost = std::ranges::any_of(
       runs, [](const auto& run) { return run.outcome == Outcome::missed || run.outcome == Outcome::failed; });
   const int status = options.check && isLost ? foundProblems : success;
   if (options.json) return {historyJson(runs, calendar), status};
   const auto notes = journalNotes(historyBegin(journal), since, services);
-  return {historyView(runs, options.all, calendar, terminal) + (notes.empty() ? "" : "\n") + notes, status};
+  return {historyView(runs, options.all, calendar, services.terminal) + (notes.empty() ? "" : "\n") + notes, status};
+}
+
+Answer answerDoctor(const Options& options, const ViewerServices& services) {
+  const auto crontab = [&] {
+    // Reading it here has no limit of time.
+    if (!services.commands.run({crontabProgram, {crontabArgument}}))
+      throw std::runtime_error(std::string(crontabProgram) + " does not end in time, or is killed");
+    return crontabText(std::nullopt, services.fileManager);
+  };
+  const auto findings = examine({.clock = services.clock,
+                                 .calendar = services.calendar,
+                                 .applications = services.applications,
+                                 .fileManager = services.fileManager,
+                                 .commands = services.commands,
+                                 .serviceManager = services.serviceManager,
+                                 .setup = services.setup,
+                                 .powerAssertions = services.powerAssertions,
+                                 .crontab = crontab,
+                                 .version = VERSION});
+  return {options.json ? findingsJson(findings) : findingsView(findings, services.terminal),
+          hasProblem(findings) ? foundProblems : success};
 }
 
 Answer answer(const Options& options, const ViewerServices& services) {
+  if (options.doctor) return answerDoctor(options, services);
   if (options.newSchedule) return answerNew(*options.newSchedule, services);
   if (options.history) return answerHistory(options, services);
-  const auto& [clock, calendar, applications, fileManager, journal, terminal] = services;
+  const auto& calendar = services.calendar;
+  const auto& terminal = services.terminal;
   const auto readTime = [&](const std::string& text) { return util::readTime(text, services.calendar); };
-  const Instant now = options.at ? readArgument(*options.at, readTime) : clock.now();
+  const Instant now = options.at ? readArgument(*options.at, readTime) : services.clock.now();
   if (options.explain && !isLineNumber(*options.explain)) {
     auto text = explainFields(*options.explain, now, calendar, terminal);
     if (options.file) throw std::invalid_argument("five time fields are explained without a crontab, not with FILE");
     return {std::move(text)};
   }
   const auto month = monthOf(options, now, calendar);
-  const auto text = crontabText(options.file, fileManager);
+  const auto text = crontabText(options.file, services.fileManager);
   if (options.explain) return {explainLine(text, *options.explain, now, calendar, terminal)};
   const auto entries = readScheduleEntries(text, now, calendar);
 
@@ -135,8 +161,8 @@ Answer answer(const Options& options, const ViewerServices& services) {
       std::ranges::any_of(entries, [](const auto& entry) { return entry.diagnostics.error.has_value(); });
   const int status = options.check && hasErrors ? foundProblems : success;
   // The journal tells about this user's crontab, and until now.
-  const auto last = !options.file && !options.at && historyBegin(journal)
-                        ? std::optional(lastRuns(entries, now, journal, calendar))
+  const auto last = !options.file && !options.at && historyBegin(services.journal)
+                        ? std::optional(lastRuns(entries, now, services.journal, calendar))
                         : std::nullopt;
   if (options.json) return {jsonView(entries, last.value_or(std::vector<PastRun>()), calendar), status};
 

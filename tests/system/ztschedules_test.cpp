@@ -28,7 +28,7 @@ TEST_F(Viewer, EndsWithAStatusAndAMessage) {
       {"0",
        {"", "--check good", "--check --month - < good", "--month 2027-03 good", "--next good", "--explain 1 good",
         "--explain '0 5 * * *'", "--new a://b --time 9:30", "--help", "--version"}},
-      {"1", {"--check", "--check --json", "--next - < /dev/null"}},
+      {"1", {"--check", "--check --json", "--next - < /dev/null", "--doctor", "--doctor --json"}},
       {"2",
        {"--month good --count 3",
         "--json --count 3",
@@ -39,6 +39,8 @@ TEST_F(Viewer, EndsWithAStatusAndAMessage) {
         "--unknown",
         "--month march good",
         "--check --next good",
+        "--doctor good",
+        "--doctor --check",
         "--new a:b --time 9:30 --at 1",
         "good good",
         "missing",
@@ -141,6 +143,12 @@ TEST_F(Viewer, TakesWhatEachCrontabProgramPrints) {
   const auto lines = withCrontab("seq 20000 >&2; cat good; echo >&2");
   EXPECT_EQ(std::ranges::count(lines, "    \"lineNumber\": 1,"), 1) << "messages are no lines";
   EXPECT_EQ(lines.front(), "ztschedules: 1");
+}
+
+TEST_F(Viewer, EndsItsExaminationIfTheServiceManagerHangs) {
+  const ServiceSocket silent(SOCK_STREAM, home / "run/bus");
+  EXPECT_EQ(bash("XDG_RUNTIME_DIR=~/run timeout 9 " ZTSCHEDULES " --doctor | grep -o 'no answer: .*out\\.'"),
+            Texts{"no answer: Connection timed out."});
 }
 
 TEST_F(Viewer, CompletesItsOptionsAndFiles) {
