@@ -92,6 +92,8 @@ has_inhibitor() {
     grep -q "^ztbackupbytime Prompt Wake *$uid *$user .* idle  *Zantrove! time-based scheduled copy check. *block"
 }
 inhibitor_appears() { wait_for 5 has_inhibitor || { entries cat | grep createdAssertion; return 1; }; }
+# The journal, and what the user's systemd has in its environment, are the machine's.
+problems() { as_user ztschedules --doctor | sed -n 's/  *problem  .*//p' | grep -vx 'environment\|journal'; }
 starts() { sed -n "s|^start $1 ||p" "$home/copies" | xargs; }
 starts_once_at() { within "$1" "$(starts "$2")" $(($1 + 59)); }  # starts_once_at INSTANT URL
 
@@ -205,6 +207,9 @@ check "the run ends" wait_for 30 rests
 check "both controllers are still running" same 2 "$(pgrep -u "$user" -fc "^/bin/bash $contents/Helpers/")"
 check "systemd lists both as scopes" same "Copy of one Copy of two" \
   "$(systemd list-units --plain --no-legend 'ztbackupbytime-copy-*.scope' | grep -o 'Copy of .*' | sort | xargs)"
+lacks=
+[ "$can_wake" ] || ! compgen -G '/sys/class/rtc/*/wakealarm' > /dev/null || lacks="right to wake"
+check "ztschedules --doctor finds nothing else missing" same "$lacks" "$(problems)"
 [ ! "$can_wake" ] || check "the wake event is replaced by tomorrow's" only_event_is_at "$tomorrow"
 
 # In the minute of the second copy a further run would start it again.
