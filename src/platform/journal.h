@@ -60,7 +60,7 @@ class Journal {
   /// What a journal can show at best.
   struct Scope {
     bool hasSystem = false;     ///< it shows what the system logs, not only what this user does
-    bool isPersistent = false;  ///< it is kept when the machine is switched off
+    bool isPersistent = false;  ///< all of it is kept when the machine is switched off
   };
   virtual Scope scope() const = 0;
 };

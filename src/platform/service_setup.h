@@ -42,12 +42,8 @@ class ServiceSetup {
   /// The variables of the manager, and then those that a service sets for itself, as texts NAME=value.
   virtual std::vector<std::string> environment(const std::string& service) = 0;
 
-  // These ask nobody:
-
-  /// Whether the service manager of this user also runs while the user is not logged in.
+  /// Whether the service manager of this user also runs while the user is not logged in. Asks nobody.
   virtual bool isLingering() const = 0;
-  /// Whether all of the journal of this boot is kept over a restart of the machine.
-  virtual bool keepsJournal() const = 0;
 };
 
 }  // namespace zt::platform

@@ -476,7 +476,7 @@ Outcome Examination::sleepCanBeInhibited() const {
 }
 
 Outcome Examination::journalIsKept() const {
-  if (services_.setup.keepsJournal()) return ok("It is kept when the machine is restarted.");
+  if (services_.journal.scope().isPersistent) return ok("It is kept when the machine is restarted.");
   return problem("The journal is lost when the machine is restarted, and with it why a copy was missed.",
                  "Keep it: sudo mkdir -p /var/log/journal && sudo journalctl --flush. If journald.conf(5) has "
                  "Storage=volatile or none, remove that first");

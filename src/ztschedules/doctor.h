@@ -12,6 +12,7 @@
 #include "platform/clock.h"
 #include "platform/commands.h"
 #include "platform/file_manager.h"
+#include "platform/journal.h"
 #include "platform/power_assertions.h"
 #include "platform/service_manager.h"
 #include "platform/service_setup.h"
@@ -39,6 +40,7 @@ struct DoctorServices {
   platform::ServiceManager& serviceManager;
   platform::ServiceSetup& setup;
   platform::PowerAssertions& powerAssertions;
+  const platform::Journal& journal;
   std::function<std::string()> crontab;  ///< gives its text, or throws a std::exception that tells why it has none
   std::string version;                   ///< that the programs of the tool should have
 };

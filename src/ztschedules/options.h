@@ -8,8 +8,8 @@
 
 namespace zt {
 
-/// What the command line of ztschedules asks for. At most one of `count`, `month`, `json`, `next`, `explain`, `history`,
-/// `newSchedule` and `doctor` is set, but `json` can be set together with `history` or `doctor`.
+/// What the command line of ztschedules asks for. At most one of `count`, `month`, `json`, `next`, `explain`, `doctor`,
+/// `history` and `newSchedule` is set, but `json` can be set together with `doctor` or `history`.
 struct Options {
   std::optional<std::string> at;
   std::optional<std::size_t> count;

@@ -129,6 +129,7 @@ Answer answerDoctor(const Options& options, const ViewerServices& services) {
                                  .serviceManager = services.serviceManager,
                                  .setup = services.setup,
                                  .powerAssertions = services.powerAssertions,
+                                 .journal = services.journal,
                                  .crontab = crontab,
                                  .version = VERSION});
   return {options.json ? findingsJson(findings) : findingsView(findings, services.terminal),

@@ -11,7 +11,14 @@ const std::string timer = "ztbackupbytime.timer", service = "ztbackupbytime.serv
 const std::string beforeSleep = "ztbackupbytime-before-sleep.service", arm = "ztbackupbytime-arm.service";
 
 /// A machine on which all is well, at 2027-03-05 12:00:30 UTC.
-struct Machine : Clock, Applications, FakeFileManager, FakeCommands, ServiceManager, ServiceSetup, PowerAssertions {
+struct Machine : Clock,
+                 Applications,
+                 FakeFileManager,
+                 FakeCommands,
+                 ServiceManager,
+                 ServiceSetup,
+                 PowerAssertions,
+                 Journal {
   Machine() {
     fs::create_directories(agent.parent_path());
     fs::create_directories(folder / "bin");
@@ -65,7 +72,9 @@ struct Machine : Clock, Applications, FakeFileManager, FakeCommands, ServiceMana
     return variables;
   }
   bool isLingering() const override { return lingers; }
-  bool keepsJournal() const override { return keeps; }
+  Scope scope() const override { return {.hasSystem = false, .isPersistent = keeps}; }
+  void readForward(Selection, JournalEntry::Time, const Reader&) const override {}
+  void readBackward(Selection, JournalEntry::Time, const Reader&) const override {}
 
   Created create(std::string_view, std::string_view, std::string_view) override {
     if (hasLogind) ++locks;
@@ -100,8 +109,8 @@ static std::vector<Finding> examineMachine(Machine& machine) {
   const auto crontab = [&] {
     return machine.crontabError.empty() ? machine.crontabText : throw std::runtime_error(machine.crontabError);
   };
-  auto findings =
-      examine({machine, machine.zone.calendar, machine, machine, machine, machine, machine, machine, crontab, "1.2"});
+  auto findings = examine(
+      {machine, machine.zone.calendar, machine, machine, machine, machine, machine, machine, machine, crontab, "1.2"});
   EXPECT_TRUE(machine.events.empty()) << "a wake event is left";
   EXPECT_EQ(machine.locks, 0) << "a lock is left";
   return findings;

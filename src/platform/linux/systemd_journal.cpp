@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <filesystem>
+#include <fstream>
 #include <initializer_list>
 #include <iterator>
 #include <optional>
@@ -173,16 +174,11 @@ class Current {
   sd_journal* journal_;
 };
 
-constexpr auto* persistentFolder = "/var/log/journal";
-constexpr auto* volatileFolder = "/run/log/journal";
-
-/// Whether this user can read the system's journal in a folder.
-bool hasReadableSystemJournal(const char* folder) {
-  std::error_code error;
-  for (const auto& machine : std::filesystem::directory_iterator(folder, error)) {
-    if (::access((machine.path() / "system.journal").c_str(), R_OK) == 0) return true;
-  }
-  return false;
+/// Where journals of this machine are kept that last until it is switched off, and longer.
+std::filesystem::path journalsIn(const std::filesystem::path& folder) {
+  std::string machine;
+  std::ifstream("/etc/machine-id") >> machine;
+  return folder / "log/journal" / machine;
 }
 
 }  // namespace
@@ -223,9 +219,12 @@ void SystemdJournal::readBackward(Selection selection, JournalEntry::Time end, c
 }
 
 Journal::Scope SystemdJournal::scope() const {
-  const bool isPersistent = std::filesystem::is_directory(persistentFolder);
-  return {.hasSystem = hasReadableSystemJournal(persistentFolder) || hasReadableSystemJournal(volatileFolder),
-          .isPersistent = isPersistent};
+  const auto stored = journalsIn("/var");
+  const auto temporary = journalsIn("/run");  // systemd removes it once all of it is stored
+  const auto isReadable = [](const auto& folder) { return ::access((folder / "system.journal").c_str(), R_OK) == 0; };
+  std::error_code error;
+  return {.hasSystem = isReadable(stored) || isReadable(temporary),
+          .isPersistent = std::filesystem::is_directory(stored, error) && !std::filesystem::exists(temporary, error)};
 }
 
 }  // namespace zt::platform

@@ -6,8 +6,6 @@
 
 #include <array>
 #include <cstdio>
-#include <filesystem>
-#include <fstream>
 #include <system_error>
 
 namespace zt::platform {
@@ -149,15 +147,6 @@ bool SystemdSetup::isLingering() const {
   const auto* account = ::getpwuid(::getuid());
   return account != nullptr &&
          ::access(("/var/lib/systemd/linger/" + std::string(account->pw_name)).c_str(), F_OK) == 0;
-}
-
-bool SystemdSetup::keepsJournal() const {
-  std::string machine;
-  std::ifstream("/etc/machine-id") >> machine;
-  // Journals that are to be lost are in /run. Once they are stored on disk, systemd removes the folder.
-  std::error_code error;
-  return std::filesystem::is_directory("/var/log/journal/" + machine, error) &&
-         !std::filesystem::exists("/run/log/journal/" + machine, error);
 }
 
 }  // namespace zt::platform

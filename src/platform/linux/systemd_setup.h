@@ -20,7 +20,6 @@ class SystemdSetup final : public ServiceSetup {
   std::string program(const std::string& service) override;
   std::vector<std::string> environment(const std::string& service) override;
   bool isLingering() const override;
-  bool keepsJournal() const override;
 
  private:
   /// A property of an object of a service manager.
