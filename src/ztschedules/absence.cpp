@@ -191,9 +191,9 @@ Absence absenceIn(Instant minute, const Journal& journal, const Calendar& calend
 
 std::string shortTime(JournalEntry::Time time, Instant day, const Calendar& calendar) {
   const auto local = calendar.localTime(std::chrono::floor<std::chrono::seconds>(time));
-  const bool isSameDay =
-      std::chrono::floor<std::chrono::days>(local) == std::chrono::floor<std::chrono::days>(calendar.localTime(day));
-  return util::formatted(local, isSameDay ? "%R" : "%a %F %R");
+  const auto days =
+      std::chrono::floor<std::chrono::days>(local) - std::chrono::floor<std::chrono::days>(calendar.localTime(day));
+  return util::formatted(local, days.count() == 0 ? "%R" : abs(days) < std::chrono::days{7} ? "%a %R" : "%a %F %R");
 }
 
 }  // namespace zt

@@ -16,7 +16,7 @@ struct Absence {
 /// Why there was no pass for the minute that begins at `minute`, as far as the journal tells.
 Absence absenceIn(Instant minute, const platform::Journal& journal, const Calendar& calendar);
 
-/// A time for people: without its date if it is on the local day of `day`.
+/// A local time for people: without its date on the local day of `day`, and with a weekday alone in the week around it.
 std::string shortTime(platform::JournalEntry::Time time, Instant day, const Calendar& calendar);
 
 }  // namespace zt

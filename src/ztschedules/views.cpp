@@ -98,6 +98,19 @@ std::string delayText(std::chrono::seconds delay) {
   return delay > 0s ? util::timeLeft(delay) : "0s";
 }
 
+/// How many copies were due, and how many had each outcome.
+std::string summaryOf(const std::array<std::size_t, outcomeNames.size()>& counts) {
+  constexpr auto notDue = static_cast<std::size_t>(Outcome::notDue);
+  const auto due = std::accumulate(counts.begin(), counts.begin() + notDue, std::size_t{0});
+  if (due == 0) return "No copy was due.";
+  std::string text = due == 1 ? "1 copy was due: " : std::to_string(due) + " copies were due: ";
+  for (std::size_t i = 0; i < notDue; ++i) {
+    if (counts.at(i) > 0) text.append(std::to_string(counts.at(i))).append(" ").append(outcomeNames.at(i)).append(", ");
+  }
+  text.resize(text.size() - 2);
+  return text + ".";
+}
+
 /// How many runs there are on a local day.
 std::size_t countRuns(std::span<const ScheduleEntry> entries, std::chrono::local_days day, const Calendar& calendar) {
   std::size_t runs = 0;
@@ -216,12 +229,7 @@ std::string historyView(std::span<const PastRun> runs, bool all, const Calendar&
                     : isProblem(run) ? Style::warning
                                      : Style::plain});
   }
-  std::string sums;
-  for (std::size_t i = 0; i < counts.size(); ++i) {
-    if (counts.at(i) == 0) continue;
-    sums += (sums.empty() ? "" : ", ") + std::to_string(counts.at(i)) + " " + std::string(outcomeNames.at(i));
-  }
-  const auto summary = paragraph(sums.empty() ? "No copy was due." : sums, Style::plain, terminal);
+  const auto summary = paragraph(summaryOf(counts), Style::plain, terminal);
   return rows.size() > 1 ? table(rows, 3, terminal) + '\n' + summary : summary;
 }
 
