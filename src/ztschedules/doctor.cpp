@@ -406,7 +406,7 @@ Instant Examination::latestEnd(Instant start) const {
 Outcome Examination::runEnds() const {
   const auto run = services_.setup.unit(Manager::user, service);
   if (run.active != "activating") return ok("No run is in progress.");
-  const auto text = "A run has been in progress for " + util::timeLeft(run.age);
+  const auto text = "A run has been in progress for " + util::timeLeft(std::max(run.age, 1s));
   if (!entries_) return notChecked(text + ". It depends on: crontab.");
   if (now_ <= latestEnd(now_ - run.age)) return ok(text + ".");
   return problem(text + ", longer than any schedule explains. No other one starts before it ends.",

@@ -36,7 +36,8 @@ void define(CLI::App& app, Options& options, NewSchedule& schedule) {
   count->check(CLI::Range(1, 100'000).description(""));
   auto* month = option("--month", options.month, "[YYYY-MM]", "Show a month as a calendar; default: the current one");
   month->expected(0, 1);
-  auto* json = app.add_flag("--json", options.json, "Show the next run of each schedule as JSON");
+  auto* json =
+      app.add_flag("--json", options.json, "Show the next run of each schedule, or --history, or --doctor, as JSON");
   auto* next =
       app.add_flag("--next", options.next, "Print the next run in seconds since 1970; status 1 if there is none");
   auto* explain =
@@ -93,7 +94,9 @@ void complete(Options& options) {
 std::optional<Options> readOptions(int count, const char* const* arguments) {
   Options options;
   NewSchedule schedule;
-  CLI::App app("Shows which copies your crontab will start, when, and which schedules can never run.", "ztschedules");
+  CLI::App app(
+      "Shows which copies your crontab will start, what became of the last ones, and which schedules can never run.",
+      "ztschedules");
   define(app, options, schedule);
   try {
     app.parse(count, arguments);

@@ -89,7 +89,7 @@ std::string journalNotes(std::optional<Instant> begin, Instant since, const View
   if (!isPersistent) {
     notes.emplace_back(
         "The journal is lost when the machine is switched off. To keep it: sudo mkdir -p /var/log/journal && sudo "
-        "systemctl restart systemd-journald");
+        "journalctl --flush");
   }
   std::string text;
   for (const auto& note : notes) text += paragraph(note, Style::plain, terminal);
