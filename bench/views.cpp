@@ -33,12 +33,13 @@ double medianOf(const Command& command) {
 }
 
 void measure(const std::string& program) {
-  std::puts("| lines | table | --count 1000 | --month | --json |");
-  std::puts("|------:|------:|-------------:|--------:|-------:|");
+  std::puts("| lines | table | --count 1000 | --month | --json | --history |");
+  std::puts("|------:|------:|-------------:|--------:|-------:|----------:|");
   for (const int lines : {10, 100, 1000}) {
     installCrontab(crontabOf(lines));
-    std::printf("| %5d | %5.1f | %12.1f | %7.1f | %6.1f |\n", lines, medianOf({program}),
-                medianOf({program, "--count", "1000"}), medianOf({program, "--month"}), medianOf({program, "--json"}));
+    std::printf("| %5d | %5.1f | %12.1f | %7.1f | %6.1f | %9.1f |\n", lines, medianOf({program}),
+                medianOf({program, "--count", "1000"}), medianOf({program, "--month"}), medianOf({program, "--json"}),
+                medianOf({program, "--history"}));
   }
 }
 

@@ -162,10 +162,12 @@ Answer answer(const Options& options, const ViewerServices& services) {
       std::ranges::any_of(entries, [](const auto& entry) { return entry.diagnostics.error.has_value(); });
   const int status = options.check && hasErrors ? foundProblems : success;
   // The journal tells about this user's crontab, and until now.
-  const auto last = !options.file && !options.at && historyBegin(services.journal)
-                        ? std::optional(lastRuns(entries, now, services.journal, calendar))
-                        : std::nullopt;
-  if (options.json) return {jsonView(entries, last.value_or(std::vector<PastRun>()), calendar), status};
+  const auto last = [&] {
+    return !options.file && !options.at && historyBegin(services.journal)
+               ? std::optional(lastRuns(entries, now, services.journal, calendar))
+               : std::nullopt;
+  };
+  if (options.json) return {jsonView(entries, last().value_or(std::vector<PastRun>()), calendar), status};
 
   std::string view;
   if (month) {
@@ -177,7 +179,7 @@ Answer answer(const Options& options, const ViewerServices& services) {
   } else if (options.count) {
     view = runsView(entries, *options.count, now, calendar, terminal);
   } else if (!options.check) {
-    view = nextRunsView(entries, last, now, calendar, terminal);
+    view = nextRunsView(entries, last(), now, calendar, terminal);
   }
   const auto problems = problemsView(entries, terminal);
   return {view + (view.empty() || problems.empty() ? "" : "\n") + problems, status};
