@@ -1,6 +1,7 @@
 #include "ztschedules/doctor.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
@@ -122,6 +123,8 @@ class Examination {
   /// What a program prints as its name and version; nullopt if that is not known.
   std::optional<std::string> versionOf(const fs::path& program) const;
   Outcome environmentIsPlain() const;
+  /// What the wall clock shows in a zone, a value of TZ, now and half a year later.
+  std::vector<std::string> timesIn(const std::optional<std::string>& zone) const;
   Outcome timerRuns() const;
   Outcome runEnds() const;
   /// When the run that began at `start` should have ended at the latest.
@@ -231,9 +234,10 @@ Outcome Examination::applicationIsFound() {
     application_ = *location;
     return ok(location->string() + (isRunning ? ", which is running." : ", the first one that is installed.") + others);
   }
-  return problem(
-      "Zantrove! is not in ~/Applications, /Applications or /opt." + others,
-      reasons.empty() ? "Put it there: cp -R Zantrove.app ~/Applications/" : "Correct that with chown, or chmod go-w");
+  if (reasons.empty())
+    return problem("Zantrove! is not in ~/Applications, /Applications or /opt.",
+                   "Put it there: cp -R Zantrove.app ~/Applications/");
+  return problem(others.substr(1), "Correct that with chown, or chmod go-w");
 }
 
 Outcome Examination::programIsUsable(const fs::path& program, const std::string& adviceIfMissing) const {
@@ -283,8 +287,10 @@ Outcome Examination::serviceManagerAnswers() {
 }
 
 Outcome Examination::unitsAreLoaded() const {
-  for (const auto& name : {std::string(timer), std::string(service), wakeEvent(0)}) {
-    const auto state = services_.setup.unit(Manager::user, name).load;
+  const std::array<std::pair<std::string, std::string>, 3> units = {
+      {{timer, timer}, {service, service}, {wakeEvent(0), "ztbackupbytime-wake@.timer"}}};
+  for (const auto& [unit, name] : units) {
+    const auto state = services_.setup.unit(Manager::user, unit).load;
     if (state == "masked")
       return problem(name + " is masked.", "Allow it: systemctl --user unmask " + name +
                                                " && systemctl --user enable --now ztbackupbytime.timer");
@@ -297,11 +303,14 @@ Outcome Examination::unitsAreLoaded() const {
 }
 
 std::optional<std::string> Examination::versionOf(const fs::path& program) const {
-  // A tool that does not know the option would start a run.
+  // A tool that does not know the option would start a run, and so might a script that starts it.
   constexpr std::string_view option = "--version";
   std::ifstream file(program, std::ios::binary);
   const std::string contents(std::istreambuf_iterator<char>(file), {});
-  if (contents.find(option) == std::string::npos) return std::nullopt;
+  if (!contents.starts_with("\x7f"
+                            "ELF") ||
+      contents.find(option) == std::string::npos)
+    return std::nullopt;
   const auto lines = services_.commands.run({program, {std::string(option)}});
   return lines && !lines->empty() ? std::optional(lines->front()) : std::nullopt;
 }
@@ -310,6 +319,8 @@ Outcome Examination::programsFit() const {
   const fs::path tool = services_.setup.program(service);
   if (!services_.fileManager.isExecutableFile(tool))
     return problem(std::string(service) + " starts " + quote(tool.string()) + ", which cannot be executed.", reinstall);
+  if (tool.filename() != "ztbackupbytime")
+    return ok(std::string(service) + " starts the tool by " + tool.string() + ".");
   const auto differs = [&](const fs::path& program, const std::string& advice) -> std::optional<Outcome> {
     const auto version = versionOf(program);
     if (version == program.filename().string() + " " + services_.version) return std::nullopt;
@@ -334,6 +345,18 @@ Outcome Examination::programsFit() const {
   return ok(tool.string() + (isUsed ? " and the agent have" : " has") + " version " + services_.version + ".");
 }
 
+std::vector<std::string> Examination::timesIn(const std::optional<std::string>& zone) const {
+  std::vector<std::string> times;
+  for (const auto time : {now_, now_ + std::chrono::days(182)}) {  // in winter and in summer
+    const auto seconds = std::to_string(time.time_since_epoch().count());
+    const auto shown = services_.commands.run({"/bin/date",
+                                               {"--date=@" + seconds, "+%F %T"},
+                                               zone ? std::vector{"TZ=" + *zone} : std::vector<std::string>()});
+    times.push_back(shown && !shown->empty() ? shown->front() : zone.value_or(""));
+  }
+  return times;
+}
+
 Outcome Examination::environmentIsPlain() const {
   std::map<std::string, std::string> variables;
   for (const auto& variable : environment_) {
@@ -343,7 +366,7 @@ Outcome Examination::environmentIsPlain() const {
   for (const auto& [name, value] : variables) {
     if (!name.starts_with("LD_") || value.empty()) continue;
     return problem("The tool and copies run with " + name + "=" + quote(value) + ", which can change what they do.",
-                   "Remove it from environment.d(5), where it stands there, and type: "
+                   "Remove it from environment.d(5) if it is set there, and type: "
                    "systemctl --user unset-environment " +
                        name);
   }
@@ -356,7 +379,7 @@ Outcome Examination::environmentIsPlain() const {
     return value == nullptr ? std::nullopt : std::optional<std::string>(value);
   };
   const auto shown = [](const std::optional<std::string>& value) { return value ? quote(*value) : "not set"; };
-  if (const auto zone = theirs("TZ"); zone != ours("TZ")) {
+  if (const auto zone = theirs("TZ"); zone != ours("TZ") && timesIn(zone) != timesIn(ours("TZ"))) {
     return problem("TZ is " + shown(zone) + " for the tool, but " + shown(ours("TZ")) +
                        " in your shell: ztschedules shows other times than the tool uses.",
                    "See the times of the tool: " + (zone ? "TZ=" + inShell(*zone) : "env -u TZ") + " ztschedules");
@@ -470,9 +493,9 @@ Outcome Examination::sleepCanBeInhibited() const {
     assertions.release(identifier);
     return ok("A run can keep the machine from idle sleep.");
   }
-  return problem(
-      "A run cannot keep the machine from idle sleep: logind gives no lock (error " + std::to_string(-result) + ").",
-      "See what is wrong with it: systemctl status systemd-logind");
+  return problem("A run cannot keep the machine from idle sleep. logind gives no lock: " +
+                     std::generic_category().message(-result) + " (error " + std::to_string(-result) + ").",
+                 "See what is wrong with it: systemctl status systemd-logind");
 }
 
 Outcome Examination::journalIsKept() const {

@@ -30,6 +30,9 @@ constexpr int foundProblems = 1;
 constexpr int foundNoRun = 1;
 constexpr int failure = 2;
 
+constexpr auto* joinGroup =
+    "Join the group that may read all of it, and log in again: sudo usermod -aG systemd-journal $USER";
+
 /// The value that a text from the command line names; `read` throws the rest of a message that begins with the text.
 auto readArgument(const std::string& text, auto read) {
   try {
@@ -69,31 +72,24 @@ Answer answerNew(const NewSchedule& schedule, const ViewerServices& services) {
   return {line + '\n'};
 }
 
-/// What the journal cannot tell, and what to do about it, as lines of text.
-std::string journalNotes(std::optional<Instant> begin, Instant since, const ViewerServices& services) {
-  const auto& calendar = services.calendar;
-  const auto& terminal = services.terminal;
+/// What the journal cannot tell from `since` on, and what to do about it. Its first entry of the tool is of `begin`.
+std::vector<std::string> journalNotes(Instant begin, Instant since, const ViewerServices& services) {
   const auto [hasSystem, isPersistent] = services.journal.scope();
   std::vector<std::string> notes;
-  if (!begin) {
-    notes.emplace_back("The journal has no entry of ztbackupbytime that you may read.");
-  } else if (*begin > since) {
-    notes.push_back("The journal has entries of ztbackupbytime from " + printable(util::timeText(*begin, calendar)) +
+  if (begin > since) {
+    notes.push_back("The journal has entries of ztbackupbytime from " + util::timeText(begin, services.calendar) +
                     " on. What was due before that is not known.");
   }
   if (!hasSystem) {
-    notes.emplace_back(
-        "You may not read the system's journal, which tells sleep from other reasons. Join the group that may, and log "
-        "in again: sudo usermod -aG systemd-journal $USER");
+    notes.push_back("You may not read the system's journal, which tells sleep from other reasons. " +
+                    std::string(joinGroup));
   }
   if (!isPersistent) {
     notes.emplace_back(
         "The journal is lost when the machine is switched off. To keep it: sudo mkdir -p /var/log/journal && sudo "
         "journalctl --flush");
   }
-  std::string text;
-  for (const auto& note : notes) text += paragraph(note, Style::plain, terminal);
-  return text;
+  return notes;
 }
 
 Answer answerHistory(const Options& options, const ViewerServices& services) {
@@ -103,15 +99,25 @@ Answer answerHistory(const Options& options, const ViewerServices& services) {
   const Instant now = services.clock.now();
   const Instant until = options.until ? readArgument(*options.until, readTime) : now;
   const Instant since = options.since ? readArgument(*options.since, readTime) : until - std::chrono::days{7};
-  if (since > until) throw std::invalid_argument("the history ends before it begins: --since is later than --until");
+  if (since > until) throw std::invalid_argument("the history would end before it begins: see --since and --until");
   const auto entries = readScheduleEntries(crontabText(options.file, services.fileManager), now, calendar);
+  const auto begin = historyBegin(journal);
+  if (!begin) {
+    throw std::runtime_error("the journal has no entry of ztbackupbytime that you may read. " +
+                             std::string(journal.scope().hasSystem ? "Has it ever run? See --doctor" : joinGroup));
+  }
   const auto runs = pastRuns(entries, since, until, now, journal, calendar);
   const bool isLost = std::ranges::any_of(
       runs, [](const auto& run) { return run.outcome == Outcome::missed || run.outcome == Outcome::failed; });
   const int status = options.check && isLost ? foundProblems : success;
-  if (options.json) return {historyJson(runs, calendar), status};
-  const auto notes = journalNotes(historyBegin(journal), since, services);
-  return {historyView(runs, options.all, calendar, services.terminal) + (notes.empty() ? "" : "\n") + notes, status};
+  const auto notes = journalNotes(*begin, since, services);
+  if (options.json) {
+    for (const auto& note : notes) printMessage("warning: " + note);
+    return {historyJson(runs, calendar), status};
+  }
+  auto view = historyView(runs, options.all, calendar, services.terminal) + (notes.empty() ? "" : "\n");
+  for (const auto& note : notes) view += paragraph(printable(note), Style::plain, services.terminal);
+  return {std::move(view), status};
 }
 
 Answer answerDoctor(const Options& options, const ViewerServices& services) {

@@ -241,6 +241,7 @@ std::string historyJson(std::span<const PastRun> runs, const Calendar& calendar)
                      {"lineNumber", run.entry->number},
                      {"copy", run.entry->copy},
                      {"result", nameOf(run.outcome)},
+                     {"started", run.delay ? secondsSince1970(run.due + *run.delay) : Json()},
                      {"delay", run.delay ? Json(run.delay->count()) : Json()},
                      {"reason", run.reason.empty() ? Json() : Json(run.reason)}});
   }

@@ -22,8 +22,10 @@ struct Machine : Clock,
   Machine() {
     fs::create_directories(agent.parent_path());
     fs::create_directories(folder / "bin");
-    std::ofstream(tool) << "answers --version";
-    std::ofstream(folder / "bin/ZTAgent") << "answers --version";
+    std::ofstream(tool) << "\x7f"
+                           "ELF answers --version";
+    std::ofstream(folder / "bin/ZTAgent") << "\x7f"
+                                             "ELF answers --version";
     fs::create_symlink(folder / "bin/ZTAgent", agent);
     executables = {"/usr/bin/crontab", "/bin/bash", tool, folder / "bin/ZTAgent", agent, controller};
   }
@@ -42,6 +44,10 @@ struct Machine : Clock,
   }
 
   std::optional<Texts> run(const Command& command) override {
+    if (command.path == "/bin/date") {  // which knows two zones
+      const bool isBerlin = command.environment->size() == 1 && command.environment->front().ends_with("Berlin");
+      return Texts{(isBerlin ? "Berlin " : "UTC ") + command.arguments.front()};
+    }
     EXPECT_EQ(command.arguments, Texts{"--version"}) << command.path;
     return Texts{fs::path(command.path).filename().string() + " " + versions[command.path]};
   }
@@ -136,8 +142,8 @@ TEST(Doctor, NamesExactlyWhatIsBroken) {
       {"not UTF-8", [](M& m) { m.crontabText += "# \xff"; },
        "crontab: 2 lines of the crontab can make no copy. Line 1: line 3 is not UTF-8", ""},
       {"only comments", [](M& m) { m.crontabText = "# ZTUtil\n"; }, "crontab: The crontab has no schedule.", ""},
-      {"an unsafe application", [](M& m) { m.refusals = {"Not using /x: it is open"}; },
-       "application: Zantrove! is not in ~/Applications, /Applications or /opt. Not using /x", "controller, agent"},
+      {"an unsafe application", [](M& m) { m.refusals = {"Not using /x: it is open"}; }, "application: Not using /x",
+       "controller, agent"},
       {"no controller", [](M& m) { m.executables.erase(m.controller); }, "controller: is missing. No copy", ""},
       {"others can write it", [](M& m) { fs::permissions(m.agent.parent_path(), fs::perms::all); },
        "agent: other users can write", ""},
@@ -164,8 +170,11 @@ TEST(Doctor, NamesExactlyWhatIsBroken) {
       {"a changed unit", [](M& m) { m.of(arm).isOutdated = true; }, "programs: ztbackupbytime-arm.service has", ""},
       {"LD_PRELOAD", [](M& m) { m.variables.push_back("LD_PRELOAD=/x"); },
        "environment: The tool and copies run with LD_PRELOAD=/x", ""},
-      {"another zone", [](M& m) { m.variables[0] = "TZ=Asia/Gaza"; }, "environment: TZ is Asia/Gaza for the tool", ""},
-      {"no zone", [](M& m) { m.variables[0] = "A=b"; }, "environment: TZ is not set for the tool", ""},
+      {"another zone", [](M& m) { m.variables[0] = "TZ=Europe/Berlin"; },
+       "environment: TZ is Europe/Berlin for the tool", ""},
+      {"the zone of the shell, by another name", [](M& m) { m.variables[0] = "TZ=UTC"; }, "", ""},
+      {"the zone of the machine, which is that of the shell", [](M& m) { m.variables[0] = "A=b"; }, "", ""},
+      {"a service that starts the tool by another program", [](M& m) { m.program_ = "/usr/bin/crontab"; }, "", ""},
       {"another home", [](M& m) { m.variables[1] = "HOME=/x"; }, "environment: HOME is /x", ""},
       {"not enabled", [](M& m) { m.of(timer).file = "disabled"; }, "timer: ztbackupbytime.timer is not enabled", ""},
       {"stopped", [](M& m) { m.of(timer).active = "inactive"; }, "timer: ztbackupbytime.timer is not active",

@@ -174,11 +174,11 @@ class Current {
   sd_journal* journal_;
 };
 
-/// Where journals of this machine are kept that last until it is switched off, and longer.
+/// Where the journals of this machine are; empty if it has no identifier.
 std::filesystem::path journalsIn(const std::filesystem::path& folder) {
   std::string machine;
   std::ifstream("/etc/machine-id") >> machine;
-  return folder / "log/journal" / machine;
+  return machine.empty() ? std::filesystem::path() : folder / "log/journal" / machine;
 }
 
 }  // namespace

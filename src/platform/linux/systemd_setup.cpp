@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstdio>
+#include <string_view>
 #include <system_error>
 
 namespace zt::platform {
@@ -145,8 +146,10 @@ std::vector<std::string> SystemdSetup::environment(const std::string& service) {
 
 bool SystemdSetup::isLingering() const {
   const auto* account = ::getpwuid(::getuid());
-  return account != nullptr &&
-         ::access(("/var/lib/systemd/linger/" + std::string(account->pw_name)).c_str(), F_OK) == 0;
+  if (account == nullptr) return false;
+  std::string file = "/var/lib/systemd/linger/";
+  for (const char c : std::string_view(account->pw_name)) file += c == '\\' ? "\\x5c" : std::string(1, c);
+  return ::access(file.c_str(), F_OK) == 0;
 }
 
 }  // namespace zt::platform
