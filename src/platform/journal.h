@@ -50,12 +50,19 @@ class Journal {
   /// Takes an entry. Gives whether it wants another one.
   using Reader = std::function<bool(const JournalEntry&)>;
 
+  /// A clock that is set back shows a time again, and one that was ahead for a while leaves entries of times to come.
+  /// So there can be several places where a time belongs among the entries, which are in the order of writing.
+  enum class Place : std::uint8_t {
+    first,  ///< before all entries that are not before that time
+    last    ///< after all entries that are before it
+  };
+
   // Both read nothing if there is no journal, or no right to read it.
 
-  /// Entries at or after `from`, oldest first.
-  virtual void readForward(Selection selection, JournalEntry::Time from, const Reader& reader) const = 0;
-  /// Entries before `end`, latest first.
-  virtual void readBackward(Selection selection, JournalEntry::Time end, const Reader& reader) const = 0;
+  /// Entries at or after `from`, from a place of that time on, in the order of writing.
+  virtual void readForward(Selection selection, JournalEntry::Time from, Place place, const Reader& reader) const = 0;
+  /// Entries before `end`, from a place of that time back, latest first.
+  virtual void readBackward(Selection selection, JournalEntry::Time end, Place place, const Reader& reader) const = 0;
 
   /// What a journal can show at best.
   struct Scope {

@@ -31,6 +31,7 @@ class Search {
       : start_(minute), end_(minute + 60s), journal_(journal), calendar_(calendar) {}
 
   Absence reason() {
+    place_ = nearestPlace();
     const auto before = latest(Selection::all);
     if (!before) return {"the journal does not go back so far", false};
     boot_ = before->boot;
@@ -38,16 +39,36 @@ class Search {
     if (gap && gap->isRestart()) return {whileOff(*gap)};
     // Whoever stops the timer, or logs out, does not want to be woken, so that comes before sleep.
     if (const auto reason = whileStopped()) return {*reason};
-    if (gap) return {whileAsleep(*gap)};
+    if (gap) return {failureIn(gap->after.time).value_or(whileAsleep(*gap))};
     if (const auto reason = whileHeldUp()) return {*reason};
-    if (const auto reason = failure()) return {*reason};
+    // Shortly before it as well: the next run comes too late then.
+    if (const auto reason = failureIn(start_ - 60s)) return {*reason};
     return withoutReason();
   }
 
  private:
+  /// Where the clock showed times nearest to the minute: it may only have been set past that time in another place.
+  Journal::Place nearestPlace() const {
+    const auto distance = [&](Journal::Place place) {
+      auto time = JournalEntry::Time::max();
+      journal_.readForward(Selection::all, start_, place, [&](const JournalEntry& entry) {
+        time = entry.time;
+        return false;
+      });
+      auto from = JournalEntry::Time{};
+      journal_.readBackward(Selection::all, start_, place, [&](const JournalEntry& entry) {
+        from = entry.time;
+        return false;
+      });
+      return time - from;
+    };
+    return distance(Journal::Place::first) < distance(Journal::Place::last) ? Journal::Place::first
+                                                                            : Journal::Place::last;
+  }
+
   std::optional<JournalEntry> latest(Selection selection) const {
     std::optional<JournalEntry> found;
-    journal_.readBackward(selection, start_, [&](const JournalEntry& entry) {
+    journal_.readBackward(selection, start_, place_, [&](const JournalEntry& entry) {
       found = entry;
       return false;
     });
@@ -57,7 +78,7 @@ class Search {
   /// The first entry at or after `from` of which `matches` holds.
   std::optional<JournalEntry> next(Selection selection, JournalEntry::Time from, auto matches) const {
     std::optional<JournalEntry> found;
-    journal_.readForward(selection, from, [&](const JournalEntry& entry) {
+    journal_.readForward(selection, from, place_, [&](const JournalEntry& entry) {
       if (matches(entry)) found = entry;
       return !found;
     });
@@ -67,7 +88,7 @@ class Search {
   /// The first time within the minute in which the machine was not awake, or its clock was set forward.
   std::optional<Gap> gapAfter(JournalEntry before) const {
     std::optional<Gap> found;
-    journal_.readForward(Selection::all, start_, [&](const JournalEntry& after) {
+    journal_.readForward(Selection::all, start_, place_, [&](const JournalEntry& after) {
       const Gap gap{std::exchange(before, after), after};
       if (gap.before.time >= end_) return false;
       if (gap.isRestart() || gap.jump() > 2s) found = gap;
@@ -96,7 +117,7 @@ class Search {
   std::optional<std::string> whileStopped() const {
     std::optional<JournalEntry> last;
     bool managerHasStarted = false;
-    journal_.readBackward(Selection::timer, start_, [&](const JournalEntry& entry) {
+    journal_.readBackward(Selection::timer, start_, place_, [&](const JournalEntry& entry) {
       if (entry.boot != boot_) return false;
       // It starts the timer before it has started itself, so the entries before that tell about the timer.
       const bool isManagersStart = entry.event == JournalEvent::managerStarts;
@@ -128,7 +149,7 @@ class Search {
   /// If a run that had begun earlier did not come to this minute.
   std::optional<std::string> whileHeldUp() const {
     std::optional<JournalEntry> last;
-    journal_.readBackward(Selection::tool, start_, [&](const JournalEntry& entry) {
+    journal_.readBackward(Selection::tool, start_, place_, [&](const JournalEntry& entry) {
       if (endsRun(entry) || entry.event == JournalEvent::message) last = entry;
       return !last;
     });
@@ -142,10 +163,10 @@ class Search {
     return reason;
   }
 
-  /// If a run has failed in this minute, or so shortly before it that the next one came too late.
-  std::optional<std::string> failure() const {
+  /// If a run has failed from `from` to the end of the minute.
+  std::optional<std::string> failureIn(JournalEntry::Time from) const {
     std::optional<std::string> found;
-    journal_.readForward(Selection::tool, start_ - 60s, [&](const JournalEntry& entry) {
+    journal_.readForward(Selection::tool, from, place_, [&](const JournalEntry& entry) {
       if (entry.time >= end_) return false;
       constexpr std::string_view name = "ztbackupbytime: ";
       if (entry.event == JournalEvent::output && entry.text.starts_with(name)) {
@@ -180,6 +201,7 @@ class Search {
   Instant start_, end_;
   const Journal& journal_;
   const Calendar& calendar_;
+  Journal::Place place_ = Journal::Place::last;
   std::string boot_{};  ///< the one that the minute began in
 };
 

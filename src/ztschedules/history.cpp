@@ -80,7 +80,7 @@ class Historian {
       const bool wasThereBefore = before != nullptr && before->outcome != Outcome::notDue;
       const bool isNotThereAfter = after != runs.end() && (*after)->outcome == Outcome::notDue;
       const auto change = crontabChange(run.due);
-      const auto expected = wasExpected(run.due, journal_);
+      const auto expected = wasExpected(run.due, journal_, calendar_);
       if (expected.value_or(wasThereBefore)) continue;
       if (expected || isNotThereAfter) {
         run.outcome = Outcome::notDue;
@@ -102,7 +102,8 @@ class Historian {
         return;
       }
       run.outcome = Outcome::started;
-      run.delay = std::chrono::floor<std::chrono::seconds>(start->time - run.due);
+      // The clock can have been set back in the run.
+      run.delay = std::max(std::chrono::floor<std::chrono::seconds>(start->time - run.due), 0s);
       run.reason.clear();
     } else if (run.outcome == Outcome::started) {
       return;
@@ -142,7 +143,7 @@ class Historian {
   /// When the crontab was changed the next time after an instant, as far as the journal tells.
   std::optional<std::string> crontabChange(Instant instant) const {
     std::optional<std::string> found;
-    journal_.readForward(platform::Journal::Selection::crontab, instant, [&](const JournalEntry& entry) {
+    journal_.readForward(Journal::Selection::crontab, instant, Journal::Place::last, [&](const JournalEntry& entry) {
       found = "at " + shortTime(entry.time, instant, calendar_);
       return false;
     });
@@ -187,9 +188,7 @@ std::vector<PastRun> judged(std::vector<PastRun> runs, Instant now, const platfo
   const auto begin = historyBegin(journal);
   std::erase_if(runs, [&](const auto& run) { return !begin || run.due < *begin - patience; });
   judge(runs, journal, calendar);
-  std::erase_if(runs, [&](const auto& run) {
-    return run.due + patience > now && run.outcome != Outcome::started && run.outcome != Outcome::failed;
-  });
+  std::erase_if(runs, [&](const auto& run) { return run.due + patience > now && run.outcome != Outcome::started; });
   return runs;
 }
 
@@ -227,7 +226,7 @@ std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant no
 
 std::optional<Instant> historyBegin(const platform::Journal& journal) {
   std::optional<Instant> begin;
-  journal.readForward(platform::Journal::Selection::tool, {}, [&](const JournalEntry& entry) {
+  journal.readForward(Journal::Selection::tool, {}, Journal::Place::first, [&](const JournalEntry& entry) {
     begin = std::chrono::floor<std::chrono::seconds>(entry.time);
     return false;
   });

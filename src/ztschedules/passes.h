@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/calendar.h"
 #include "platform/instant.h"
 #include "platform/journal.h"
 
@@ -33,7 +34,7 @@ struct Pass {
 std::vector<Pass> passesOf(Instant minute, const Journal& journal);
 
 /// Whether a schedule was to be due in that minute, by the crontab that the last pass before it has read; nullopt if
-/// the journal does not tell.
-std::optional<bool> wasExpected(Instant minute, const Journal& journal);
+/// the journal does not tell, or the pass was in another time zone.
+std::optional<bool> wasExpected(Instant minute, const Journal& journal, const Calendar& calendar);
 
 }  // namespace zt

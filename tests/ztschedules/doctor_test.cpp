@@ -79,8 +79,8 @@ struct Machine : Clock,
   }
   bool isLingering() const override { return lingers; }
   Scope scope() const override { return {.hasSystem = false, .isPersistent = keeps}; }
-  void readForward(Selection, JournalEntry::Time, const Reader&) const override {}
-  void readBackward(Selection, JournalEntry::Time, const Reader&) const override {}
+  void readForward(Selection, JournalEntry::Time, Place, const Reader&) const override {}
+  void readBackward(Selection, JournalEntry::Time, Place, const Reader&) const override {}
 
   Created create(std::string_view, std::string_view, std::string_view) override {
     if (hasLogind) ++locks;

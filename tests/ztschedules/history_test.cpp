@@ -15,13 +15,23 @@ struct WrittenJournal : Journal {
       add(std::string(text.substr(std::min(text.find_first_not_of(' '), text.size()))));
   }
 
-  void readForward(Selection selection, JournalEntry::Time from, const Reader& reader) const override {
-    for (const auto& entry : entries) {
-      if (isIn(selection, entry) && entry.time >= from && !reader(entry)) return;
+  void readForward(Selection selection, JournalEntry::Time from, Place place, const Reader& reader) const override {
+    auto entry = entries.begin();
+    if (place == Place::last) {
+      const auto isBefore = [&](const auto& one) { return isIn(selection, one) && one.time < from; };
+      entry = std::find_if(entries.rbegin(), entries.rend(), isBefore).base();
+    }
+    for (; entry != entries.end(); ++entry) {
+      if (isIn(selection, *entry) && entry->time >= from && !reader(*entry)) return;
     }
   }
-  void readBackward(Selection selection, JournalEntry::Time end, const Reader& reader) const override {
-    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+  void readBackward(Selection selection, JournalEntry::Time end, Place place, const Reader& reader) const override {
+    auto entry = entries.rbegin();
+    if (place == Place::first) {
+      const auto isNotBefore = [&](const auto& one) { return isIn(selection, one) && one.time >= end; };
+      entry = std::make_reverse_iterator(std::ranges::find_if(entries, isNotBefore));
+    }
+    for (; entry != entries.rend(); ++entry) {
       if (isIn(selection, *entry) && entry->time < end && !reader(*entry)) return;
     }
   }
@@ -135,6 +145,18 @@ TEST_F(History, TellsWhatBecameOfACopy) {
        before +
            "08:00:01 look; found 1; spawn /a; cancel; out; ends; 08:00:30 look; found 1; spawn /a; cancel; out; ends",
        "started 1: started again at 08:00"},
+      {"the machine is suspended in the run", before + "08:00:04 look; sleep; 10:00:00 asleep 7190; found 1; spawn /a",
+       "started 7200"},
+      {"the clock was ahead for a moment",
+       before + "09:59:00 asleep 7200; look; found 0; out; 07:59:40 asleep -7200; look; found 0; out; 08:00:01 begins; "
+                "look; found 1; spawn /a; cancel; out; ends",
+       "started 1"},
+      {"the clock was set back in the run",
+       before + "08:00:00 look; 07:59:59 asleep -1; found 1; spawn /a; cancel; out; 09:00:00 sleep", "started 0"},
+      {"the clock showed the minute again, and the machine was asleep then",
+       before + "08:00:01 begins; look; found 1; spawn /a; cancel; out; ends; 07:00:00 asleep -3700; 07:58:00 look; "
+                "found 0; out; sleep; 09:00:00 asleep -100; look",
+       "started 1"},
       {"the controller is gone",
        before + "08:00:01 look; found 1; spawn /a; prints ztbackupbytime: cannot start /c: No such file; fails x; " +
            after,
@@ -184,6 +206,11 @@ TEST_F(History, TellsWhatBecameOfACopy) {
        "missed: the clock was set forward from 07:58 to 09:00"},
       {"that, or asleep", before + "09:00:00 asleep 3600; begins; look",
        "missed: asleep, or the clock was set forward, from 07:58 to 09:00", false},
+      {"asleep, and the clock was ahead for a moment before",
+       before + "09:59:00 asleep 7200; look; out; 07:59:00 asleep -7200; look; out; sleep; 09:00:00 asleep 3600; look",
+       "missed: asleep from 07:59 to 09:00"},
+      {"woken in this minute, and then the run is killed",
+       before + "07:59:10 sleep; 08:00:03 asleep 50; begins; fails killed; " + after, "missed: a run failed: killed"},
       {"switched off", before + "07:59:00 user-; 10:00:00 boot; timer+; user+; begins; look",
        "missed: switched off from 07:59 to 10:00"},
       {"the same without the system's entries", before + "10:00:00 boot; timer+; user+; begins; look",
@@ -227,6 +254,16 @@ TEST_F(History, TellsWhatBecameOfACopy) {
       {"but then the crontab was changed",
        before + "07:58:50 next 16 08:00:00 +0000 and two 2027-03-16 08:00:00 +0000 minute events.; crontab; sleep; "
                 "09:00:00 asleep 3600",
+       "missed: asleep from 07:58 to 09:00"},
+      {"the crontab was changed in the run before it, which had read it",
+       before +
+           "07:58:50 look; crontab; next 16 08:00:00 +0000 and two 2027-03-16 08:00:00 +0000 minute events.; sleep; "
+           "09:00:00 asleep 3600",
+       "missed: asleep from 07:58 to 09:00"},
+      {"the run before it was in another time zone",
+       before +
+           "07:58:50 next 16 09:00:00 +0100 and two 2027-03-16 09:00:00 +0100 minute events.; sleep; 09:00:00 asleep "
+           "3600",
        "missed: asleep from 07:58 to 09:00"},
       {"not seen in other passes: the crontab has been changed, but when?",
        before + "07:59:30 sleep; 09:00:00 asleep 3600; begins; look; crontab",
@@ -297,7 +334,7 @@ TEST_F(History, KnowsSinceWhenAScheduleIsThere) {
   }
   // It may still be started.
   const WrittenJournal journal(
-      "day 14; 08:00:01 look; found 1; spawn /a; cancel; day 15; 07:59:10 look; found 0; cancel");
+      "day 14; 08:00:01 look; found 1; spawn /a; cancel; day 15; 07:59:10 look; found 0; cancel; 08:00:29 look");
   const auto soon = at("2027-03-15 08:00:30 +0000");
   EXPECT_EQ(shown(lastRuns(entries, soon, journal, zone.calendar)), Texts{"14 08:00 a started 1"});
 }

@@ -104,6 +104,20 @@ class Current {
  public:
   Current(const SystemdLibrary& systemd, sd_journal* journal) : systemd_(systemd), journal_(journal) {}
 
+  /// Goes to the nearest entry in a direction that is before a time, or is not. Gives whether there is one.
+  bool goBackBefore(JournalEntry::Time time) const {
+    while (systemd_.sd_journal_previous(journal_) > 0) {
+      if (const auto found = stamps(); found && found->time < time) return true;
+    }
+    return false;
+  }
+  bool goOnTo(JournalEntry::Time time) const {
+    while (systemd_.sd_journal_next(journal_) > 0) {
+      if (const auto found = stamps(); found && found->time >= time) return true;
+    }
+    return false;
+  }
+
   std::string field(std::string_view name) const {
     const void* data = nullptr;
     std::size_t size = 0;
@@ -198,22 +212,30 @@ sd_journal* SystemdJournal::seek(Selection selection, JournalEntry::Time time) c
   return result < 0 ? nullptr : journal_.get();
 }
 
-void SystemdJournal::readForward(Selection selection, JournalEntry::Time from, const Reader& reader) const {
+void SystemdJournal::readForward(Selection selection, JournalEntry::Time from, Place place,
+                                 const Reader& reader) const {
   auto* const journal = seek(selection, from);
   if (journal == nullptr) return;
   const auto& systemd = *SystemdLibrary::load();
+  const Current current(systemd, journal);
+  // The files of a journal are merged in the order of writing, but each is searched for the time by itself. So the
+  // first entry from there on is that of the first place, and the first one back is that of the last.
+  if (place == Place::last && !current.goBackBefore(from)) seek(selection, from);
   while (systemd.sd_journal_next(journal) > 0) {
-    const auto entry = Current(systemd, journal).entry(selection);
+    const auto entry = current.entry(selection);
     if (entry && entry->time >= from && !reader(*entry)) return;
   }
 }
 
-void SystemdJournal::readBackward(Selection selection, JournalEntry::Time end, const Reader& reader) const {
+void SystemdJournal::readBackward(Selection selection, JournalEntry::Time end, Place place,
+                                  const Reader& reader) const {
   auto* const journal = seek(selection, end);
   if (journal == nullptr) return;
   const auto& systemd = *SystemdLibrary::load();
+  const Current current(systemd, journal);
+  if (place == Place::first && !current.goOnTo(end)) seek(selection, end);
   while (systemd.sd_journal_previous(journal) > 0) {
-    const auto entry = Current(systemd, journal).entry(selection);
+    const auto entry = current.entry(selection);
     if (entry && entry->time < end && !reader(*entry)) return;
   }
 }

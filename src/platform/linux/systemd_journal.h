@@ -11,8 +11,8 @@ namespace zt::platform {
 /// The systemd journal of this machine (sd-journal(3)). Opened when it is first read.
 class SystemdJournal final : public Journal {
  public:
-  void readForward(Selection selection, JournalEntry::Time from, const Reader& reader) const override;
-  void readBackward(Selection selection, JournalEntry::Time end, const Reader& reader) const override;
+  void readForward(Selection selection, JournalEntry::Time from, Place place, const Reader& reader) const override;
+  void readBackward(Selection selection, JournalEntry::Time end, Place place, const Reader& reader) const override;
   Scope scope() const override;
 
  private:
