@@ -36,10 +36,10 @@ class Search {
     if (!before) return {"the journal does not go back so far", false};
     boot_ = before->boot;
     const auto gap = gapAfter(*before);
-    if (gap && gap->isRestart()) return {whileOff(*gap)};
+    if (gap && (gap->isRestart() || isAtStart(*gap))) return {whileOff(*gap)};
     // Whoever stops the timer, or logs out, does not want to be woken, so that comes before sleep.
     if (const auto reason = whileStopped()) return {*reason};
-    if (gap) return {failureIn(gap->after.time).value_or(whileAsleep(*gap))};
+    if (gap) return {failureIn(start_).value_or(whileAsleep(*gap))};
     if (const auto reason = whileHeldUp()) return {*reason};
     // Shortly before it as well: the next run comes too late then.
     if (const auto reason = failureIn(start_ - 60s)) return {*reason};
@@ -97,17 +97,25 @@ class Search {
     return found;
   }
 
+  bool wasAsleep(const Gap& gap) const {
+    // What the machine tells last before it sleeps can be taken into the journal when it is awake again.
+    const auto sleep = next(Selection::sleep, gap.before.time - 1min, [](const auto&) { return true; });
+    return sleep && sleep->time <= gap.after.time + 10s;
+  }
+
+  /// Whether the clock was set soon after a start. Without a clock of its own a machine starts with an old time.
+  bool isAtStart(const Gap& gap) const { return gap.before.awake < 5min && !wasAsleep(gap); }
+
   std::string whileOff(const Gap& gap) const {
     // Without the system's entries, nothing tells how long the machine was on before somebody logged in.
-    const auto* const what = journal_.scope().hasSystem ? "switched off" : "switched off, or logged out,";
+    const auto* const what = !gap.isRestart()             ? "switched off, or the clock was set forward,"
+                             : journal_.scope().hasSystem ? "switched off"
+                                                          : "switched off, or logged out,";
     return period(what, gap.before.time, gap.after.time);
   }
 
   std::string whileAsleep(const Gap& gap) const {
-    // What the machine tells last before it sleeps can be taken into the journal when it is awake again.
-    const auto sleep = next(Selection::sleep, gap.before.time - 1min, [](const auto&) { return true; });
-    const bool wasAsleep = sleep && sleep->time <= gap.after.time + 10s;
-    const auto* const what = wasAsleep                    ? "asleep"
+    const auto* const what = wasAsleep(gap)               ? "asleep"
                              : journal_.scope().hasSystem ? "the clock was set forward"
                                                           : "asleep, or the clock was set forward,";
     return period(what, gap.before.time, gap.after.time);
@@ -125,11 +133,13 @@ class Search {
       if (!isManagersStart && entry.event != JournalEvent::other) last = entry;
       return !last;
     });
-    if (!last) {
-      const auto run = latest(Selection::tool);
-      if (run && run->boot == boot_) return std::nullopt;  // the journal does not go back to the start of the timer
-    } else if (last->event == JournalEvent::timerStarts) {
-      return std::nullopt;
+    const auto run = latest(Selection::tool);
+    const bool wasActive = last ? last->event == JournalEvent::timerStarts
+                                : run && run->boot == boot_;  // the journal does not go back to the start of the timer
+    if (wasActive) {
+      last = stopInMinute();
+      if (!last) return std::nullopt;
+      managerHasStarted = false;
     }
     const bool isTimer = managerHasStarted || (last && last->event == JournalEvent::timerStops);
     const auto started = isTimer ? JournalEvent::timerStarts : JournalEvent::managerStarts;
@@ -141,9 +151,25 @@ class Search {
                   until ? std::optional(until->time) : std::nullopt);
   }
 
+  /// The last time in this minute that the timer or the service manager stopped.
+  std::optional<JournalEntry> stopInMinute() const {
+    std::optional<JournalEntry> last;
+    journal_.readForward(Selection::timer, start_, place_, [&](const JournalEntry& entry) {
+      if (entry.time >= end_) return false;
+      if (entry.event == JournalEvent::timerStops || entry.event == JournalEvent::managerStops) last = entry;
+      return true;
+    });
+    return last;
+  }
+
   static bool endsRun(const JournalEntry& entry) {
     return entry.event == JournalEvent::runEnds || entry.event == JournalEvent::runFails ||
            (entry.event == JournalEvent::message && entry.text.starts_with("Heading out"));
+  }
+
+  /// Whether a program that hung, or was killed, has kept a run from going on until then.
+  static bool isAboutKilled(const JournalEntry& entry) {
+    return entry.text.starts_with("Killed ") || entry.text.find(" was killed by ") != entry.text.npos;
   }
 
   /// If a run that had begun earlier did not come to this minute.
@@ -155,11 +181,12 @@ class Search {
     });
     if (!last || last->boot != boot_ || endsRun(*last)) return std::nullopt;
     const auto goesOn = next(Selection::tool, start_, [&](const JournalEntry& entry) {
-      return endsRun(entry) || (entry.event == JournalEvent::message && entry.process == last->process);
+      const bool isOwn = entry.event == JournalEvent::message && entry.process == last->process;
+      return endsRun(entry) || (isOwn && (entry.time >= end_ || !isAboutKilled(entry)));
     });
     if (goesOn && goesOn->time < end_) return std::nullopt;
     auto reason = period("a run was held up", last->time, goesOn ? std::optional(goesOn->time) : std::nullopt);
-    if (goesOn && goesOn->text.starts_with("Killed ")) reason += ": " + goesOn->text;
+    if (goesOn && isAboutKilled(*goesOn)) reason += ": " + goesOn->text;
     return reason;
   }
 
@@ -169,7 +196,7 @@ class Search {
     journal_.readForward(Selection::tool, from, place_, [&](const JournalEntry& entry) {
       if (entry.time >= end_) return false;
       constexpr std::string_view name = "ztbackupbytime: ";
-      if (entry.event == JournalEvent::output && entry.text.starts_with(name)) {
+      if (entry.event == JournalEvent::output && entry.text.starts_with(std::string(name) + "cannot ")) {
         found = entry.text.substr(name.size());
       } else if (entry.event == JournalEvent::message && entry.text.starts_with("Couldn't find")) {
         found = entry.text;
@@ -182,10 +209,16 @@ class Search {
   }
 
   Absence withoutReason() const {
-    // While the timer is active, there are entries at least every 70 seconds, if nothing is held up.
+    const auto change = next(Selection::crontab, start_ - 70s, [](const auto&) { return true; });
+    if (change && change->time < end_)
+      return {"the crontab was changed at " + shortTime(change->time, start_, calendar_) + ", too late for a run"};
+    // While the timer is active, there are entries of the tool at least once a minute. If there are none, they can have
+    // been lost, unless the journal has others of that time.
     const auto before = latest(Selection::tool);
     const auto after = next(Selection::tool, start_, [](const auto&) { return true; });
-    if (before && after && after->time - before->time < 5min) return {"the journal does not tell why"};
+    const auto other = next(Selection::all, start_, [](const auto&) { return true; });
+    const bool hasOthers = other && other->time < end_;
+    if (hasOthers || (before && after && after->time - before->time < 75s)) return {"the journal does not tell why"};
     return {period("the journal has no entries", before ? std::optional(before->time) : std::nullopt,
                    after ? std::optional(after->time) : std::nullopt),
             false};

@@ -22,6 +22,15 @@ std::chrono::seconds offsetAt(Instant instant, const Calendar& calendar) {
   return calendar.localTime(instant).time_since_epoch() - instant.time_since_epoch();
 }
 
+/// Why a pass had no URL for a schedule, if it says so.
+std::optional<std::string> urlErrorOf(const ScheduleEntry& entry, const Pass& pass) {
+  const auto& line = entry.line.crontabLine();
+  const auto error = std::ranges::find_if(pass.errors, [&](const auto& text) { return text.find(line) != text.npos; });
+  if (error == pass.errors.end()) return std::nullopt;
+  // The rest only says from which line.
+  return error->substr(0, std::min(error->find(" extracted and unescaped from \""), error->find(" from \"")));
+}
+
 /// Gives each run that is due in a minute the start of its copy in a pass; null if there is none.
 std::vector<const Pass::Start*> startsOf(std::span<const PastRun> due, const Pass& pass) {
   std::vector<const Pass::Start*> result(due.size());
@@ -30,16 +39,20 @@ std::vector<const Pass::Start*> startsOf(std::span<const PastRun> due, const Pas
   const auto give = [&](auto isMeant) {
     for (std::size_t i = 0; i < due.size(); ++i) {
       if (result[i] != nullptr) continue;
-      const auto url = certainURL(due[i].entry->line);
-      const auto start = std::ranges::find_if(left, [&](const auto* one) { return isMeant(url, *one); });
+      const auto start = std::ranges::find_if(left, [&](const auto* one) { return isMeant(*due[i].entry, *one); });
       if (start == left.end()) continue;
       result[i] = *start;
       left.erase(start);
     }
   };
-  give([](const auto& url, const Pass::Start& start) { return url && url->path() == start.path; });
+  give([](const ScheduleEntry& entry, const Pass::Start& start) {
+    const auto url = certainURL(entry.line);
+    return url && url->path() == start.path;
+  });
   // What bash makes of the others is not certain. They are started in the order of the crontab.
-  give([](const auto& url, const Pass::Start&) { return !url; });
+  give([&](const ScheduleEntry& entry, const Pass::Start&) {
+    return !certainURL(entry.line) && !urlErrorOf(entry, pass);
+  });
   return result;
 }
 
@@ -77,17 +90,19 @@ class Historian {
         continue;
       }
       const auto after = std::find_if(i, runs.end(), [](const auto* one) { return hadPass(*one); });
-      const bool wasThereBefore = before != nullptr && before->outcome != Outcome::notDue;
       const bool isNotThereAfter = after != runs.end() && (*after)->outcome == Outcome::notDue;
+      const bool isNotThereBefore = before != nullptr && before->outcome == Outcome::notDue;
       const auto change = crontabChange(run.due);
       const auto expected = wasExpected(run.due, journal_, calendar_);
-      if (expected.value_or(wasThereBefore)) continue;
-      if (expected || isNotThereAfter) {
+      // What was expected can be another schedule of that minute.
+      if (expected == true ? !isNotThereBefore : !expected && before != nullptr && !isNotThereBefore) continue;
+      const bool isUnchangedSince = isNotThereBefore && change && crontabChange(before->due) == change;
+      if (expected == false || isNotThereAfter || isUnchangedSince) {
         run.outcome = Outcome::notDue;
-        run.reason = whyAnotherCrontab(change);
+        run.reason = whyAnotherCrontab(change, run.due);
       } else if (change) {
         run.outcome = Outcome::unknown;
-        run.reason += "; the crontab was changed after that, " + *change;
+        run.reason += "; the crontab was changed after that, at " + shortTime(*change, run.due, calendar_);
       }
     }
   }
@@ -107,6 +122,9 @@ class Historian {
       run.reason.clear();
     } else if (run.outcome == Outcome::started) {
       return;
+    } else if (start == nullptr && !pass.hasEnded) {
+      run.outcome = Outcome::unknown;
+      run.reason = "the journal does not tell how its run went on";
     } else if (auto error = errorOf(run, pass, start)) {
       run.outcome = Outcome::failed;
       run.reason = *std::move(error);
@@ -118,10 +136,7 @@ class Historian {
   /// Why a pass could not start a copy that was due; nullopt if it was not due in that pass.
   static std::optional<std::string> errorOf(const PastRun& run, const Pass& pass, const Pass::Start* start) {
     if (start != nullptr) return start->error;
-    const auto& line = run.entry->line.crontabLine();
-    const auto own =
-        std::ranges::find_if(pass.errors, [&](const auto& error) { return error.find(line) != error.npos; });
-    if (own != pass.errors.end()) return "no URL: bash could not read the last word, or it is none";
+    if (auto error = urlErrorOf(*run.entry, pass)) return error;
     const bool isAborted = std::ranges::any_of(pass.errors, [](const auto& e) { return e.starts_with("cannot "); });
     if (pass.hasReadCrontab && !isAborted) return std::nullopt;
     return pass.errors.empty() ? "the run ended before it" : pass.errors.back();
@@ -133,18 +148,19 @@ class Historian {
       return "the tool's time zone was another: UTC" + std::string(date.is_negative() ? "-" : "+") +
              util::formatted(LocalTime{abs(pass.offset)}, "%R");
     }
-    return whyAnotherCrontab(crontabChange(pass.time));
+    return whyAnotherCrontab(crontabChange(pass.time), pass.time);
   }
 
-  static std::string whyAnotherCrontab(const std::optional<std::string>& change) {
-    return "the crontab was another then" + (change ? ": it was changed after that, " + *change : std::string());
+  std::string whyAnotherCrontab(const std::optional<JournalEntry::Time>& change, Instant day) const {
+    return "the crontab was another then" +
+           (change ? ": it was changed after that, at " + shortTime(*change, day, calendar_) : std::string());
   }
 
   /// When the crontab was changed the next time after an instant, as far as the journal tells.
-  std::optional<std::string> crontabChange(Instant instant) const {
-    std::optional<std::string> found;
+  std::optional<JournalEntry::Time> crontabChange(Instant instant) const {
+    std::optional<JournalEntry::Time> found;
     journal_.readForward(Journal::Selection::crontab, instant, Journal::Place::last, [&](const JournalEntry& entry) {
-      found = "at " + shortTime(entry.time, instant, calendar_);
+      found = entry.time;
       return false;
     });
     return found;
@@ -185,8 +201,6 @@ std::vector<PastRun> dueRuns(std::span<const ScheduleEntry> entries, Instant sin
 /// Leaves out what is not known yet, or not any more.
 std::vector<PastRun> judged(std::vector<PastRun> runs, Instant now, const platform::Journal& journal,
                             const Calendar& calendar) {
-  const auto begin = historyBegin(journal);
-  std::erase_if(runs, [&](const auto& run) { return !begin || run.due < *begin - patience; });
   judge(runs, journal, calendar);
   std::erase_if(runs, [&](const auto& run) { return run.due + patience > now && run.outcome != Outcome::started; });
   return runs;
@@ -200,25 +214,43 @@ bool isProblem(const PastRun& run) {
 
 std::vector<PastRun> pastRuns(std::span<const ScheduleEntry> entries, Instant since, Instant until, Instant now,
                               const platform::Journal& journal, const Calendar& calendar) {
-  return judged(dueRuns(entries, since, std::min(until, now), calendar), now, journal, calendar);
+  const auto begin = historyBegin(journal);
+  if (!begin) return {};
+  return judged(dueRuns(entries, std::max(since, *begin - patience), std::min(until, now), calendar), now, journal,
+                calendar);
 }
 
 std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant now, const platform::Journal& journal,
                               const Calendar& calendar) {
-  if (!historyBegin(journal)) return {};
+  const auto begin = historyBegin(journal);
+  if (!begin) return {};
   constexpr std::ptrdiff_t enough = 3;  // the last may be pending, and the one before tells about it
   std::vector<PastRun> runs;
+  std::vector<const ScheduleEntry*> uncertain;  // which are told apart by what else is started
   for (const auto& entry : entries) {
     std::vector<PastRun> own;
     for (const auto days : {4, 24, 120, 400}) {
-      own = dueRuns({&entry, 1}, now - std::chrono::days{days}, now, calendar);
+      own = dueRuns({&entry, 1}, std::max<Instant>(now - std::chrono::days{days}, *begin - patience), now, calendar);
       if (std::ssize(own) >= enough) break;
     }
     runs.insert(runs.end(), own.end() - std::min(std::ssize(own), enough), own.end());
+    if (entry.makesCopies() && !certainURL(entry.line)) uncertain.push_back(&entry);
   }
-  std::ranges::stable_sort(runs, {}, &PastRun::due);
+  for (std::size_t i = 0, count = runs.size(); i < count; ++i) {
+    if (std::ranges::find(uncertain, runs[i].entry) == uncertain.end()) continue;
+    const auto local = calendar.localTime(runs[i].due);
+    for (const auto* other : uncertain) {
+      if (other->schedule.firesAt(local)) runs.push_back({other, runs[i].due, Outcome::unknown});
+    }
+  }
+  const auto key = [](const PastRun& run) { return std::pair(run.due, run.entry); };
+  std::ranges::sort(runs, {}, key);
+  const auto repeated = std::ranges::unique(runs, {}, key);
+  runs.erase(repeated.begin(), repeated.end());
   std::map<const ScheduleEntry*, PastRun> last;
-  for (auto& run : judged(std::move(runs), now, journal, calendar)) last.insert_or_assign(run.entry, std::move(run));
+  for (auto& run : judged(std::move(runs), now, journal, calendar)) {
+    if (run.outcome != Outcome::notDue) last.insert_or_assign(run.entry, std::move(run));
+  }
   std::vector<PastRun> result;
   for (auto& [entry, run] : last) result.push_back(std::move(run));
   return result;

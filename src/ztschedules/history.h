@@ -38,7 +38,8 @@ bool isProblem(const PastRun& run);
 std::vector<PastRun> pastRuns(std::span<const ScheduleEntry> entries, Instant since, Instant until, Instant now,
                               const platform::Journal& journal, const Calendar& calendar);
 
-/// The last run of each schedule that makes copies, under the same conditions, as far as it is in the last 400 days.
+/// The last run of each schedule that makes copies and was due then, under the same conditions, as far as it is in the
+/// last 400 days.
 std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant now, const platform::Journal& journal,
                               const Calendar& calendar);
 

@@ -30,16 +30,19 @@ struct Found {
 /// Collects the passes for a minute from the entries of the tool.
 class Collector {
  public:
-  explicit Collector(Instant minute) : minute_(minute), end_(minute + 60s + lateness) {}
+  explicit Collector(Instant minute) : minute_(minute), end_(minute + 60s + 70s) {}  // entries can be taken late
 
-  /// How much later than it is made an entry can have been taken into the journal.
+  /// How much earlier than one that was made before it an entry can have been taken into the journal.
   static constexpr auto lateness = 2s;
 
   bool take(const JournalEntry& entry) {
     if (entry.event == JournalEvent::message) {
       takeMessage(entry);
     } else if (entry.event == JournalEvent::runFails || entry.event == JournalEvent::runEnds) {
-      for (auto& found : found_) found.end = std::min(found.end, entry.awake + lateness);
+      for (auto& found : found_) {
+        found.end = std::min(found.end, entry.awake + lateness);
+        found.pass.hasEnded = true;
+      }
     } else if (auto* found = foundOf(entry); found != nullptr && entry.event == JournalEvent::output) {
       takeOutput(found->pass, entry.text);
     }
@@ -63,7 +66,10 @@ class Collector {
     auto* const found = foundOf(entry);
     auto* const pass = found == nullptr ? nullptr : &found->pass;
     if (const auto date = after(looking, entry.text)) {
-      if (found != nullptr) found->end = entry.awake - 1us;
+      if (found != nullptr) {
+        found->end = entry.awake - 1us;
+        pass->hasEnded = true;
+      }
       const auto time = util::readDateText(*date);
       if (!time || time->instant < minute_ || time->instant >= minute_ + 60s) return;
       // A pass takes milliseconds, or 30 seconds for each program that hangs.
@@ -82,6 +88,7 @@ class Collector {
       pass->starts.back().error = entry.text;
     } else if (entry.text.starts_with("Canceling any ") || entry.text.starts_with("Heading out")) {
       found->end = entry.awake;
+      pass->hasEnded = true;
     } else {
       pass->errors.push_back(entry.text);  // about a program that hangs, or was killed
     }
@@ -127,12 +134,16 @@ std::vector<Pass> passesOf(Instant minute, const Journal& journal) {
 }
 
 std::optional<bool> wasExpected(Instant minute, const Journal& journal, const Calendar& calendar) {
-  // A pass logs the next time at which a schedule is due, and the next one from a minute later on.
+  // A pass logs the next time at which a schedule is due, and the next one from a minute later on; if there is none,
+  // nothing.
   std::optional<JournalEntry> pass;
   std::optional<JournalEntry::Time> begin;
+  std::string endedRun;
   journal.readBackward(Journal::Selection::tool, minute, Journal::Place::last, [&](const JournalEntry& entry) {
     if (entry.event != JournalEvent::message) return true;
-    if (!pass && entry.time < minute && entry.text.starts_with(checkingOne)) pass = entry;
+    const bool isWithoutSchedule = entry.process == endedRun && entry.text.starts_with("Canceling any ");
+    if (entry.text.starts_with("Heading out")) endedRun = entry.process;
+    if (!pass && entry.time < minute && (isWithoutSchedule || entry.text.starts_with(checkingOne))) pass = entry;
     // It has read the crontab then. Programs can take minutes until it logs these times.
     if (pass && entry.process == pass->process && entry.text.starts_with(looking)) begin = entry.time;
     return !begin;
@@ -143,6 +154,7 @@ std::optional<bool> wasExpected(Instant minute, const Journal& journal, const Ca
     hasChanged = entry.time < minute;
     return false;
   });
+  if (!hasChanged && !pass->text.starts_with(checkingOne)) return false;
   constexpr std::string_view separator = " and two ";
   constexpr std::string_view dateForm = "2027-03-05 07:03:00 +0100";
   const auto dates = pass->text.substr(checkingOne.size());

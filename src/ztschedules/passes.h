@@ -20,6 +20,7 @@ struct Pass {
   Instant time;                       ///< when it looked at the clock
   std::chrono::seconds offset;        ///< of its local time from UTC
   bool hasReadCrontab = false;        ///< and knows what is due
+  bool hasEnded = false;              ///< nothing more is started
   std::vector<std::string> errors{};  ///< why there are copies that it could not start
 
   struct Start {

@@ -48,7 +48,7 @@ std::string nameOf(Outcome outcome) {
 /// The run of an entry, or null.
 const PastRun* runOf(const ScheduleEntry& entry, std::span<const PastRun> runs) {
   const auto run = std::ranges::find(runs, &entry, &PastRun::entry);
-  return run == runs.end() || run->outcome == Outcome::notDue ? nullptr : &*run;
+  return run == runs.end() ? nullptr : &*run;
 }
 
 /// A cell about a last run.

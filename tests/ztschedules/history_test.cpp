@@ -72,13 +72,16 @@ struct WrittenJournal : Journal {
     const auto word = text.substr(0, text.find(' '));
     const auto rest = text.substr(std::min(word.size() + 1, text.size()));
     if (word == "asleep") asleep_ += std::chrono::seconds{std::stoi(rest)};  // until this moment
-    if (word == "boot") boot_ += 'I';
+    if (word == "boot") {
+      boot_ += 'I';
+      start_ = time_;
+      asleep_ = {};
+    }
     if (word == "day") {
       day_ = rest;
       return;
     }
-    JournalEntry entry{
-        .time = time_, .awake = time_ - at("2027-03-15 00:00 +0000") - asleep_, .boot = boot_, .process = "7"};
+    JournalEntry entry{.time = time_, .awake = time_ - start_ - asleep_, .boot = boot_, .process = "7"};
     const std::map<std::string, JournalEvent> events = {
         {"says", JournalEvent::message},       {"prints", JournalEvent::output},
         {"begins", JournalEvent::runBegins},   {"ends", JournalEvent::runEnds},
@@ -104,7 +107,7 @@ struct WrittenJournal : Journal {
     entries.push_back(entry);
   }
 
-  JournalEntry::Time time_;
+  JournalEntry::Time time_, start_ = at("2027-03-01 00:00 +0000");
   std::chrono::microseconds asleep_{};
   std::string boot_ = "I", day_ = "15";
 };
@@ -127,8 +130,10 @@ std::string shown(const PastRun& run) {
          (run.delay ? " " + std::to_string(run.delay->count()) : "") + (run.reason.empty() ? "" : ": " + run.reason);
 }
 
-// A quiet run before, and one after, so that the journal has something around a minute.
-const std::string before = "06:00:00 timer+; user+; 07:58:40 begins; look; found 0; cancel; out; ends; ";
+// A quiet run before, which expects nothing of this minute, and one after.
+const std::string expecting = "next 15 07:59:00 +0000 and two 2027-03-15 07:59:00 +0000 minute events.; ";
+const std::string before =
+    "06:00:00 timer+; user+; 07:58:40 begins; look; found 0; cancel; " + expecting + "out; ends; ";
 const std::string after = "08:01:40 begins; look; found 0; cancel; out; ends";
 
 TEST_F(History, TellsWhatBecameOfACopy) {
@@ -157,6 +162,21 @@ TEST_F(History, TellsWhatBecameOfACopy) {
        before + "08:00:01 begins; look; found 1; spawn /a; cancel; out; ends; 07:00:00 asleep -3700; 07:58:00 look; "
                 "found 0; out; sleep; 09:00:00 asleep -100; look",
        "started 1"},
+      {"taken late",
+       before + "08:01:05 begins; says Looking for Zantrove!; look 2027-03-15 08:00:58 +0000; found 1; "
+                "spawn /a; cancel",
+       "started 65"},
+      {"in the minute after", before + "08:00:30 other; 08:01:00 look; found 1; spawn /a; cancel",
+       "missed: the journal does not tell why"},
+      {"the first pass fails, the second one does not",
+       before + "08:00:01 look; says Killed x; 08:00:31 look; found 1; spawn /a; cancel", "started 31"},
+      {"the second pass fails",
+       before + "08:00:01 look; found 1; spawn /a; cancel; 08:00:20 look; found 1; spawn /a; prints ztbackupbytime: "
+                "cannot start /c: No; fails x",
+       "started 1"},
+      {"the next pass of the run is for another minute",
+       before + "08:00:50 look; 08:01:20 says Killed x; look; found 1; spawn /a; cancel", "failed: Killed x"},
+      {"the journal ends", before + "08:00:01 look", "not known: the journal does not tell how its run went on"},
       {"the controller is gone",
        before + "08:00:01 look; found 1; spawn /a; prints ztbackupbytime: cannot start /c: No such file; fails x; " +
            after,
@@ -182,7 +202,7 @@ TEST_F(History, TellsWhatBecameOfACopy) {
            "08:00:01 look; prints ztbackupbytime: failed to unescape \"ZTUtil file:///a\" from \"0\t8\t*\t*\t*\tZTUtil "
            "file:///a\".; found 0; cancel; " +
            after,
-       "failed: no URL: bash could not read the last word, or it is none"},
+       "failed: failed to unescape \"ZTUtil file:///a\""},
       {"the run is killed", before + "08:00:01 look; fails killed; " + after, "failed: the run ended before it"},
       {"another crontab", before + "08:00:01 look; found 0; cancel; 09:00:00 crontab; " + after,
        "not due: the crontab was another then: it was changed after that, at 09:00"},
@@ -238,7 +258,28 @@ TEST_F(History, TellsWhatBecameOfACopy) {
        "missed: a run failed: Couldn't find Zantrove! application"},
       {"no tool", before + "08:00:20 begins; fails Failed with result 'exit-code'.; " + after,
        "missed: a run failed: Failed with result 'exit-code'."},
-      {"awake, and no run", before + after, "missed: the journal does not tell why"},
+      {"awake, and no run", before + "08:00:30 other; " + after, "missed: the journal does not tell why"},
+      {"the same, if nothing can be lost", "07:59:55 look; out; 08:01:02 look",
+       "missed: the journal does not tell why"},
+      {"saved too late", before + "07:59:50 begins; look; found 0; cancel; 07:59:55 crontab; out; ends; " + after,
+       "missed: the crontab was changed at 07:59, too late for a run"},
+      {"a run holds on, and says so",
+       before + "07:59:50 begins; look; 08:00:20 says Killed x; 08:00:50 says Killed y; 08:01:20 says Killed z; cancel",
+       "missed: a run was held up from 07:59 to 08:01: Killed z"},
+      {"the timer is stopped in this minute", before + "08:00:10 timer-; 08:30:00 timer+; begins; look",
+       "missed: the timer was stopped from 08:00 to 08:30"},
+      {"logged out in this minute", before + "08:00:10 timer-; user-; 08:30:00 timer+; user+; begins; look",
+       "missed: the user's service manager was not running from 08:00 to 08:30"},
+      {"no application, and then asleep",
+       before + "08:00:05 begins; says Couldn't find Zantrove! application; fails x; 09:00:00 asleep 3500; look",
+       "missed: a run failed: Couldn't find Zantrove! application"},
+      {"another line had no URL, a minute before",
+       before + "07:59:10 prints ztbackupbytime: failed to unescape x; 08:00:30 other; " + after,
+       "missed: the journal does not tell why"},
+      {"a clock that starts with an old time", "07:30:00 look; boot; 10:00:00 asleep 8900; timer+; user+; look",
+       "missed: switched off, or the clock was set forward, from 07:30 to 10:00"},
+      {"a run that has just failed", before + "07:59:00 begins; look; 07:59:05 fails killed; 08:01:40 begins; look",
+       "missed: a run failed: killed"},
       {"entries are lost", before + "09:00:00 look; found 0; cancel",
        "not known: the journal has no entries from 07:58 to 09:00"},
       {"the run before it was to set the wake event for it",
@@ -310,9 +351,8 @@ TEST_F(History, KnowsSinceWhenAScheduleIsThere) {
        "day 12; 08:00:01 look; found 0; cancel; sleep; day 14; 09:00:00 asleep 176000; look; crontab; day 15; 08:00:01 "
        "look; found 1; spawn /a",
        {"12 08:00 a not due: the crontab was another then: it was changed after that, at Sun 09:00",
-        "13 08:00 a not known: asleep from Fri 08:00 to Sun 09:00; the crontab was changed after "
-        "that, at Sun 09:00",
-        "14 08:00 a not known: asleep from Fri 08:00 to 09:00; the crontab was changed after that, at 09:00",
+        "13 08:00 a not due: the crontab was another then: it was changed after that, at Sun 09:00",
+        "14 08:00 a not due: the crontab was another then: it was changed after that, at 09:00",
         "15 08:00 a started 1"}},
       {"asleep, and not there when it had woken up",
        "day 13; 07:00:00 look; sleep; 09:00:00 asleep 7200; look; day 14; 08:00:01 look; found 0; cancel; day 15; "
