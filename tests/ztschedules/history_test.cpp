@@ -137,12 +137,13 @@ const std::string before =
 const std::string after = "08:01:40 begins; look; found 0; cancel; out; ends";
 
 TEST_F(History, TellsWhatBecameOfACopy) {
-  const struct {
+  struct Row {
     const char* why;
     std::string journal;
     std::string expected;
     bool hasSystem = true;
-  } rows[] = {
+  };
+  const std::vector<Row> rows = {
       {"a copy", before + "08:00:01 begins; look; found 1; spawn /a; cancel; out; ends; " + after, "started 1"},
       {"late, behind a program that hangs", before + "08:00:01 look; 08:01:02 found 1; spawn /a; cancel; " + after,
        "started 62"},
@@ -342,11 +343,12 @@ TEST_F(History, TellsApartTheCopiesOfAMinute) {
 
 TEST_F(History, KnowsSinceWhenAScheduleIsThere) {
   const auto entries = entriesOf(lineText("0 8 * * *", "ZTUtil file:///a"));
-  const struct {
+  struct Row {
     const char* why;
     std::string journal;
     Texts expected;
-  } rows[] = {
+  };
+  const std::vector<Row> rows = {
       {"a new schedule, and a machine that slept before it was there",
        "day 12; 08:00:01 look; found 0; cancel; sleep; day 14; 09:00:00 asleep 176000; look; crontab; day 15; 08:00:01 "
        "look; found 1; spawn /a",
