@@ -32,7 +32,7 @@ constexpr std::array<Machine::Fault, Machine::faultCount> Machine::faults = {{
     {"kills", "bash is killed", 600h, Failure{Part::bash, State::fails}},
 
     {"people", "the tool is started by hand", 150h, Incident{&Machine::startByHand, When::afterCopy}},
-    {"people", "the timer is restarted", 300h, Incident{&Machine::startByHand, When::afterCopy}},
+    {"people", "the timer is restarted", 300h, Incident{&Machine::restartTimer, When::afterCopy}},
     {"people", "the service manager is reloaded", 100h, Incident{&Machine::reloadManager, When::runBegins}},
     {"people", "the service manager is restarted", 400h, Incident{&Machine::restartManager, When::afterCopy}},
     {"people", "everybody logs out", 300h, Incident{&Machine::logOut, When::runBegins}},
@@ -129,6 +129,7 @@ void Machine::setClockWrong() {
 void Machine::setClockRight() {
   clockIsRightAt_ = never;
   setClock(random_.between(-3s, 3s));
+  judge_.continuePeriod(clock());
 }
 
 void Machine::setClock(milliseconds error) {
@@ -144,9 +145,11 @@ void Machine::setClock(milliseconds error) {
   if (next != minute) judge_.minuteBegins(stopped());
   armIsOvertaken_ = true;
   note("which is the time now");
+  if (power_ == Power::on) record(JournalEvent::other);
 }
 
 void Machine::changeZone() {
+  changeWhatIsDue();
   zone_ = &TimeZone::named(random_.pick(zoneNames));
   // The tool's C library takes it from there, at its next tzset(3).
   ::setenv("TZ", zone_->name(), 1);
@@ -169,12 +172,15 @@ void Machine::cutPower() {
 void Machine::returnPower() {
   powerReturnsAt_ = never;
   power_ = Power::on;
+  ++boots_;
+  awakeAtBoot_ = awakeFor_;
   if (!personIsThere_) idleTimeIsOverAt_ = now_ + random_.between(5min, 20min);
   note("the machine is switched on");
   if (isOn("clock") && random_.oneIn(3)) {
     setClock(random_.pick(std::to_array<milliseconds>({-1h, 1h, -days{365}, days{365}})));
     clockIsRightAt_ = now_ + random_.between(5s, 10min);  // when the network is there
   }
+  record(JournalEvent::other);
   managerStartsAt_ = now_ + (lingers_ ? random_.between(2s, 20s) : random_.between(10s, 10min));
 }
 
@@ -193,23 +199,31 @@ void Machine::startByHand() {
   requestStart();
 }
 
+void Machine::restartTimer() {
+  if (managerRuns_) record(JournalEvent::timerStops);
+  if (managerRuns_) record(JournalEvent::timerStarts);
+  startByHand();
+}
+
 void Machine::reloadManager() {
   managerAnswersAt_ = now_ + random_.between(50ms, 3s);
 }
 
 void Machine::restartManager() {
   if (!managerRuns_) return;
-  stopManager();
+  endManager();
   managerStartsAt_ = now_ + random_.between(200ms, 3s);
 }
 
 void Machine::logOut() {
   if (lingers_ || !managerRuns_) return;
-  stopManager();
+  endManager();
   managerStartsAt_ = now_ + (random_.oneIn(4) ? random_.about(8h) : random_.between(15s, 5min));
 }
 
 void Machine::changeCrontab() {
+  changeWhatIsDue();
+  record(JournalEvent::crontabChanges);
   crontab_ = std::make_shared<Crontab>(Crontab::draw(random_));
   judge_.disturb(Cause::newCrontab, true);
   armIsOvertaken_ = true;

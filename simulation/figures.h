@@ -46,9 +46,17 @@ struct Figures {
   std::int64_t askedFor = 0;    ///< by somebody who started the tool, its timer or the service manager
   std::int64_t shownAgain = 0;  ///< by a clock that had been set back
 
+  // What the history has told about the copies.
+  std::int64_t toldRight = 0, toldWrong = 0;
+  std::int64_t hidden = 0;  ///< the clock had been wrong too often to find them in the journal
+  struct Reasons {
+    std::int64_t number = 0, likeJudge = 0;
+  };
+  std::array<Reasons, causeNames.size()> reasons{};  ///< of copies that were not started, by the judge's cause
+
   std::int64_t& lostTo(Cause cause) { return lost.at(static_cast<std::size_t>(cause)); }
   std::int64_t missed() const { return lost.front(); }
-  std::int64_t violations() const { return missed() + doubled + early + other; }
+  std::int64_t violations() const { return missed() + doubled + early + other + toldWrong; }
   bool isReported = false;  ///< the first of them
 };
 

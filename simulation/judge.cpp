@@ -90,11 +90,13 @@ void Judge::minuteEnds(Minute minute, const TimeZone& zone, const Crontab& cront
   const bool hadTime = std::exchange(hadTime_, false) || timerHadTime || cause_ == Cause::nothing;
   timeForPass_ = 0ms;
   if (std::exchange(hadPass_, false) || (comesAgain && !hadTime)) return;
-  const auto due = std::ssize(crontab.dueAt(minute, zone));
+  const auto urls = crontab.dueAt(minute, zone);
+  const auto due = std::ssize(urls);
   const Shown shownMinute{minute, zone.offset(minute)};
   if (due == 0 || shownMinute == lost_ || served_.contains(shownMinute)) return;
   figures_.due += due;
   figures_.lostTo(hadTime ? Cause::nothing : cause_) += due;
+  for (const auto& url : urls) truth_.copyLost(minute, url, hadTime ? Cause::nothing : cause_);
   if (hadTime) report("what was due at " + shown(minute, zone) + " was not started");
 }
 
@@ -108,6 +110,7 @@ void Judge::passBegins(Moment now, const TimeZone& zone, const Crontab& crontab)
   endPass();
   passFailed_ = false;
   const auto minute = floor<minutes>(now);
+  truth_.passBegins(minute);
   pass_ = Pass{minute, &zone, crontab.dueAt(minute, zone), crontab.next(minute + 1min, zone)};
   if (hadTime_ && !hadPass_ && !pass_->due.empty()) otherViolation("the tool looks too late at what is due");
   hadPass_ = true;
@@ -134,6 +137,7 @@ void Judge::lose(const std::string& url, Cause cause) {
   const auto number = static_cast<std::int64_t>(std::erase(pass_->due, url));
   figures_.due += number;
   figures_.lostTo(cause) += number;
+  if (number > 0) truth_.copyLost(pass_->minute, url, cause);
   lost_ = {pass_->minute, pass_->zone->offset(pass_->minute)};
 }
 
@@ -176,8 +180,13 @@ void Judge::copyStarted(Moment now, const std::string& url) {
     return report(url + " was started outside a pass");
   }
   pass_->started.push_back(url);
+  truth_.copyStarted(pass_->minute, url);
   // Only programs and the machine's own sleep take time within a pass, so a late copy is not the tool's fault.
   if (floor<minutes>(now) != pass_->minute) ++figures_.late;
+}
+
+void Judge::compareHistory(const MachineJournal& journal, Moment now, const Crontab& crontab, const TimeZone& zone) {
+  for (const auto& wrong : truth_.compare(journal, now, crontab, zone, figures_)) report(wrong);
 }
 
 void Judge::endPass() {

@@ -11,6 +11,7 @@
 
 #include "crontab.h"
 #include "figures.h"
+#include "journal.h"
 
 namespace zt::simulation {
 
@@ -70,6 +71,15 @@ class Judge {
   /// By somebody, or with the power or the service manager: off.
   void runIsKilled(Cause cause);
 
+  /// A period with the same crontab and zone begins. nullopt: later, since the clock is wrong.
+  void beginPeriod(std::optional<Moment> now) { truth_.beginPeriod(now); }
+  /// The clock is right again.
+  void continuePeriod(Moment now) {
+    if (!truth_.hasPeriod()) truth_.beginPeriod(now);
+  }
+  /// Compares what the history tells about this period with what has become of the copies.
+  void compareHistory(const MachineJournal& journal, Moment now, const Crontab& crontab, const TimeZone& zone);
+
   void otherViolation(const std::string& what);  ///< not about a copy
 
  private:
@@ -104,6 +114,7 @@ class Judge {
 
   std::string machine_;
   Figures& figures_;
+  Truth truth_;
 
   Cause cause_ = Cause::notAwake;    ///< the last thing that disturbed the machine
   milliseconds undisturbed_{};       ///< since then

@@ -19,10 +19,11 @@ constexpr milliseconds armPeriod = 25ms;
 /// How often it reads the crontab again.
 constexpr milliseconds armReadingPeriod = 500ms;
 
-Machine::Machine(Random random, Options options, Judge& judge, const TimeZone& zone)
+Machine::Machine(Random random, Options options, Judge& judge, MachineJournal& journal, const TimeZone& zone)
     : random_(random),
       options_(std::move(options)),
       judge_(judge),
+      journal_(journal),
       start_(std::chrono::sys_days{std::chrono::year{2026} / 1 / 1} + random_.between(0ms, days{3650})),
       now_(start_),
       end_(now_ + days{365}),
@@ -34,9 +35,14 @@ Machine::Machine(Random random, Options options, Judge& judge, const TimeZone& z
   personComesOrGoesAt_ = random_.oneIn(25) ? never : now_;  // some machines are always on
   for (std::size_t fault = 0; fault < faultCount; ++fault) drawFault(fault);
   for (auto left = random_.below(3); left > 0; --left) addForeignEvent();
+  judge_.beginPeriod(clock());
+  record(JournalEvent::other);
+  record(JournalEvent::timerStarts);
+  record(JournalEvent::managerStarts);
 }
 
 bool Machine::untilStart() {
+  if (journal_.isLarge() && clockIsRightAt_ == never) changeWhatIsDue();
   while (now_ < end_) {
     const bool isRequested = tool_ == ToolState::starting;
     const Moment start = stopped() ? never : std::max(managerAnswersAt_, isRequested ? now_ : timerElapsesAt());
@@ -44,11 +50,14 @@ bool Machine::untilStart() {
       if (!isRequested) tick_ = floor<minutes>(now_) + 1min;
       tool_ = ToolState::running;
       note("the tool is started");
+      ++runs_;
+      record(JournalEvent::runBegins);
       release(When::runBegins, 12s);
       return true;
     }
     advance(start);
   }
+  changeWhatIsDue();
   return false;
 }
 
@@ -56,6 +65,7 @@ void Machine::toolEnds() {
   tool_ = ToolState::ending;
   wait(2ms);
   note("the tool has ended");
+  record(JournalEvent::runEnds);
   toolIsGone();
 }
 
@@ -93,10 +103,19 @@ void Machine::stopManager() {
   }
 }
 
+void Machine::endManager() {
+  stopManager();
+  record(JournalEvent::timerStops);
+  if (isKilled_) record(JournalEvent::runFails, "ztbackupbytime.service: Failed with result 'signal'.");
+  record(JournalEvent::managerStops);
+}
+
 void Machine::startManager() {
   managerStartsAt_ = never;
   managerRuns_ = true;
   note("the service manager starts");
+  record(JournalEvent::timerStarts);
+  record(JournalEvent::managerStarts);
   startByHand();  // the timer wants its service
 }
 
@@ -190,6 +209,7 @@ void Machine::passTo(Moment moment) {
     if (clock() == minute + 1min) {
       judge_.minuteEnds(minute, *zone_, *crontab_, isAwake, false);
       judge_.minuteBegins(stopped());
+      if (isAwake && minute.time_since_epoch() % 1h == 16min) record(JournalEvent::other);  // cron
     }
   }
 }
@@ -232,6 +252,7 @@ void Machine::runArm() {
                                                       : Cause::armFailed;
   readForArm();
   arming_ = outcome;
+  if (managerRuns_ && isOn("arm")) record(JournalEvent::sleepIsPrepared);
   continueIn(program.duration + random_.between(50ms, 300ms), [this] {
     asleepAt_ = now_ + random_.between(100ms, 2s);
     untilAsleep();
@@ -271,6 +292,7 @@ void Machine::continueToSleep() {
 
 void Machine::fallAsleep() {
   note("the machine falls asleep");
+  record(JournalEvent::sleepBegins);
   judge_.disturb(Cause::notAwake);
   idleTimeIsOverAt_ = wakesAt_ = never;
   if (std::exchange(hibernatesNext_, false)) {
@@ -290,10 +312,28 @@ void Machine::fallAsleep() {
 void Machine::wakeUp(const char* by) {
   note(std::string("the machine is woken by ") + by);
   power_ = Power::on;
+  record(JournalEvent::other);
   wakesAt_ = never;
   judge_.disturb(Cause::notAwake);
   release(When::afterWake, 60s);
   if (!personIsThere_) idleTimeIsOverAt_ = now_ + random_.between(5s, 2min);
+}
+
+void Machine::record(JournalEvent event, const std::string& text) {
+  const bool isTools = event == JournalEvent::message || event == JournalEvent::output;
+  journal_.write({.event = event,
+                  .time = clock(),
+                  .awake = awakeFor_ - awakeAtBoot_,
+                  .boot = std::to_string(boots_),
+                  .process = isTools ? std::to_string(runs_) : "1",
+                  .text = text});
+}
+
+void Machine::changeWhatIsDue() {
+  const bool isRight = clockIsRightAt_ == never;
+  if (isRight) judge_.compareHistory(journal_, clock(), *crontab_, *zone_);
+  judge_.beginPeriod(isRight ? std::optional(clock()) : std::nullopt);
+  journal_.vacuum();
 }
 
 std::vector<Machine::WakeEvent>::const_iterator Machine::firstEvent() const {

@@ -11,6 +11,7 @@
 #include <variant>
 #include <vector>
 
+#include "journal.h"
 #include "judge.h"
 #include "platform/clock.h"
 #include "random.h"
@@ -48,7 +49,7 @@ class Machine {
     bool works;
   };
 
-  Machine(Random random, Options options, Judge& judge, const TimeZone& zone);
+  Machine(Random random, Options options, Judge& judge, MachineJournal& journal, const TimeZone& zone);
 
   static bool isGroup(std::string_view name);
 
@@ -72,6 +73,8 @@ class Machine {
   void note(std::string_view what) { judge_.note(clock(), *zone_, what); }
   std::optional<Cause> stopped() const;  ///< why the tool cannot run; nullopt if it can
   bool runIsAskedFor() const { return isAskedFor_; }
+  /// Writes an entry to the journal: what the tool has logged or printed, or what has happened.
+  void record(JournalEvent event, const std::string& text = {});
 
   const std::shared_ptr<const Crontab>& crontab() const { return crontab_; }
   /// Starts a program that depends on these parts. Now and then one takes very long.
@@ -131,6 +134,7 @@ class Machine {
   void killTool();
   void upgrade();
   void startByHand();
+  void restartTimer();
   void reloadManager();
   void restartManager();
   void logOut();
@@ -138,7 +142,10 @@ class Machine {
 
   void setClock(milliseconds error);
   void stopManager();
+  void endManager();  ///< orderly: the journal tells of it
   void startManager();
+  /// Before what is due changes, by the crontab or by the zone: compares the history of the time before.
+  void changeWhatIsDue();
   void requestStart();
 
   /// Lets time pass until the next thing happens on the machine, but not beyond `target`. Gives whether anything has
@@ -174,6 +181,7 @@ class Machine {
   Random random_;
   Options options_;
   Judge& judge_;
+  MachineJournal& journal_;
   Moment start_, now_, end_;   ///< as a clock would show it that is right
   milliseconds clockError_{};  ///< of the clock that the machine has
   const TimeZone* zone_;
@@ -185,6 +193,8 @@ class Machine {
   bool armIsOvertaken_ = false;  ///< the crontab, the clock or the zone was changed after `arm` had looked at them
   bool managerRuns_ = true;
   milliseconds awakeFor_{};  ///< in all: what a monotonic clock shows
+  milliseconds awakeAtBoot_{};
+  std::int64_t boots_ = 0, runs_ = 0;  ///< until now
   Moment personComesOrGoesAt_, idleTimeIsOverAt_ = never, wakesAt_ = never, powerReturnsAt_ = never;
   Moment clockIsRightAt_ = never;   ///< again; never if it is right
   Moment continuesAt_ = never;      ///< on its way to sleep

@@ -22,8 +22,9 @@ constexpr auto* usage =
     R"(usage: simulate [--years N] [--seed S] [--without GROUP,...] [--calendar-timer]
 
 Runs the tool on N simulated machines (default: 20), on each for a year. Their seeds are S (default: 1), S+1, and so on;
---years 1 --seed S repeats a single one. The exit status is 1 if a copy was missed, doubled or early, or if there was
-another violation. docs/simulation.md describes the machines, and which losses are not the tool's fault.
+--years 1 --seed S repeats a single one. The exit status is 1 if a copy was missed, doubled or early, if ztschedules
+--history would tell something else about one, or if there was another violation. docs/simulation.md describes the
+machines, and which losses are not the tool's fault.
 
   --without GROUP,...  None of these faults happen: clock, zone, power, kills, people, failures, hangs. "all" leaves out
                        all of them, and "arm" has nothing armed before a machine sleeps.
@@ -51,7 +52,8 @@ void simulateYear(std::uint64_t seed, const Options& options, Figures& figures) 
   ::alarm(300);
   Zone zone(timeZone.name());
   Judge judge(machineName, figures);
-  Machine machine(random, options, judge, timeZone);
+  MachineJournal journal(seed % 2 == 0);
+  Machine machine(random, options, judge, journal, timeZone);
   try {
     while (machine.untilStart()) runTool(machine, judge, zone.calendar);
   } catch (const std::exception& error) {
@@ -78,6 +80,12 @@ void print(const Figures& f) {
   std::cout << "Started again in a minute that another run had served:\n";
   line(f.askedFor, "asked for by a person, or at the start of the service manager");
   line(f.shownAgain, "shown again by a clock that was set back");
+  std::cout << "History: " << f.toldRight << " told right, " << f.toldWrong << " wrong; " << f.hidden
+            << " hidden by a clock that was wrong. Of those lost, so many had a reason like these causes:\n";
+  for (std::size_t cause = 1; cause < causeNames.size(); ++cause) {
+    const auto& [number, likeJudge] = f.reasons.at(cause);
+    std::cout << std::setw(8) << likeJudge << " of" << std::setw(7) << number << "  " << causeNames.at(cause) << '\n';
+  }
   std::cout << std::flush;
 }
 

@@ -20,9 +20,16 @@ constexpr milliseconds limit = commandLimits.awakeTime;
 /// How long the tool waits for its assertion.
 constexpr milliseconds inhibitorLimit = 2s;
 
+// Programs, as the log names them.
+const std::string crontabName = "/usr/bin/crontab -l";
+const std::string bashProgram = "/bin/bash -c";
+const std::string agentProgram = "/opt/Z.app/Contents/Library/ZTAgent";
+
 /// What a run needs of the machine, and whether its wake events could be set.
 struct SimulatedServices final : Clock, Applications, FileManager, Commands, PowerAssertions, WakeEvents, UnifiedLog {
   SimulatedServices(Machine& machine, Judge& judge) : machine_(machine), judge_(judge) {}
+
+  std::ostringstream output;  ///< of the run
 
   OwnWakeEvents wakeEvents() const {
     OwnWakeEvents events{{}, couldSet_, couldCancel_};
@@ -55,9 +62,10 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   }
 
   std::optional<Texts> run(const Command& command) override {
+    recordOutput();
     if (command.path == "/usr/bin/crontab") return readCrontab();
     auto word = FakeCommands().run(command);
-    if (runProgram({Part::bash})) return word;
+    if (runProgram(bashProgram, {Part::bash})) return word;
     if (!word->empty()) judge_.lose(word->front(), Cause::heldUp);
     return std::nullopt;
   }
@@ -84,7 +92,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
   std::optional<Texts> list(const std::filesystem::path&) override {
     cancellable_.clear();
     const bool agentHangs = machine_.state(Part::agent) == State::hangs;  // which lists the events, too
-    if (!runProgram({agentHangs ? Part::agent : Part::listing, Part::manager})) {
+    if (!runProgram(agentProgram + " sched", {agentHangs ? Part::agent : Part::listing, Part::manager})) {
       couldCancel_ = false;
       return std::nullopt;
     }
@@ -102,22 +110,29 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     if (listed == cancellable_.end()) return judge_.otherViolation(dateAndTime + " is not ours to cancel");
     cancellable_.erase(listed);
     judge_.eventIsCancelled();
-    if (runProgram({Part::agent, Part::manager, Part::cancelling})) {
+    if (runProgram(agentProgram + " cancel", {Part::agent, Part::manager, Part::cancelling})) {
       machine_.cancelWakeEvent(dateAndTime);
     } else {
       couldCancel_ = false;
     }
   }
   void wake(const std::filesystem::path&, const std::string& time) override {
-    if (runProgram({Part::agent, Part::manager, Part::setting})) {
+    if (runProgram(agentProgram + " wake", {Part::agent, Part::manager, Part::setting})) {
       machine_.setWakeEvent(time);
     } else {
       couldSet_ = false;
     }
   }
 
+  /// What the run has printed.
+  void recordOutput() {
+    if (output.view().empty()) return;
+    std::istringstream lines(std::exchange(output, std::ostringstream()).str());
+    for (std::string line; std::getline(lines, line);) machine_.record(JournalEvent::output, line);
+  }
   void write(LogLevel, std::string_view, std::string_view, std::string_view message) override {
     machine_.note(message);
+    record(message);
     // "Sleeping for N seconds." or "..., then sleeping N seconds for ..."
     const auto number = message.find_first_of("-0123456789", message.find("leeping "));
     if (number == message.npos) return;
@@ -136,10 +151,24 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     return machine_.launch(parts, longest);
   }
   /// Runs one to its end, or until it is killed. Gives whether it has worked.
-  bool runProgram(std::initializer_list<Part> parts) {
+  bool runProgram(const std::string& name, std::initializer_list<Part> parts) {
     const auto program = launch(parts);
     machine_.work(program.duration);
+    reportEnd(name, program);
     return program.works;
+  }
+  /// What the tool logs of a program that was killed: by itself, or by somebody.
+  void reportEnd(const std::string& name, const Machine::Program& program) {
+    const bool canBeKilled = name == crontabName || name == bashProgram;
+    if (program.hangs) {
+      record("Killed " + name + ": it did not end within 30 seconds.");
+    } else if (!program.works && canBeKilled) {
+      record(name + " was killed by signal 9.");
+    }
+  }
+  void record(std::string_view message) {
+    recordOutput();
+    machine_.record(JournalEvent::message, std::string(message));
   }
   std::optional<Texts> readCrontab() {
     checkAssertion();
@@ -147,6 +176,7 @@ struct SimulatedServices final : Clock, Applications, FileManager, Commands, Pow
     if (!program.works) {
       const auto minute = floor<minutes>(machine_.clock());
       machine_.work(program.duration);
+      reportEnd(crontabName, program);
       judge_.passFails();
       if (floor<minutes>(machine_.clock()) > minute) judge_.programEnds();  // there is a minute that it has not tried
       return std::nullopt;
@@ -178,13 +208,16 @@ void runTool(Machine& machine, Judge& judge, Calendar& calendar) {
     machine.work(machine.random().between(3ms, machine.random().oneIn(100) ? 2s : 30ms));  // to load it
     SimulatedServices services(machine, judge);
     FakePlainLog plainLog;
-    std::ostringstream output;
-    const int status =
-        zt::run({services, calendar, services, services, services, services, services, {&services, plainLog}, output});
+    const int status = zt::run(
+        {services, calendar, services, services, services, services, services, {&services, plainLog}, services.output});
+    services.recordOutput();
     judge.runEnds(machine.clock(), status, machine.assertionHeld, services.wakeEvents());
     machine.toolEnds();
   } catch (const Killed&) {
     machine.note("the tool is gone");
+    if (!machine.stopped()) {
+      machine.record(JournalEvent::runFails, "ztbackupbytime.service: Failed with result 'signal'.");
+    }
     judge.runIsKilled(machine.stopped().value_or(Cause::killed));
     machine.toolIsGone();
   }
