@@ -67,6 +67,21 @@ bool isLike(Cause cause, const std::string& reason) {
   return std::ranges::any_of(found->second, [&](auto word) { return reason.find(word) != reason.npos; });
 }
 
+/// What is wrong with what the history tells about a copy that was lost by a cause, or started. Its reason is counted.
+std::optional<std::string> mistakeIn(const PastRun& run, std::optional<Cause> lostBy, Figures* figures) {
+  const bool isStarted = !lostBy;
+  if (isStarted != (run.outcome == Outcome::started) || run.outcome == Outcome::notDue) {
+    return run.entry->line.crontabLine() + (isStarted ? " was started" : " was not started") +
+           ", the history tells: " + run.reason;
+  }
+  if (figures != nullptr && lostBy) {
+    auto& [number, likeJudge] = figures->reasons.at(static_cast<std::size_t>(*lostBy));
+    ++number;
+    if (isLike(*lostBy, run.reason)) ++likeJudge;
+  }
+  return std::nullopt;
+}
+
 /// What the journal has around a minute.
 std::string around(const MachineJournal& journal, Minute minute, const TimeZone& zone) {
   std::string text = "\nThe journal around " + shown(minute, zone) + ", in the first place:";
@@ -184,17 +199,18 @@ void Truth::beginPeriod(std::optional<Moment> now) {
   begin_ = minute + 1min;
 }
 
+bool Truth::canBeTold(Minute minute, std::optional<Cause> lostBy, Moment now) const {
+  const auto pending = lostBy ? 90s : 0s;  // it may still be started
+  return minute >= *begin_ && minute + pending <= now;
+}
+
 std::vector<std::string> Truth::compare(const MachineJournal& journal, Moment now, const Crontab& crontab,
                                         const TimeZone& zone, Figures& figures) const {
   std::vector<std::string> wrong;
   if (!begin_) return wrong;
   const auto isWrong = [&](Minute minute, const std::string& what) {
-    if (journal.isHidden(minute)) {
-      ++figures.hidden;
-    } else {
-      ++figures.toldWrong;
-      wrong.push_back(what + around(journal, minute, zone));
-    }
+    ++(journal.isHidden(minute) ? figures.hidden : figures.toldWrong);
+    if (!journal.isHidden(minute)) wrong.push_back(what + around(journal, minute, zone));
   };
   std::string text;
   for (const auto& line : crontab.text()) text.append(line).append(1, '\n');
@@ -206,26 +222,21 @@ std::vector<std::string> Truth::compare(const MachineJournal& journal, Moment no
     const auto minute = floor<minutes>(run.due);
     const auto url = certainURL(run.entry->line);
     const auto copy = copies_.find({minute, url ? url->absoluteString() : ""});
-    const bool isKnown = copy != copies_.end();  // otherwise it has no URL, or the clock has skipped that minute
-    if (isKnown) untold.erase(copy->first);
+    if (copy != copies_.end()) untold.erase(copy->first);
     const auto pass = passes_.find(minute);
     if (pass != passes_.end() && pass->second != period_) continue;  // the clock has shown it with another crontab, too
-    const bool isStarted = isKnown && !copy->second;
-    if (isStarted != (run.outcome == Outcome::started) || run.outcome == Outcome::notDue) {
-      isWrong(minute, run.entry->line.crontabLine() + (isStarted ? " was started" : " was not started") +
-                          ", the history tells: " + run.reason);
-      continue;
+    // What is not known has no URL, or the clock has skipped that minute.
+    const auto mistake =
+        copy == copies_.end() ? mistakeIn(run, Cause::nothing, nullptr) : mistakeIn(run, copy->second, &figures);
+    if (mistake) {
+      isWrong(minute, *mistake);
+    } else {
+      ++figures.toldRight;
     }
-    ++figures.toldRight;
-    if (isStarted || !isKnown) continue;
-    auto& [number, likeJudge] = figures.reasons.at(static_cast<std::size_t>(*copy->second));
-    ++number;
-    if (isLike(*copy->second, run.reason)) ++likeJudge;
   }
   for (const auto& [copy, cause] : untold) {
     const auto& [minute, url] = copy;
-    const bool canBeTold = minute >= *begin_ && minute + (cause ? 90s : 0s) <= now;  // it may still be started
-    if (canBeTold) isWrong(minute, url + " was " + (cause ? "lost" : "started") + ", the history leaves it out");
+    if (canBeTold(minute, cause, now)) isWrong(minute, url + " is left out by the history");
   }
   return wrong;
 }

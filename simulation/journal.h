@@ -63,6 +63,8 @@ class Truth {
  private:
   using Copy = std::pair<Minute, std::string>;
 
+  bool canBeTold(Minute minute, std::optional<Cause> lostBy, Moment now) const;
+
   int period_ = 0;
   std::optional<Minute> begin_;                  ///< of the period
   std::map<Minute, int> passes_;                 ///< the period of the first one

@@ -196,11 +196,10 @@ class Search {
     journal_.readForward(Selection::tool, from, place_, [&](const JournalEntry& entry) {
       if (entry.time >= end_) return false;
       constexpr std::string_view name = "ztbackupbytime: ";
+      const bool isMissing = entry.event == JournalEvent::message && entry.text.starts_with("Couldn't find");
       if (entry.event == JournalEvent::output && entry.text.starts_with(std::string(name) + "cannot ")) {
         found = entry.text.substr(name.size());
-      } else if (entry.event == JournalEvent::message && entry.text.starts_with("Couldn't find")) {
-        found = entry.text;
-      } else if (entry.event == JournalEvent::runFails && !found) {
+      } else if (isMissing || (entry.event == JournalEvent::runFails && !found)) {
         found = entry.text;
       }
       return true;

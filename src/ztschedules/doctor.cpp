@@ -44,21 +44,21 @@ constexpr auto* lingeringCheck = "lingering";
 constexpr auto* serviceManagerCheck = "service manager";
 constexpr auto* unitsCheck = "units";
 
-struct Outcome {
+struct Verdict {
   Result result;
   std::string detail;
   std::optional<std::string> advice{};
 };
 
-Outcome ok(std::string detail) {
+Verdict ok(std::string detail) {
   return {Result::ok, std::move(detail)};
 }
 
-Outcome problem(std::string detail, std::string advice) {
+Verdict problem(std::string detail, std::string advice) {
   return {Result::problem, std::move(detail), std::move(advice)};
 }
 
-Outcome notChecked(std::string detail) {
+Verdict notChecked(std::string detail) {
   return {Result::notChecked, std::move(detail)};
 }
 
@@ -104,37 +104,37 @@ class Examination {
   struct Check {
     const char* name;
     std::vector<const char*> needs;  ///< the checks that have to be ok
-    std::function<Outcome(Examination&)> outcome;
+    std::function<Verdict(Examination&)> outcome;
   };
-  Outcome outcomeOf(const Check& check);
+  Verdict verdictOn(const Check& check);
   bool isOk(const char* check) const { return results_.at(check) == Result::ok; }
 
-  Outcome crontabProgramRuns() const;
-  Outcome crontabHasSchedules();
-  Outcome applicationIsFound();
-  Outcome programIsUsable(const fs::path& program, const std::string& adviceIfMissing) const;
-  Outcome controllerIsUsable() const;
-  Outcome agentIsUsable() const;
-  Outcome bashRuns() const;
-  Outcome userLingers() const;
-  Outcome serviceManagerAnswers();
-  Outcome unitsAreLoaded() const;
-  Outcome programsFit() const;
+  Verdict crontabProgramRuns() const;
+  Verdict crontabHasSchedules();
+  Verdict applicationIsFound();
+  Verdict programIsUsable(const fs::path& program, const std::string& adviceIfMissing) const;
+  Verdict controllerIsUsable() const;
+  Verdict agentIsUsable() const;
+  Verdict bashRuns() const;
+  Verdict userLingers() const;
+  Verdict serviceManagerAnswers();
+  Verdict unitsAreLoaded() const;
+  Verdict programsFit() const;
   /// What a program prints as its name and version; nullopt if that is not known.
   std::optional<std::string> versionOf(const fs::path& program) const;
-  Outcome environmentIsPlain() const;
+  Verdict environmentIsPlain() const;
   /// What the wall clock shows in a zone, a value of TZ, now and half a year later.
   std::vector<std::string> timesIn(const std::optional<std::string>& zone) const;
-  Outcome timerRuns() const;
-  Outcome runEnds() const;
+  Verdict timerRuns() const;
+  Verdict runEnds() const;
   /// When the run that began at `start` should have ended at the latest.
   Instant latestEnd(Instant start) const;
-  Outcome clockCanWake() const;
-  Outcome wakingIsAllowed() const;
+  Verdict clockCanWake() const;
+  Verdict wakingIsAllowed() const;
   std::string wakeEvent(int number) const;
-  Outcome eventIsSetBeforeSleep() const;
-  Outcome sleepCanBeInhibited() const;
-  Outcome journalIsKept() const;
+  Verdict eventIsSetBeforeSleep() const;
+  Verdict sleepCanBeInhibited() const;
+  Verdict journalIsKept() const;
 
   const DoctorServices& services_;
   Instant now_;
@@ -168,14 +168,14 @@ std::vector<Finding> Examination::findings() {
   };
   std::vector<Finding> findings;
   for (const auto& check : checks) {
-    auto [result, detail, advice] = outcomeOf(check);
+    auto [result, detail, advice] = verdictOn(check);
     results_[check.name] = result;
     findings.push_back({check.name, result, std::move(detail), std::move(advice)});
   }
   return findings;
 }
 
-Outcome Examination::outcomeOf(const Check& check) {
+Verdict Examination::verdictOn(const Check& check) {
   for (const auto* need : check.needs) {
     if (!isOk(need)) return notChecked("It depends on: " + std::string(need) + ".");
   }
@@ -187,12 +187,12 @@ Outcome Examination::outcomeOf(const Check& check) {
   }
 }
 
-Outcome Examination::crontabProgramRuns() const {
+Verdict Examination::crontabProgramRuns() const {
   if (services_.fileManager.isExecutableFile(crontabProgram)) return ok(std::string(crontabProgram) + ".");
   return problem(std::string(crontabProgram) + " cannot be executed.", "Install it: sudo apt install --reinstall cron");
 }
 
-Outcome Examination::crontabHasSchedules() {
+Verdict Examination::crontabHasSchedules() {
   try {
     entries_ = readScheduleEntries(services_.crontab(), now_, services_.calendar);
   } catch (const std::exception& error) {
@@ -221,7 +221,7 @@ Outcome Examination::crontabHasSchedules() {
             (warnings == 0 ? "" : " " + plural(warnings, "warning") + ": ztschedules --check"));
 }
 
-Outcome Examination::applicationIsFound() {
+Verdict Examination::applicationIsFound() {
   std::set<std::string> reasons;
   const auto refused = [&](const std::string& reason) { reasons.insert(reason); };
   const auto* const identifier = platform::applicationIdentifier;
@@ -240,7 +240,7 @@ Outcome Examination::applicationIsFound() {
   return problem(others.substr(1), "Correct that with chown, or chmod go-w");
 }
 
-Outcome Examination::programIsUsable(const fs::path& program, const std::string& adviceIfMissing) const {
+Verdict Examination::programIsUsable(const fs::path& program, const std::string& adviceIfMissing) const {
   if (const auto reason = platform::distrust(program))
     return problem(*reason + ", so it is not started.", "Correct that with chown, or chmod go-w");
   if (services_.fileManager.isExecutableFile(program)) return ok(program.string() + ".");
@@ -249,32 +249,32 @@ Outcome Examination::programIsUsable(const fs::path& program, const std::string&
   return problem(program.string() + " cannot be executed.", "Allow it: chmod +x " + inShell(program.string()));
 }
 
-Outcome Examination::controllerIsUsable() const {
+Verdict Examination::controllerIsUsable() const {
   auto outcome = programIsUsable(application_ / platform::controllerInBundle, "Install the application again");
   if (outcome.result == Result::problem) outcome.detail += " No copy can be made.";
   return outcome;
 }
 
-Outcome Examination::agentIsUsable() const {
+Verdict Examination::agentIsUsable() const {
   const auto agent = application_ / platform::agentInBundle;
   auto outcome = programIsUsable(agent, "Link it: ln -sf \"$(command -v ZTAgent)\" " + inShell(agent.string()));
   if (outcome.result == Result::problem) outcome.detail += " No wake event is set, except before sleep.";
   return outcome;
 }
 
-Outcome Examination::bashRuns() const {
+Verdict Examination::bashRuns() const {
   constexpr auto* bash = "/bin/bash";
   if (services_.fileManager.isExecutableFile(bash)) return ok(std::string(bash) + ".");
   return problem(std::string(bash) + " cannot be executed.", "Install it: sudo apt install --reinstall bash");
 }
 
-Outcome Examination::userLingers() const {
+Verdict Examination::userLingers() const {
   if (services_.setup.isLingering()) return ok("Copies are made while you are logged out, too.");
   return problem("Lingering is off: copies are made only while you are logged in.",
                  "Turn it on: sudo loginctl enable-linger \"$(id -un)\"");
 }
 
-Outcome Examination::serviceManagerAnswers() {
+Verdict Examination::serviceManagerAnswers() {
   try {
     environment_ = services_.setup.environment(service);
     return ok("Your service manager answers.");
@@ -286,7 +286,7 @@ Outcome Examination::serviceManagerAnswers() {
   }
 }
 
-Outcome Examination::unitsAreLoaded() const {
+Verdict Examination::unitsAreLoaded() const {
   const std::array<std::pair<std::string, std::string>, 3> units = {
       {{timer, timer}, {service, service}, {wakeEvent(0), "ztbackupbytime-wake@.timer"}}};
   for (const auto& [unit, name] : units) {
@@ -315,13 +315,13 @@ std::optional<std::string> Examination::versionOf(const fs::path& program) const
   return lines && !lines->empty() ? std::optional(lines->front()) : std::nullopt;
 }
 
-Outcome Examination::programsFit() const {
+Verdict Examination::programsFit() const {
   const fs::path tool = services_.setup.program(service);
   if (!services_.fileManager.isExecutableFile(tool))
     return problem(std::string(service) + " starts " + quote(tool.string()) + ", which cannot be executed.", reinstall);
   if (tool.filename() != "ztbackupbytime")
     return ok(std::string(service) + " starts the tool by " + tool.string() + ".");
-  const auto differs = [&](const fs::path& program, const std::string& advice) -> std::optional<Outcome> {
+  const auto differs = [&](const fs::path& program, const std::string& advice) -> std::optional<Verdict> {
     const auto version = versionOf(program);
     if (version == program.filename().string() + " " + services_.version) return std::nullopt;
     return problem(program.string() + " is " + (version ? quote(*version) : "of an unknown version") +
@@ -357,7 +357,7 @@ std::vector<std::string> Examination::timesIn(const std::optional<std::string>& 
   return times;
 }
 
-Outcome Examination::environmentIsPlain() const {
+Verdict Examination::environmentIsPlain() const {
   std::map<std::string, std::string> variables;
   for (const auto& variable : environment_) {
     const auto sign = std::min(variable.find('='), variable.size() - 1);
@@ -392,7 +392,7 @@ Outcome Examination::environmentIsPlain() const {
   return ok("The tool has the same TZ and HOME as your shell, and no LD_ variables.");
 }
 
-Outcome Examination::timerRuns() const {
+Verdict Examination::timerRuns() const {
   const auto state = services_.setup.unit(Manager::user, timer);
   const bool isEnabled = state.file.starts_with("enabled");
   if (!isEnabled || state.active != "active") {
@@ -426,7 +426,7 @@ Instant Examination::latestEnd(Instant start) const {
   return minute + 1min + lastWait + margin;
 }
 
-Outcome Examination::runEnds() const {
+Verdict Examination::runEnds() const {
   const auto run = services_.setup.unit(Manager::user, service);
   if (run.active != "activating") return ok("No run is in progress.");
   const auto text = "A run has been in progress for " + util::timeLeft(std::max(run.age, 1s));
@@ -436,7 +436,7 @@ Outcome Examination::runEnds() const {
                  std::string("End it, but no copies: systemctl --user stop ") + service);
 }
 
-Outcome Examination::clockCanWake() const {
+Verdict Examination::clockCanWake() const {
   // No advice could change that, and it is what containers and some machines are like.
   return ok(services_.serviceManager.hasWakeClock()
                 ? "The machine has a clock that can wake it from suspend."
@@ -450,7 +450,7 @@ std::string Examination::wakeEvent(int number) const {
   return "ztbackupbytime-wake@" + std::to_string(time.time_since_epoch().count()) + ".timer";
 }
 
-Outcome Examination::wakingIsAllowed() const {
+Verdict Examination::wakingIsAllowed() const {
   auto& manager = services_.serviceManager;
   if (!manager.hasWakeClock()) return notChecked("It depends on: wake clock.");
   if (!manager.isActive(timer)) return notChecked("It depends on: timer.");
@@ -463,7 +463,7 @@ Outcome Examination::wakingIsAllowed() const {
                  "systemctl restart \"user@$(id -u)\"");
 }
 
-Outcome Examination::eventIsSetBeforeSleep() const {
+Verdict Examination::eventIsSetBeforeSleep() const {
   const std::string name = beforeSleepService;
   try {
     const auto state = services_.setup.unit(Manager::system, name);
@@ -485,7 +485,7 @@ Outcome Examination::eventIsSetBeforeSleep() const {
   return ok("The wake event is set before each sleep.");
 }
 
-Outcome Examination::sleepCanBeInhibited() const {
+Verdict Examination::sleepCanBeInhibited() const {
   auto& assertions = services_.powerAssertions;
   const auto [result, identifier] =
       assertions.create("PreventUserIdleSystemSleep", "ztschedules", "Trying whether it can");
@@ -498,7 +498,7 @@ Outcome Examination::sleepCanBeInhibited() const {
                  "See what is wrong with it: systemctl status systemd-logind");
 }
 
-Outcome Examination::journalIsKept() const {
+Verdict Examination::journalIsKept() const {
   if (services_.journal.scope().isPersistent) return ok("It is kept when the machine is restarted.");
   return problem("The journal is lost when the machine is restarted, and with it why a copy was missed.",
                  "Keep it: sudo mkdir -p /var/log/journal && sudo journalctl --flush. If journald.conf(5) has "

@@ -245,8 +245,8 @@ std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant no
   }
   const auto key = [](const PastRun& run) { return std::pair(run.due, run.entry); };
   std::ranges::sort(runs, {}, key);
-  const auto repeated = std::ranges::unique(runs, {}, key);
-  runs.erase(repeated.begin(), repeated.end());
+  runs.erase(std::unique(runs.begin(), runs.end(), [&](const auto& a, const auto& b) { return key(a) == key(b); }),
+             runs.end());
   std::map<const ScheduleEntry*, PastRun> last;
   for (auto& run : judged(std::move(runs), now, journal, calendar)) {
     if (run.outcome != Outcome::notDue) last.insert_or_assign(run.entry, std::move(run));

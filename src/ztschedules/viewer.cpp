@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <iostream>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <system_error>
@@ -142,6 +143,13 @@ Answer answerDoctor(const Options& options, const ViewerServices& services) {
           hasProblem(findings) ? foundProblems : success};
 }
 
+/// What became of the last runs; nullopt without a history. The journal tells about this user's crontab, and until now.
+std::optional<std::vector<PastRun>> lastOf(std::span<const ScheduleEntry> entries, const Options& options,
+                                           const ViewerServices& services) {
+  if (options.file || options.at || !historyBegin(services.journal)) return std::nullopt;
+  return lastRuns(entries, services.clock.now(), services.journal, services.calendar);
+}
+
 Answer answer(const Options& options, const ViewerServices& services) {
   if (options.doctor) return answerDoctor(options, services);
   if (options.newSchedule) return answerNew(*options.newSchedule, services);
@@ -167,13 +175,8 @@ Answer answer(const Options& options, const ViewerServices& services) {
   const bool hasErrors =
       std::ranges::any_of(entries, [](const auto& entry) { return entry.diagnostics.error.has_value(); });
   const int status = options.check && hasErrors ? foundProblems : success;
-  // The journal tells about this user's crontab, and until now.
-  const auto last = [&] {
-    return !options.file && !options.at && historyBegin(services.journal)
-               ? std::optional(lastRuns(entries, now, services.journal, calendar))
-               : std::nullopt;
-  };
-  if (options.json) return {jsonView(entries, last().value_or(std::vector<PastRun>()), calendar), status};
+  if (options.json)
+    return {jsonView(entries, lastOf(entries, options, services).value_or(std::vector<PastRun>()), calendar), status};
 
   std::string view;
   if (month) {
@@ -185,7 +188,7 @@ Answer answer(const Options& options, const ViewerServices& services) {
   } else if (options.count) {
     view = runsView(entries, *options.count, now, calendar, terminal);
   } else if (!options.check) {
-    view = nextRunsView(entries, last(), now, calendar, terminal);
+    view = nextRunsView(entries, lastOf(entries, options, services), now, calendar, terminal);
   }
   const auto problems = problemsView(entries, terminal);
   return {view + (view.empty() || problems.empty() ? "" : "\n") + problems, status};

@@ -207,6 +207,8 @@ check "the run ends" wait_for 30 rests
 check "both controllers are still running" same 2 "$(pgrep -u "$user" -fc "^/bin/bash $contents/Helpers/")"
 check "systemd lists both as scopes" same "Copy of one Copy of two" \
   "$(systemd list-units --plain --no-legend 'ztbackupbytime-copy-*.scope' | grep -o 'Copy of .*' | sort | xargs)"
+history() { journalctl --sync; as_user ztschedules --history --all --json; }
+check "the history has both copies" same "started started" "$(history | sed -n 's/^ *"result": "\(.*\)",$/\1/p' | xargs)"
 lacks=
 [ "$can_wake" ] || ! compgen -G '/sys/class/rtc/*/wakealarm' > /dev/null || lacks="right to wake"
 check "ztschedules --doctor finds nothing else missing" same "$lacks" "$(problems)"
@@ -249,8 +251,6 @@ for message in "Found 1 matching schedules." "Power asssertion created - created
     '"SUBSYSTEM":"com.velmorra.Zantrove.Helpers"' '"CATEGORY":"ztbackupbytime"' '"SYSLOG_IDENTIFIER":"ztbackupbytime"' \
     '"_SYSTEMD_USER_UNIT":"ztbackupbytime.service"'
 done
-history() { journalctl --sync; as_user ztschedules --history --all --json; }
-check "the history has both copies" same "started started" "$(history | sed -n 's/^ *"result": "\(.*\)",$/\1/p' | xargs)"
 check "no process is reported as left over" same 0 "$(entries cat | grep -c left-over)"
 check "there were at least three pauses between runs" within 3 "$(pauses | wc -l)" 20
 check "the longest was a minute" within 58 "$(pauses | sort -n | tail -n 1)" 63

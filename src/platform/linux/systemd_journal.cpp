@@ -27,8 +27,8 @@ constexpr std::string_view unitFailed = "be02cf6855d2428ba40df7e9d022f03d";
 constexpr std::string_view unitFailureResult = "d9b373ed55a64feb8242e02dbe79a49c";
 constexpr std::string_view sleepStart = "6bbd95ee977941e497c48be27c254128";
 
-constexpr auto* service = "ztbackupbytime.service";
-constexpr auto* timer = "ztbackupbytime.timer";
+constexpr auto* serviceUnit = "ztbackupbytime.service";
+constexpr auto* timerUnit = "ztbackupbytime.timer";
 
 /// Matches entries (sd_journal_add_match(3)): one of the values of each field.
 class Matches {
@@ -68,10 +68,10 @@ void select(Journal::Selection selection, Matches matches) {
   switch (selection) {
     case Journal::Selection::tool:
       matches.field("_UID", {user}).field("SYSLOG_IDENTIFIER", {"ztbackupbytime"});
-      matches.either().field("_UID", {user}).field("USER_UNIT", {service});
+      matches.either().field("_UID", {user}).field("USER_UNIT", {serviceUnit});
       break;
     case Journal::Selection::timer:
-      matches.field("_UID", {user}).field("USER_UNIT", {timer, "default.target", "exit.target"});
+      matches.field("_UID", {user}).field("USER_UNIT", {timerUnit, "default.target", "exit.target"});
       matches.field("MESSAGE_ID", {unitStarted, unitStopped});
       matches.either().field("_PID", {"1"}).field("UNIT", {managersUnit()});
       matches.field("MESSAGE_ID", {unitStarted, unitStopped, unitFailureResult});
@@ -178,7 +178,7 @@ class Current {
   JournalEvent eventOfTimer() const {
     const bool isStart = field("MESSAGE_ID") == unitStarted;
     const auto unit = field("USER_UNIT");
-    if (unit == timer) return isStart ? JournalEvent::timerStarts : JournalEvent::timerStops;
+    if (unit == timerUnit) return isStart ? JournalEvent::timerStarts : JournalEvent::timerStops;
     if (unit == "exit.target") return isStart ? JournalEvent::managerStops : JournalEvent::other;
     if (unit == "default.target") return isStart ? JournalEvent::managerStarts : JournalEvent::other;
     return isStart ? JournalEvent::managerStarts : JournalEvent::managerStops;
