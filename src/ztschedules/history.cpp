@@ -252,6 +252,7 @@ std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant no
     if (run.outcome != Outcome::notDue) last.insert_or_assign(run.entry, std::move(run));
   }
   std::vector<PastRun> result;
+  result.reserve(last.size());
   for (auto& [entry, run] : last) result.push_back(std::move(run));
   return result;
 }

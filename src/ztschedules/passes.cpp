@@ -129,6 +129,7 @@ std::vector<Pass> passesOf(Instant minute, const Journal& journal) {
     }
   }
   std::vector<Pass> passes;
+  passes.reserve(all.size());
   for (auto& found : all) passes.push_back(std::move(found.pass));
   return passes;
 }
