@@ -52,6 +52,9 @@ class ZoneCalendar final : public Calendar {
   const TimeZone& zone_;
 };
 
+/// So long after its minute has begun, a copy that is not started may still be: the history leaves it out.
+constexpr seconds patience = 90s;
+
 /// Whether a reason of the history means the same as a cause of the judge.
 bool isLike(Cause cause, const std::string& reason) {
   using enum Cause;
@@ -200,8 +203,7 @@ void Truth::beginPeriod(std::optional<Moment> now) {
 }
 
 bool Truth::canBeTold(Minute minute, std::optional<Cause> lostBy, Moment now) const {
-  const auto pending = lostBy ? 90s : 0s;  // it may still be started
-  return minute >= *begin_ && minute + pending <= now;
+  return minute >= *begin_ && minute + (lostBy ? patience : 0s) <= now;
 }
 
 std::vector<std::string> Truth::compare(const MachineJournal& journal, Moment now, const Crontab& crontab,
@@ -228,7 +230,9 @@ std::vector<std::string> Truth::compare(const MachineJournal& journal, Moment no
     // What is not known has no URL, or the clock has skipped that minute.
     const auto mistake =
         copy == copies_.end() ? mistakeIn(run, Cause::nothing, nullptr) : mistakeIn(run, copy->second, &figures);
-    if (mistake) {
+    if (run.outcome != Outcome::started && minute + patience > now) {
+      isWrong(minute, run.entry->line.crontabLine() + " may still be started, the history tells: " + run.reason);
+    } else if (mistake) {
       isWrong(minute, *mistake);
     } else {
       ++figures.toldRight;

@@ -57,7 +57,7 @@ bool Machine::untilStart() {
     }
     advance(start);
   }
-  changeWhatIsDue();
+  if (!stopped()) changeWhatIsDue();  // nobody asks a machine that is off
   return false;
 }
 
