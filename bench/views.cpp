@@ -1,11 +1,13 @@
-// views ZTSCHEDULES: measures how long ztschedules takes to show a crontab, for each of its views. Must be run on a
-// private machine (bench/run), whose crontab it replaces.
+// views ZTSCHEDULES [OPTION]: measures how long ztschedules takes to show a crontab, for each of its views, and for the
+// one with that option. Must be run on a private machine (bench/run), whose crontab it replaces.
 
 #include <cstdio>
 #include <exception>
 #include <iostream>
 #include <stdexcept>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "crontab.h"
 #include "measure.h"
@@ -13,7 +15,7 @@
 namespace zt::bench {
 namespace {
 
-constexpr int rounds = 51;
+constexpr int rounds = 21;
 
 /// Every tenth line never runs.
 std::string crontabOf(int lines) {
@@ -32,14 +34,25 @@ double medianOf(const Command& command) {
   return median(std::move(times));
 }
 
-void measure(const std::string& program) {
-  std::puts("| lines | table | --count 1000 | --month | --json | --history |");
-  std::puts("|------:|------:|-------------:|--------:|-------:|----------:|");
+/// `options` are of the last view, if they are not empty.
+void measure(const std::string& program, const std::string& options) {
+  std::vector<std::pair<std::string, Command>> views = {{"table", {program}},
+                                                        {"--count 1000", {program, "--count", "1000"}},
+                                                        {"--month", {program, "--month"}},
+                                                        {"--json", {program, "--json"}}};
+  if (!options.empty()) views.push_back({options, {program, options}});
+  std::string rule = "|------:|";
+  std::printf("| lines |");
+  for (const auto& [name, command] : views) {
+    std::printf(" %s |", name.c_str());
+    rule += std::string(name.size() + 1, '-') + ":|";
+  }
+  std::printf("\n%s\n", rule.c_str());
   for (const int lines : {10, 100, 1000}) {
     installCrontab(crontabOf(lines));
-    std::printf("| %5d | %5.1f | %12.1f | %7.1f | %6.1f | %9.1f |\n", lines, medianOf({program}),
-                medianOf({program, "--count", "1000"}), medianOf({program, "--month"}), medianOf({program, "--json"}),
-                medianOf({program, "--history"}));
+    std::printf("| %5d |", lines);
+    for (const auto& [name, command] : views) std::printf(" %*.1f |", static_cast<int>(name.size()), medianOf(command));
+    std::puts("");
   }
 }
 
@@ -48,8 +61,8 @@ void measure(const std::string& program) {
 
 int main(int count, char** arguments) {
   try {
-    if (count != 2) throw std::runtime_error("usage: views ZTSCHEDULES");
-    zt::bench::measure(arguments[1]);
+    if (count != 2 && count != 3) throw std::runtime_error("usage: views ZTSCHEDULES [OPTION]");
+    zt::bench::measure(arguments[1], count == 3 ? arguments[2] : "");
   } catch (const std::exception& error) {
     std::cerr << error.what() << '\n';
     return 1;
