@@ -36,6 +36,9 @@ class Collector {
   static constexpr auto lateness = 2s;
 
   bool take(const JournalEntry& entry) {
+    for (auto& found : found_) {
+      if (entry.boot != found.boot) found.pass.hasEnded = true;  // with the power
+    }
     if (entry.event == JournalEvent::message) {
       takeMessage(entry);
     } else if (entry.event == JournalEvent::runFails || entry.event == JournalEvent::runEnds) {

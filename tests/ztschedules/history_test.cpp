@@ -177,6 +177,8 @@ TEST_F(History, TellsWhatBecameOfACopy) {
        "started 1"},
       {"the next pass of the run is for another minute",
        before + "08:00:50 look; 08:01:20 says Killed x; look; found 1; spawn /a; cancel", "failed: Killed x"},
+      {"the power is cut", before + "08:00:01 look; 09:00:00 boot; timer+; user+; begins; look",
+       "failed: the run ended before it"},
       {"the journal ends", before + "08:00:01 look", "not known: the journal does not tell how its run went on"},
       {"the controller is gone",
        before + "08:00:01 look; found 1; spawn /a; prints ztbackupbytime: cannot start /c: No such file; fails x; " +
