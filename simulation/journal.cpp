@@ -11,8 +11,6 @@ namespace zt::simulation {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::Journal;
-using platform::JournalEntry;
 using std::chrono::floor;
 
 Journal::Selection selectionOf(JournalEvent event) {

@@ -14,15 +14,13 @@
 
 namespace zt::simulation {
 
-using platform::JournalEvent;
-
 /// The journal of a machine, as its journal service would keep it.
-class MachineJournal final : public platform::Journal {
+class MachineJournal final : public Journal {
  public:
   /// Without the system's entries, the user can read only their own.
   explicit MachineJournal(bool hasSystem) : hasSystem_(hasSystem) {}
 
-  void write(platform::JournalEntry entry);
+  void write(JournalEntry entry);
   bool isLarge() const;
   /// Leaves out old entries of a journal that is large. Those that are rare stay.
   void vacuum();
@@ -31,19 +29,17 @@ class MachineJournal final : public platform::Journal {
   /// last one, which are those that the history looks at.
   bool isHidden(Minute minute) const;
 
-  void readForward(Selection selection, platform::JournalEntry::Time from, Place place,
-                   const Reader& reader) const override;
-  void readBackward(Selection selection, platform::JournalEntry::Time end, Place place,
-                    const Reader& reader) const override;
+  void readForward(Selection selection, JournalEntry::Time from, Place place, const Reader& reader) const override;
+  void readBackward(Selection selection, JournalEntry::Time end, Place place, const Reader& reader) const override;
   Scope scope() const override { return {.hasSystem = hasSystem_, .isPersistent = true}; }
 
  private:
   /// In order of writing. Another file begins when the clock has been set back, so each is in order of time.
-  using File = std::vector<platform::JournalEntry>;
+  using File = std::vector<JournalEntry>;
 
   bool hasSystem_;
   std::array<std::vector<File>, 5> files_;  ///< by selection
-  platform::JournalEntry::Time last_{};     ///< when an entry was written
+  JournalEntry::Time last_{};               ///< when an entry was written
 };
 
 /// What became of the copies since the crontab and the zone were changed, for a comparison with what the history tells

@@ -73,3 +73,9 @@ class Journal {
 };
 
 }  // namespace zt::platform
+
+namespace zt {
+using platform::Journal;
+using platform::JournalEntry;
+using platform::JournalEvent;
+}  // namespace zt

@@ -11,9 +11,6 @@ namespace zt {
 namespace {
 
 using namespace std::chrono_literals;
-using platform::Journal;
-using platform::JournalEntry;
-using platform::JournalEvent;
 using Selection = Journal::Selection;
 
 /// Two entries with nothing between them.

@@ -14,9 +14,9 @@ struct Absence {
 };
 
 /// Why there was no pass for the minute that begins at `minute`, as far as the journal tells.
-Absence absenceIn(Instant minute, const platform::Journal& journal, const Calendar& calendar);
+Absence absenceIn(Instant minute, const Journal& journal, const Calendar& calendar);
 
 /// A local time for people: without its date on the local day of `day`, and with a weekday alone in the week around it.
-std::string shortTime(platform::JournalEntry::Time time, Instant day, const Calendar& calendar);
+std::string shortTime(JournalEntry::Time time, Instant day, const Calendar& calendar);
 
 }  // namespace zt

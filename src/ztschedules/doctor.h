@@ -40,7 +40,7 @@ struct DoctorServices {
   platform::ServiceManager& serviceManager;
   platform::ServiceSetup& setup;
   platform::PowerAssertions& powerAssertions;
-  const platform::Journal& journal;
+  const Journal& journal;
   std::function<std::string()> crontab;  ///< gives its text, or throws a std::exception that tells why it has none
   std::string version;                   ///< that the programs of the tool should have
 };

@@ -58,7 +58,7 @@ std::vector<const Pass::Start*> startsOf(std::span<const PastRun> due, const Pas
 
 class Historian {
  public:
-  Historian(const platform::Journal& journal, const Calendar& calendar) : journal_(journal), calendar_(calendar) {}
+  Historian(const Journal& journal, const Calendar& calendar) : journal_(journal), calendar_(calendar) {}
 
   /// Finds out about the runs that are due in a minute. Sets the outcome of all.
   void judge(std::span<PastRun> due) {
@@ -166,12 +166,12 @@ class Historian {
     return found;
   }
 
-  const platform::Journal& journal_;
+  const Journal& journal_;
   const Calendar& calendar_;
 };
 
 /// Judges runs. `runs` is in order of time.
-void judge(std::vector<PastRun>& runs, const platform::Journal& journal, const Calendar& calendar) {
+void judge(std::vector<PastRun>& runs, const Journal& journal, const Calendar& calendar) {
   Historian historian(journal, calendar);
   for (auto first = runs.begin(); first != runs.end();) {
     const auto last = std::find_if(first, runs.end(), [&](const auto& run) { return run.due != first->due; });
@@ -199,8 +199,7 @@ std::vector<PastRun> dueRuns(std::span<const ScheduleEntry> entries, Instant sin
 }
 
 /// Leaves out what is not known yet, or not any more.
-std::vector<PastRun> judged(std::vector<PastRun> runs, Instant now, const platform::Journal& journal,
-                            const Calendar& calendar) {
+std::vector<PastRun> judged(std::vector<PastRun> runs, Instant now, const Journal& journal, const Calendar& calendar) {
   judge(runs, journal, calendar);
   std::erase_if(runs, [&](const auto& run) { return run.due + patience > now && run.outcome != Outcome::started; });
   return runs;
@@ -213,14 +212,14 @@ bool isProblem(const PastRun& run) {
 }
 
 std::vector<PastRun> pastRuns(std::span<const ScheduleEntry> entries, Instant since, Instant until, Instant now,
-                              const platform::Journal& journal, const Calendar& calendar) {
+                              const Journal& journal, const Calendar& calendar) {
   const auto begin = historyBegin(journal);
   if (!begin) return {};
   return judged(dueRuns(entries, std::max(since, *begin - patience), std::min(until, now), calendar), now, journal,
                 calendar);
 }
 
-std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant now, const platform::Journal& journal,
+std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant now, const Journal& journal,
                               const Calendar& calendar) {
   const auto begin = historyBegin(journal);
   if (!begin) return {};
@@ -257,7 +256,7 @@ std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant no
   return result;
 }
 
-std::optional<Instant> historyBegin(const platform::Journal& journal) {
+std::optional<Instant> historyBegin(const Journal& journal) {
   std::optional<Instant> begin;
   journal.readForward(Journal::Selection::tool, {}, Journal::Place::first, [&](const JournalEntry& entry) {
     begin = std::chrono::floor<std::chrono::seconds>(entry.time);

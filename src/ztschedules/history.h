@@ -36,14 +36,14 @@ bool isProblem(const PastRun& run);
 /// The runs that were due from `since` to `until`, oldest first; those at the same time in the order of the crontab.
 /// Leaves out those before the first entry of the tool in the journal, and those that may still be started after `now`.
 std::vector<PastRun> pastRuns(std::span<const ScheduleEntry> entries, Instant since, Instant until, Instant now,
-                              const platform::Journal& journal, const Calendar& calendar);
+                              const Journal& journal, const Calendar& calendar);
 
 /// The last run of each schedule that makes copies and was due then, under the same conditions, as far as it is in the
 /// last 400 days.
-std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant now, const platform::Journal& journal,
+std::vector<PastRun> lastRuns(std::span<const ScheduleEntry> entries, Instant now, const Journal& journal,
                               const Calendar& calendar);
 
 /// The time of the first entry of the tool; nullopt if there is none.
-std::optional<Instant> historyBegin(const platform::Journal& journal);
+std::optional<Instant> historyBegin(const Journal& journal);
 
 }  // namespace zt

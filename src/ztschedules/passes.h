@@ -11,10 +11,6 @@
 
 namespace zt {
 
-using platform::Journal;
-using platform::JournalEntry;
-using platform::JournalEvent;
-
 /// What the journal tells about a pass of the tool, which starts the copies of one minute.
 struct Pass {
   Instant time;                       ///< when it looked at the clock

@@ -19,7 +19,7 @@ struct ViewerServices {
   const Calendar& calendar;
   const platform::Applications& applications;
   const platform::FileManager& fileManager;
-  const platform::Journal& journal;
+  const Journal& journal;
   platform::Terminal terminal;
   // For --doctor alone. The commands need limits that are far below a minute.
   platform::Commands& commands;
